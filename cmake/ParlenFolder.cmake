@@ -1,0 +1,37 @@
+# What every target of the tree has in common.
+add_library(parlen_options INTERFACE)
+target_compile_options(parlen_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+# parlen_folder(<folder> SOURCES <files...> LINKS <targets...>)
+#
+# The static library parlen_<folder> out of src/<folder>. Its headers are included as "<folder>/name.h", and
+# only by targets that link it: each folder has an include directory of its own that holds one
+# link, so an include that the architecture does not allow does not compile.
+function(parlen_folder folder)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+  string(REPLACE "/" "_" name ${folder})
+  set(view ${CMAKE_BINARY_DIR}/include/${name})
+  get_filename_component(parent ${view}/${folder} DIRECTORY)
+  file(MAKE_DIRECTORY ${parent})
+  file(CREATE_LINK ${CMAKE_SOURCE_DIR}/src/${folder} ${view}/${folder} SYMBOLIC)
+  if(arg_SOURCES)
+    add_library(parlen_${name} STATIC ${arg_SOURCES})
+    target_include_directories(parlen_${name} PUBLIC ${view})
+    target_link_libraries(parlen_${name} PUBLIC ${arg_LINKS} PRIVATE parlen_options)
+  else()
+    add_library(parlen_${name} INTERFACE)
+    target_include_directories(parlen_${name} INTERFACE ${view})
+    target_link_libraries(parlen_${name} INTERFACE ${arg_LINKS})
+  endif()
+endfunction()
+
+# parlen_test(<name> SOURCES <files...> LINKS <targets...>)
+#
+# A GoogleTest program, one CTest entry per test in it.
+function(parlen_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LINKS} parlen_options GTest::gtest_main GTest::gmock)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+endfunction()

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/mac_address.h"
+
+namespace parlen::platform {
+
+/// What a guest's hardware is like, in the host's own format: bytes to be stored and handed back.
+class HardwareModel {
+ public:
+  virtual ~HardwareModel() = default;
+  virtual std::string dataRepresentation() const = 0;
+  /// Whether this host can run a guest of this model.
+  virtual bool isSupported() const = 0;
+};
+
+/// What tells one guest from another, in the host's own format.
+class MachineIdentifier {
+ public:
+  virtual ~MachineIdentifier() = default;
+  virtual std::string dataRepresentation() const = 0;
+};
+
+/// A handle on a guest's auxiliary storage: the store of its firmware's variables.
+class AuxiliaryStorage {
+ public:
+  virtual ~AuxiliaryStorage() = default;
+};
+
+/// A disk image that the host has accepted as a guest's disk.
+class DiskAttachment {
+ public:
+  virtual ~DiskAttachment() = default;
+};
+
+enum class BootLoader { none, macOS };
+enum class NetworkAttachment { nat };
+enum class Keyboard { usb };
+enum class PointingDevice { usbScreenCoordinate };
+enum class EntropyDevice { virtio };
+enum class AudioDevice {};  // no guest has sound
+
+struct Display {
+  std::int64_t widthInPixels = 0;
+  std::int64_t heightInPixels = 0;
+  std::int64_t pixelsPerInch = 0;
+  friend bool operator==(const Display&, const Display&) = default;
+};
+
+struct GraphicsDevice {
+  std::vector<Display> displays;
+  friend bool operator==(const GraphicsDevice&, const GraphicsDevice&) = default;
+};
+
+/// A virtio block device.
+struct StorageDevice {
+  std::shared_ptr<const DiskAttachment> attachment;
+};
+
+/// A virtio network device. Without an address the host gives it one.
+struct NetworkDevice {
+  NetworkAttachment attachment = NetworkAttachment::nat;
+  std::optional<MacAddress> macAddress;
+  friend bool operator==(const NetworkDevice&, const NetworkDevice&) = default;
+};
+
+enum class ShareAccess { readOnly, readWrite };
+
+/// A folder of the host that the guest can mount by its tag.
+struct DirectorySharingDevice {
+  std::string tag;
+  std::string path;
+  ShareAccess access = ShareAccess::readOnly;
+  friend bool operator==(const DirectorySharingDevice&, const DirectorySharingDevice&) = default;
+};
+
+/// The complete description of a guest's hardware. Handles come from the host that will run it.
+struct MachineConfiguration {
+  std::shared_ptr<const HardwareModel> hardwareModel;
+  std::shared_ptr<const MachineIdentifier> machineIdentifier;
+  std::shared_ptr<const AuxiliaryStorage> auxiliaryStorage;
+  BootLoader bootLoader = BootLoader::none;
+  std::int64_t cpuCount = 0;
+  std::uint64_t memorySize = 0;  // bytes
+  std::vector<GraphicsDevice> graphicsDevices;
+  std::vector<StorageDevice> storageDevices;
+  std::vector<NetworkDevice> networkDevices;
+  std::vector<EntropyDevice> entropyDevices;
+  std::vector<Keyboard> keyboards;
+  std::vector<PointingDevice> pointingDevices;
+  std::vector<AudioDevice> audioDevices;
+  std::vector<DirectorySharingDevice> directorySharingDevices;
+};
+
+}  // namespace parlen::platform
