@@ -6,15 +6,19 @@ target_compile_options(parlen_options INTERFACE
 # parlen_folder(<folder> SOURCES <files...> LINKS <targets...>)
 #
 # The static library parlen_<folder> out of src/<folder>. Its headers are included as "<folder>/name.h", and
-# only by targets that link it: each folder has an include directory of its own that holds one
-# link, so an include that the architecture does not allow does not compile.
+# only by targets that link it: each folder has an include directory of its own that holds links to
+# its headers alone, so an include that the architecture does not allow does not compile.
 function(parlen_folder folder)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   string(REPLACE "/" "_" name ${folder})
   set(view ${CMAKE_BINARY_DIR}/include/${name})
-  get_filename_component(parent ${view}/${folder} DIRECTORY)
-  file(MAKE_DIRECTORY ${parent})
-  file(CREATE_LINK ${CMAKE_SOURCE_DIR}/src/${folder} ${view}/${folder} SYMBOLIC)
+  file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.h)
+  file(REMOVE_RECURSE ${view})
+  file(MAKE_DIRECTORY ${view}/${folder})
+  foreach(header ${headers})
+    get_filename_component(file ${header} NAME)
+    file(CREATE_LINK ${header} ${view}/${folder}/${file} SYMBOLIC)
+  endforeach()
   if(arg_SOURCES)
     add_library(parlen_${name} STATIC ${arg_SOURCES})
     target_include_directories(parlen_${name} PUBLIC ${view})
