@@ -12,6 +12,7 @@
 #include "platform/mac_address.h"
 #include "platform/machine_configuration.h"
 #include "platform/virtual_machine.h"
+#include "platform/window_system.h"
 
 namespace parlen::platform {
 
@@ -126,6 +127,10 @@ class Host {
   virtual MachineFactory& machines() = 0;
   virtual Restoration& restoration() = 0;
   virtual Application& application() = 0;
+  /// The desktop, opened by the first call; the error says what is missing. Owned by the host.
+  virtual Result<WindowSystem*> windowSystem() {
+    return std::unexpected(PlatformError{"ParlenWindowErrorDomain", 1, "this host has no windows"});
+  }
 };
 
 }  // namespace parlen::platform

@@ -1,0 +1,78 @@
+#include <algorithm>
+
+#include "fuzz.h"
+#include "text/json_reader.h"
+#include "text/json_writer.h"
+#include "text/utf8.h"
+
+namespace parlen {
+namespace {
+
+using fuzz::require;
+using text::JsonArray;
+using text::JsonObject;
+using text::JsonValue;
+
+bool meansTheSame(const JsonValue& left, const JsonValue& right);
+
+/// A number that is no integer of 64 bits may be written with fewer digits than it was read with.
+bool sameNumber(const JsonValue& left, const JsonValue& right) {
+  if (left.asDouble() != right.asDouble()) return false;
+  if (!left.asInt64() && !left.asUInt64()) return true;
+  return left == right;
+}
+
+bool sameElements(const JsonArray& left, const JsonArray& right) {
+  return std::ranges::equal(left, right, meansTheSame);
+}
+
+bool sameMembers(const JsonObject& left, const JsonObject& right) {
+  return std::ranges::equal(left, right, [](const auto& one, const auto& other) {
+    return one.first == other.first && meansTheSame(one.second, other.second);
+  });
+}
+
+bool meansTheSame(const JsonValue& left, const JsonValue& right) {
+  if (left.asDouble()) return sameNumber(left, right);
+  if (left.asArray() != nullptr && right.asArray() != nullptr) {
+    return sameElements(*left.asArray(), *right.asArray());
+  }
+  if (left.asObject() != nullptr && right.asObject() != nullptr) {
+    return sameMembers(*left.asObject(), *right.asObject());
+  }
+  return left == right;
+}
+
+void checkValue(std::string_view input) {
+  const auto value = text::parseJson(input);
+  if (!value) return require(value.error().offset <= input.size());
+  for (const auto& write : {text::writeCompactSorted, text::writePrettySorted}) {
+    const auto written = write(*value);
+    require(written.has_value());
+    const auto again = text::parseJson(*written);
+    require(again && meansTheSame(*value, *again));
+  }
+}
+
+void checkString(std::string_view input) {
+  const auto literal = text::quoteJson(input);
+  require(literal.has_value() == text::isValidUtf8(input));
+  if (literal) require(text::parseJson(*literal) == JsonValue(input));
+}
+
+void checkRepair(std::string_view input) {
+  const std::string repaired = text::repairUtf8(input);
+  require(text::isValidUtf8(repaired));
+  require((repaired == input) == text::isValidUtf8(input));
+}
+
+}  // namespace
+}  // namespace parlen
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view input = parlen::fuzz::asText(data, size);
+  parlen::checkValue(input);
+  parlen::checkString(input);
+  parlen::checkRepair(input);
+  return 0;
+}

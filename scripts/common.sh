@@ -1,0 +1,33 @@
+# What scripts/demo, scripts/test and scripts/benchmark share; sourced, with the root of the tree as
+# the current folder.
+# shellcheck shell=bash
+
+export LC_ALL=C.UTF-8
+if command -v ccache >/dev/null; then
+  # CMake takes these as the defaults of a new build folder.
+  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+fi
+
+# fail <message>: ends the script.
+fail() {
+  echo "${0##*/}: $*" >&2
+  exit 1
+}
+
+# make_guest_image <output>: the image, with one more try on a new package list, because an old one
+# may name a kernel that the archive no longer has.
+make_guest_image() {
+  scripts/make-guest-image "$1" ||
+    { scripts/install-packages --update guest && scripts/make-guest-image "$1"; }
+}
+
+# build_preset <preset> [cmake --build arguments...]
+build_preset() {
+  local preset=$1
+  shift
+  cmake --preset "$preset" >"build/$preset.configure.log" 2>&1 || {
+    cat "build/$preset.configure.log"
+    return 1
+  }
+  cmake --build --preset "$preset" "$@"
+}

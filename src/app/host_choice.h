@@ -1,0 +1,26 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/native.h"
+#include "platform/platform.h"
+
+namespace parlen {
+
+/// The environment's say about the host; nothing where a variable is unset.
+struct HostChoice {
+  std::optional<std::string> host = std::nullopt;  // PARLEN_HOST
+  std::optional<std::string> scenario = std::nullopt;  // PARLEN_SCENARIO
+  std::optional<std::string> trace = std::nullopt;  // PARLEN_TRACE
+};
+
+/// Of this process's environment.
+HostChoice readEnvironment();
+
+/// Makes the chosen host, or ends the process with a usage error.
+std::unique_ptr<platform::Host> makeChosenHost(const HostChoice& choice,
+                                               platform::NativePlatform& native);
+
+}  // namespace parlen

@@ -1,0 +1,107 @@
+#include "bundle/clone.h"
+
+#include <optional>
+#include <string_view>
+
+#include "bundle/settings.h"
+#include "bundle/vm_bundle.h"
+#include "events/die.h"
+#include "events/error_code.h"
+#include "events/event_stream.h"
+#include "platform/platform.h"
+
+namespace parlen {
+namespace {
+
+using platform::Result;
+
+/// The value, or the end of the process with the host's sentence.
+void orDie(Result<> result) {
+  if (!result) die(errorCode::cloneFailed, result.error().description);
+}
+
+std::string parentOf(const std::string& absolute) {
+  const std::size_t slash = absolute.rfind('/');
+  return slash == 0 ? "/" : absolute.substr(0, slash);
+}
+
+/// Gives the owner write permission on everything under `path`, as far as possible: what stays
+/// unwritable shows when it is written.
+void makeWritable(const std::string& path) {
+  (void)platform::system().process().runAndWait("/bin/chmod", {"-R", "u+w", path});
+}
+
+/// Whether `path` is what it seems to be and not, through a link, a file outside of the bundle. The
+/// copy keeps the source's links, and what they lead to may be the source's own.
+bool isInside(const VMBundle& bundle, const std::string& path) {
+  const platform::Files& files = platform::system().files();
+  const auto root = files.canonicalPath(bundle.root());
+  const auto target = files.canonicalPath(path);
+  return root && target && target->starts_with(*root + "/");
+}
+
+/// Replaces the content of a member of the copy, never that of a file that a link leads to outside.
+Result<> detach(const VMBundle& copy, const std::string& member) {
+  platform::Files& files = platform::system().files();
+  if (files.isSymbolicLink(member) && !isInside(copy, member)) return files.removeFile(member);
+  return {};
+}
+
+VMSettings settingsForCopy(const VMBundle& copy, const std::string& macAddress) {
+  // A clone of a bundle without settings has an unknown disk size, recorded as 0.
+  VMSettings settings = loadSettings(copy).value_or(VMSettings{.macAddress = {},
+                                                               .cpuCount = defaultCpuCount(),
+                                                               .memoryBytes = defaultMemoryBytes(),
+                                                               .diskGb = 0});
+  settings.macAddress = macAddress;
+  return settings;
+}
+
+void writeNewSettings(const VMBundle& copy, const std::string& macAddress) {
+  const VMSettings settings = settingsForCopy(copy, macAddress);
+  orDie(detach(copy, copy.settings()));
+  orDie(saveSettings(settings, copy));
+}
+
+void writeNewIdentifier(const VMBundle& copy) {
+  const auto identifier = platform::host().identities().newMachineIdentifier();
+  orDie(detach(copy, copy.machineIdentifier()));
+  orDie(
+      platform::system().files().write(copy.machineIdentifier(), identifier->dataRepresentation()));
+}
+
+void resetShare(const VMBundle& copy) {
+  platform::Files& files = platform::system().files();
+  // The configuration is the source guest's; a copy without one is none that failed.
+  if (isInside(copy, copy.share())) (void)files.removeFile(copy.guestConfig());
+  orDie(files.createDirectories(copy.share()));
+}
+
+}  // namespace
+
+void cloneVM(const std::string& from, const std::string& to, MachineIdChoice machineId) {
+  platform::Files& files = platform::system().files();
+  const VMBundle source(from);
+  const VMBundle copy(to);
+  if (!source.exists()) die(errorCode::bundleMissing, "no VM bundle at " + from);
+  if (copy.exists()) {
+    die(errorCode::bundleExists, to + " already exists — VMs are pets, not cattle");
+  }
+
+  orDie(files.createDirectories(parentOf(copy.root())));
+  orDie(files.copyDirectory(source.root(), copy.root()));
+  makeWritable(copy.root());
+  const std::string macAddress =
+      platform::toString(platform::host().identities().randomMacAddress());
+  writeNewSettings(copy, macAddress);
+  const bool regenerate = machineId == MachineIdChoice::regenerate;
+  if (regenerate) writeNewIdentifier(copy);
+  resetShare(copy);
+
+  emit(R"({"type":"cloned","from":)" + jsonEscape(source.root()) + R"(,"to":)" +
+       jsonEscape(copy.root()) + R"(,"macAddress":)" + jsonEscape(macAddress) +
+       R"(,"machineIdentifier":")" + (regenerate ? "regenerated" : "kept") + R"("})");
+  platform::system().process().exit(0);
+}
+
+}  // namespace parlen

@@ -1,0 +1,64 @@
+#include "bundle/settings.h"
+
+#include <algorithm>
+
+#include "platform/platform.h"
+#include "text/json_reader.h"
+#include "text/json_writer.h"
+
+namespace parlen {
+namespace {
+
+std::optional<VMSettings> decode(const text::JsonValue& json) {
+  const text::JsonValue* address = json.find("macAddress");
+  const text::JsonValue* cpus = json.find("cpuCount");
+  const text::JsonValue* memory = json.find("memoryBytes");
+  const text::JsonValue* disk = json.find("diskGb");
+  if (!address || !cpus || !memory || !disk) return std::nullopt;
+
+  const std::string* macAddress = address->asString();
+  const auto cpuCount = cpus->asInt64();
+  const auto memoryBytes = memory->asUInt64();
+  const auto diskGb = disk->asInt64();
+  if (!macAddress || !cpuCount || !memoryBytes || !diskGb) return std::nullopt;
+  return VMSettings{*macAddress, *cpuCount, *memoryBytes, *diskGb};
+}
+
+}  // namespace
+
+std::optional<VMSettings> loadSettings(const VMBundle& bundle) {
+  const auto bytes = platform::system().files().read(bundle.settings());
+  if (!bytes) return std::nullopt;
+  const auto json = text::parseJson(*bytes);
+  if (!json) return std::nullopt;
+  return decode(*json);
+}
+
+platform::Result<> saveSettings(const VMSettings& settings, const VMBundle& bundle) {
+  const auto bytes =
+      text::writePrettySorted(text::JsonObject{{"cpuCount", settings.cpuCount},
+                                               {"diskGb", settings.diskGb},
+                                               {"macAddress", settings.macAddress},
+                                               {"memoryBytes", settings.memoryBytes}});
+  if (!bytes) {
+    return std::unexpected(platform::PlatformError{
+        "ParlenSettingsErrorDomain", 1, "could not encode the settings: the address is not UTF-8"});
+  }
+  return platform::system().files().write(bundle.settings(), *bytes);
+}
+
+std::int64_t defaultCpuCount() {
+  platform::HostCapabilities& host = platform::host().capabilities();
+  const platform::MachineLimits limits = host.limits();
+  constexpr std::int64_t fewest = 2;
+  const std::int64_t half = host.processorCount() / 2;
+  return std::min(std::max({half, limits.minimumCPUCount, fewest}), limits.maximumCPUCount);
+}
+
+std::uint64_t defaultMemoryBytes() {
+  const platform::MachineLimits limits = platform::host().capabilities().limits();
+  constexpr std::uint64_t usual = std::uint64_t{4} << 30U;
+  return std::min(std::max(usual, limits.minimumMemorySize), limits.maximumMemorySize);
+}
+
+}  // namespace parlen

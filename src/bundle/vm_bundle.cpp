@@ -1,0 +1,37 @@
+#include "bundle/vm_bundle.h"
+
+#include "platform/platform.h"
+
+namespace parlen {
+namespace {
+
+/// Drops what changes no meaning: doubled and trailing slashes and "." pieces. ".." stays, because
+/// behind a link it does not undo the piece before it.
+std::string tidied(std::string_view absolute) {
+  std::string path;
+  while (!absolute.empty()) {
+    const std::size_t slash = absolute.find('/');
+    const std::string_view piece = absolute.substr(0, slash);
+    if (!piece.empty() && piece != ".") path.append("/").append(piece);
+    absolute.remove_prefix(slash == std::string_view::npos ? absolute.size() : slash + 1);
+  }
+  return path.empty() ? "/" : path;
+}
+
+}  // namespace
+
+std::string absolutePath(std::string_view path) {
+  if (path.starts_with('/')) return tidied(path);
+  return tidied(platform::system().files().currentDirectory() + "/" + std::string(path));
+}
+
+VMBundle::VMBundle(std::string_view path) : root_(absolutePath(path)) {}
+
+bool VMBundle::exists() const { return platform::system().files().isDirectory(root_); }
+
+std::string VMBundle::member(std::string_view name) const {
+  std::string path = root_ == "/" ? root_ : root_ + "/";
+  return path.append(name);
+}
+
+}  // namespace parlen

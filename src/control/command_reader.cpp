@@ -1,0 +1,29 @@
+#include "control/command_reader.h"
+
+#include <string_view>
+
+#include "control/commands.h"
+#include "control/line_splitter.h"
+#include "platform/platform.h"
+
+namespace parlen {
+namespace {
+
+void handle(std::string_view chunk, LineSplitter& lines, VMRunner& runner) {
+  if (chunk.empty()) return runner.requestStop();  // what lacks its line feed is no command
+  lines.append(chunk);
+  while (const auto line = lines.next()) {
+    if (!line->empty()) executeCommand(*line, runner);
+  }
+}
+
+}  // namespace
+
+void readCommands(const std::shared_ptr<VMRunner>& runner) {
+  platform::system().streams().readInput(
+      [weak = std::weak_ptr(runner), lines = LineSplitter()](std::string_view chunk) mutable {
+        if (const auto alive = weak.lock()) handle(chunk, lines, *alive);
+      });
+}
+
+}  // namespace parlen

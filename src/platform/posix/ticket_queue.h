@@ -1,0 +1,28 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "platform/event_loop.h"
+
+namespace parlen::posix {
+
+/// A serial queue without a thread: each submitter takes a ticket and runs its work itself when the
+/// ticket's turn has come. Work that throws gives its turn up too.
+class TicketQueue final : public platform::SerialQueue {
+ public:
+  explicit TicketQueue(std::string_view label) : label_(label) {}
+  void sync(const platform::Work& work) override;
+
+ private:
+  std::string label_;  // for debuggers
+  std::mutex mutex_;
+  std::condition_variable turnEnded_;
+  std::uint64_t nextTicket_ = 0;  // guarded by mutex_
+  std::uint64_t served_ = 0;      // guarded by mutex_
+};
+
+}  // namespace parlen::posix

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/machine_configuration.h"
+#include "platform/simulated/world.h"
+
+namespace parlen::simulated {
+
+// What this host's handles hold. One process has one host, so that a handle that comes back is
+// always one of these.
+
+/// A guest's hardware: a name.
+class HardwareModel : public platform::HardwareModel {
+ public:
+  HardwareModel(std::shared_ptr<const World> world, std::string name)
+      : world_(std::move(world)), name_(std::move(name)) {}
+
+  std::string dataRepresentation() const override { return std::string(prefix) + name_; }
+  bool isSupported() const override {
+    return std::ranges::find(world_->scenario.host.hardwareModels, name_) !=
+           world_->scenario.host.hardwareModels.end();
+  }
+  const std::string& name() const { return name_; }
+
+  static constexpr std::string_view prefix = "parlen-simulated-hardware-model:";
+  /// A file that ends in a line feed was made by hand and is not what this host wrote.
+  static bool isName(std::string_view text) {
+    return !text.empty() && text.find('\n') == std::string_view::npos;
+  }
+
+ private:
+  std::shared_ptr<const World> world_;
+  std::string name_;
+};
+
+/// A guest's identity: 32 hexadecimal digits.
+class MachineIdentifier : public platform::MachineIdentifier {
+ public:
+  explicit MachineIdentifier(std::string digits) : digits_(std::move(digits)) {}
+
+  std::string dataRepresentation() const override { return std::string(prefix) + digits_; }
+  const std::string& digits() const { return digits_; }
+
+  static constexpr std::string_view prefix = "parlen-simulated-machine-identifier:";
+
+ private:
+  std::string digits_;
+};
+
+/// A file of firmware variables.
+class AuxiliaryStorage : public platform::AuxiliaryStorage {
+ public:
+  explicit AuxiliaryStorage(std::string path) : path_(std::move(path)) {}
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+enum class DiskAccess { readOnly, readWrite };
+
+/// A raw image, opened for its guest.
+class DiskAttachment : public platform::DiskAttachment {
+ public:
+  DiskAttachment(std::string path, DiskAccess access) : path_(std::move(path)), access_(access) {}
+  const std::string& path() const { return path_; }
+  bool isReadOnly() const { return access_ == DiskAccess::readOnly; }
+
+ private:
+  std::string path_;
+  DiskAccess access_;
+};
+
+/// What is behind a handle of this host; null stays null.
+inline const HardwareModel* opened(const std::shared_ptr<const platform::HardwareModel>& handle) {
+  return static_cast<const HardwareModel*>(handle.get());
+}
+inline const MachineIdentifier* opened(
+    const std::shared_ptr<const platform::MachineIdentifier>& handle) {
+  return static_cast<const MachineIdentifier*>(handle.get());
+}
+inline const AuxiliaryStorage* opened(
+    const std::shared_ptr<const platform::AuxiliaryStorage>& handle) {
+  return static_cast<const AuxiliaryStorage*>(handle.get());
+}
+inline const DiskAttachment* opened(const std::shared_ptr<const platform::DiskAttachment>& handle) {
+  return static_cast<const DiskAttachment*>(handle.get());
+}
+
+}  // namespace parlen::simulated

@@ -1,0 +1,183 @@
+#include "platform/simulated/machine.h"
+
+#include <string>
+#include <utility>
+
+#include "platform/simulated/guest_files.h"
+
+namespace parlen::simulated {
+namespace {
+
+using std::chrono::milliseconds;
+
+platform::Result<> outcome(const OptionalError& error) {
+  if (error) return std::unexpected(*error);
+  return {};
+}
+
+}  // namespace
+
+/// A pause or a resume.
+struct Machine::Transition {
+  std::string_view traced;
+  std::string_view verb;
+  State from;
+  State through;
+  State to;
+  milliseconds MachineScenario::* time;
+  OptionalError MachineScenario::* error;
+};
+
+Machine::Machine(std::shared_ptr<World> world, platform::MachineConfiguration configuration)
+    : world_(std::move(world)),
+      configuration_(std::move(configuration)),
+      timers_(world_->system.loop()) {}
+
+void Machine::start(platform::Completion done) {
+  world_->trace.record("machine.start");
+  if (life_ != Life::unused) world_->unmodelled("a machine can be started only once");
+  life_ = Life::alive;
+  state_ = State::starting;
+  // Before the script: where both fall due at one time, what the program asked for comes first.
+  timers_.after(world_->scenario.machine.startMs,
+                [this, done = std::move(done)] { finishStart(done); });
+  for (const ScriptEntry& entry : world_->scenario.script) schedule(entry);
+}
+
+void Machine::finishStart(const platform::Completion& done) {
+  // A machine that ended or is being stopped reports that end and no failed start beside it.
+  if (!isAlive() || state_ == State::stopping) return;
+  auto result = outcome(world_->scenario.machine.startError);
+  if (result) result = checkFiles();
+  if (!result) {
+    end(State::error);
+  } else if (state_ == State::starting) {
+    state_ = State::running;
+  }
+  done(std::move(result));
+}
+
+platform::Result<> Machine::checkFiles() const {
+  const auto files = checkGuestFiles(world_->system.files(), configuration_);
+  if (files) return {};
+  return std::unexpected(failure("could not start the machine: " + files.error().description));
+}
+
+bool Machine::canRequestStop() const {
+  return world_->scenario.machine.canRequestStop.value_or(state_ == State::running);
+}
+
+platform::Result<> Machine::requestStop() {
+  world_->trace.record("machine.requestStop");
+  const MachineScenario& scenario = world_->scenario.machine;
+  if (!isAlive() || !canRequestStop()) {
+    return std::unexpected(failure("the machine is in no state to shut its guest down"));
+  }
+  if (scenario.requestStopError) return std::unexpected(*scenario.requestStopError);
+  if (scenario.shutdownMs) timers_.after(*scenario.shutdownMs, [this] { finishShutdown(); });
+  return {};
+}
+
+void Machine::finishShutdown() {
+  if (!isAlive()) return;
+  // A guest that does not execute cannot go on shutting down.
+  shutdownHeldUp_ = state_ == State::paused || state_ == State::resuming;
+  if (shutdownHeldUp_) return;
+  end(State::stopped);
+  if (delegate_ != nullptr) delegate_->guestDidStop();
+}
+
+void Machine::stop(platform::Completion done) {
+  world_->trace.record("machine.stop");
+  if (!isAlive()) {
+    timers_.after(milliseconds(0), [done = std::move(done)] {
+      done(std::unexpected(failure("the machine is stopped already")));
+    });
+    return;
+  }
+  state_ = State::stopping;
+  const auto time = world_->scenario.machine.stopMs;
+  if (time) timers_.after(*time, [this, done = std::move(done)] { finishStop(done); });
+}
+
+void Machine::finishStop(const platform::Completion& done) {
+  // Only one end is reported: another hard stop or the guest itself was quicker.
+  if (!isAlive()) return;
+  end(State::stopped);
+  done(outcome(world_->scenario.machine.stopError));
+}
+
+void Machine::pause(platform::Completion done) {
+  runTransition({"machine.pause", "pause", State::running, State::pausing, State::paused,
+                 &MachineScenario::pauseMs, &MachineScenario::pauseError},
+                std::move(done));
+}
+
+void Machine::resume(platform::Completion done) {
+  runTransition({"machine.resume", "resume", State::paused, State::resuming, State::running,
+                 &MachineScenario::resumeMs, &MachineScenario::resumeError},
+                std::move(done));
+}
+
+void Machine::runTransition(const Transition& transition, platform::Completion done) {
+  world_->trace.record(transition.traced);
+  if (state_ != transition.from) {
+    timers_.after(milliseconds(0), [verb = transition.verb, done = std::move(done)] {
+      done(std::unexpected(failure("the machine is in no state to " + std::string(verb))));
+    });
+    return;
+  }
+  state_ = transition.through;
+  timers_.after(world_->scenario.machine.*transition.time,
+                [this, transition, done = std::move(done)] { finishTransition(transition, done); });
+}
+
+void Machine::finishTransition(const Transition& transition, const platform::Completion& done) {
+  if (!isAlive() || state_ == State::stopping) {
+    done(std::unexpected(
+        failure("the machine stopped before it could " + std::string(transition.verb))));
+    return;
+  }
+  const auto result = outcome(world_->scenario.machine.*transition.error);
+  // The error state stays whatever was under way when the machine entered it.
+  if (state_ == transition.through) state_ = result ? transition.to : transition.from;
+  if (state_ == State::running && shutdownHeldUp_) {
+    timers_.after(milliseconds(0), [this] { finishShutdown(); });
+  }
+  done(result);
+}
+
+void Machine::schedule(const ScriptEntry& entry) {
+  timers_.after(entry.atMs, [this, &entry] { happen(entry); });
+}
+
+void Machine::happen(const ScriptEntry& entry) {
+  if (!isAlive()) return;
+  switch (entry.event) {
+    case ScriptEvent::guestStops:
+      end(State::stopped);
+      if (delegate_ != nullptr) delegate_->guestDidStop();
+      break;
+    case ScriptEvent::stopsWithError:
+      end(State::error);
+      if (delegate_ != nullptr) delegate_->didStopWithError(entry.error);
+      break;
+    case ScriptEvent::networkDisconnects:
+      if (delegate_ != nullptr) delegate_->networkAttachmentDisconnected(entry.error);
+      break;
+    case ScriptEvent::entersErrorState:
+      state_ = State::error;
+      break;
+    case ScriptEvent::clicksLater:
+    case ScriptEvent::clicksDone:
+    case ScriptEvent::closesWindow:
+      break;  // a user's actions, on a window; there is none on screen
+  }
+}
+
+void Machine::end(State state) {
+  life_ = Life::over;
+  state_ = state;
+}
+
+}  // namespace parlen::simulated

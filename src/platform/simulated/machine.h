@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "platform/machine_configuration.h"
+#include "platform/simulated/timers.h"
+#include "platform/simulated/world.h"
+#include "platform/virtual_machine.h"
+
+namespace parlen::simulated {
+
+/// A machine without a guest in it: it goes through a guest's states as the scenario says, and
+/// tells of them. It lives once, from its start to its end; to start it again is not modelled.
+class Machine : public platform::VirtualMachine {
+ public:
+  Machine(std::shared_ptr<World> world, platform::MachineConfiguration configuration);
+
+  void setDelegate(platform::VirtualMachineDelegate* delegate) override { delegate_ = delegate; }
+  std::int64_t state() const override { return static_cast<std::int64_t>(state_); }
+  void start(platform::Completion done) override;
+  bool canRequestStop() const override;
+  platform::Result<> requestStop() override;
+  void stop(platform::Completion done) override;
+  bool canPause() const override { return state_ == State::running; }
+  void pause(platform::Completion done) override;
+  bool canResume() const override { return state_ == State::paused; }
+  void resume(platform::Completion done) override;
+
+  const platform::MachineConfiguration& configuration() const { return configuration_; }
+  /// Whether an installer may use the machine: it was never started.
+  bool isUnused() const { return life_ == Life::unused; }
+  /// From here on the machine is an installer's and cannot be started.
+  void beginInstallation() { life_ = Life::installing; }
+
+ private:
+  using State = platform::MachineState;
+  enum class Life { unused, installing, alive, over };
+  struct Transition;
+
+  void finishStart(const platform::Completion& done);
+  platform::Result<> checkFiles() const;
+  void finishStop(const platform::Completion& done);
+  void runTransition(const Transition& transition, platform::Completion done);
+  void finishTransition(const Transition& transition, const platform::Completion& done);
+  void finishShutdown();
+  void schedule(const ScriptEntry& entry);
+  void happen(const ScriptEntry& entry);
+  void end(State state);
+  bool isAlive() const { return life_ == Life::alive; }
+
+  std::shared_ptr<World> world_;
+  platform::MachineConfiguration configuration_;
+  platform::VirtualMachineDelegate* delegate_ = nullptr;
+  State state_ = State::stopped;
+  Life life_ = Life::unused;
+  bool shutdownHeldUp_ = false;  // it fell due while the guest was paused
+  Timers timers_;                // last: no work of the machine outlives its other members
+};
+
+}  // namespace parlen::simulated

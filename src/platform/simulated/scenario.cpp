@@ -1,0 +1,137 @@
+#include "platform/simulated/scenario.h"
+
+#include <array>
+#include <cstddef>
+#include <utility>
+
+#include "platform/simulated/script_entry.h"
+#include "platform/simulated/strict_json.h"
+#include "text/json_reader.h"
+
+namespace parlen::simulated {
+
+// The readers of the scenario's structs: their tables' rows find them as they find those of the
+// plain types. Each table is the whole list of what its object may have.
+
+static Checked read(const Field& field, HostScenario& target) {
+  static constexpr auto table = std::to_array<Member<HostScenario>>({
+      {"supported", into<&HostScenario::supported>},
+      {"processorCount", intoBy<&HostScenario::processorCount, readCount>},
+      {"minimumCPUCount", intoBy<&HostScenario::minimumCPUCount, readCount>},
+      {"maximumCPUCount", intoBy<&HostScenario::maximumCPUCount, readCount>},
+      {"minimumMemorySize", into<&HostScenario::minimumMemorySize>},
+      {"maximumMemorySize", into<&HostScenario::maximumMemorySize>},
+      {"hardwareModels", into<&HostScenario::hardwareModels>},
+  });
+  return readMembers<HostScenario>(field, table, target);
+}
+
+static Checked read(const Field& field, RestoreImageScenario& target) {
+  static constexpr auto table = std::to_array<Member<RestoreImageScenario>>({
+      {"loadMs", into<&RestoreImageScenario::loadMs>},
+      {"error", into<&RestoreImageScenario::error>},
+  });
+  return readMembers<RestoreImageScenario>(field, table, target);
+}
+
+static Checked readFractions(const Field& field, std::vector<double>& target) {
+  Checked checked = read(field, target);
+  if (!checked) return checked;
+  if (target.empty()) return refuse(field, "must hold the fraction before the installation");
+  for (std::size_t i = 0; i < target.size(); ++i) {
+    if (target[i] >= 0 && target[i] <= 1) continue;
+    return refuse(field.element(i, field.value), "must be a number from 0 to 1");
+  }
+  return {};
+}
+
+static Checked read(const Field& field, InstallScenario& target) {
+  static constexpr auto table = std::to_array<Member<InstallScenario>>({
+      {"progress", intoBy<&InstallScenario::progress, readFractions>},
+      {"stepMs", into<&InstallScenario::stepMs>},
+      {"error", into<&InstallScenario::error>},
+  });
+  return readMembers<InstallScenario>(field, table, target);
+}
+
+static Checked read(const Field& field, ConfigurationScenario& target) {
+  static constexpr auto table = std::to_array<Member<ConfigurationScenario>>({
+      {"attachError", into<&ConfigurationScenario::attachError>},
+      {"validateError", into<&ConfigurationScenario::validateError>},
+  });
+  return readMembers<ConfigurationScenario>(field, table, target);
+}
+
+static Checked read(const Field& field, MachineScenario& target) {
+  static constexpr auto table = std::to_array<Member<MachineScenario>>({
+      {"startMs", into<&MachineScenario::startMs>},
+      {"startError", into<&MachineScenario::startError>},
+      {"canRequestStop", into<&MachineScenario::canRequestStop>},
+      {"requestStopError", into<&MachineScenario::requestStopError>},
+      {"shutdownMs", into<&MachineScenario::shutdownMs>},
+      {"stopMs", into<&MachineScenario::stopMs>},
+      {"stopError", into<&MachineScenario::stopError>},
+      {"pauseMs", into<&MachineScenario::pauseMs>},
+      {"pauseError", into<&MachineScenario::pauseError>},
+      {"resumeMs", into<&MachineScenario::resumeMs>},
+      {"resumeError", into<&MachineScenario::resumeError>},
+  });
+  return readMembers<MachineScenario>(field, table, target);
+}
+
+static Checked readVisibleFrame(const Field& field, std::optional<platform::Rect>& target) {
+  if (field.value.isNull()) {
+    target.reset();
+    return {};
+  }
+  std::vector<double> numbers;
+  if (!read(field, numbers) || numbers.size() != 4) {
+    return refuse(field, "must be the four numbers [x, y, width, height], or null");
+  }
+  target = platform::Rect{numbers[0], numbers[1], numbers[2], numbers[3]};
+  return {};
+}
+
+static Checked read(const Field& field, ViewScenario& target) {
+  static constexpr auto table = std::to_array<Member<ViewScenario>>({
+      {"name", into<&ViewScenario::name>},
+      {"acceptsFirstResponder", into<&ViewScenario::acceptsFirstResponder>},
+      {"subviews", into<&ViewScenario::subviews>},
+  });
+  return readMembers<ViewScenario>(field, table, target);
+}
+
+static Checked read(const Field& field, WindowScenario& target) {
+  static constexpr auto table = std::to_array<Member<WindowScenario>>({
+      {"visibleFrame", intoBy<&WindowScenario::visibleFrame, readVisibleFrame>},
+      {"chrome", into<&WindowScenario::chrome>},
+      {"unbuildableKeyCodes", into<&WindowScenario::unbuildableKeyCodes>},
+      {"views", into<&WindowScenario::views>},
+  });
+  return readMembers<WindowScenario>(field, table, target);
+}
+
+static Checked read(const Field& field, Scenario& target) {
+  static constexpr auto table = std::to_array<Member<Scenario>>({
+      {"host", into<&Scenario::host>},
+      {"restoreImage", into<&Scenario::restoreImage>},
+      {"install", into<&Scenario::install>},
+      {"configuration", into<&Scenario::configuration>},
+      {"machine", into<&Scenario::machine>},
+      {"window", into<&Scenario::window>},
+      {"script", into<&Scenario::script>},
+  });
+  return readMembers<Scenario>(field, table, target);
+}
+
+std::expected<Scenario, std::string> parseScenario(std::string_view bytes) {
+  const auto json = text::parseJson(bytes);
+  if (!json) return std::unexpected("not JSON: " + text::describe(json.error()));
+  Scenario scenario;
+  if (Checked checked = read(Field{*json, ""}, scenario); !checked) {
+    return std::unexpected(checked.error());
+  }
+  return scenario;
+}
+
+}  // namespace parlen::simulated

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <expected>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/error.h"
+#include "platform/geometry.h"
+#include "platform/simulated/failure.h"
+
+namespace parlen::simulated {
+
+using std::chrono::milliseconds;
+using OptionalError = std::optional<platform::PlatformError>;  // nothing: it works
+
+struct HostScenario {
+  bool supported = true;
+  std::int64_t processorCount = 8;
+  std::int64_t minimumCPUCount = 1;
+  std::int64_t maximumCPUCount = 8;
+  std::uint64_t minimumMemorySize = 134217728;
+  std::uint64_t maximumMemorySize = 17179869184;
+  std::vector<std::string> hardwareModels = {"sim-1"};
+};
+
+struct RestoreImageScenario {
+  milliseconds loadMs{0};
+  OptionalError error;
+};
+
+struct InstallScenario {
+  std::vector<double> progress = {0, 0.25, 0.5, 0.75, 1};  // never empty, each between 0 and 1
+  milliseconds stepMs{0};
+  OptionalError error;
+};
+
+struct ConfigurationScenario {
+  OptionalError attachError;
+  OptionalError validateError;
+};
+
+struct MachineScenario {
+  milliseconds startMs{0};
+  OptionalError startError;
+  std::optional<bool> canRequestStop;  // nothing: by state
+  OptionalError requestStopError;
+  std::optional<milliseconds> shutdownMs = milliseconds(0);  // nothing: never
+  std::optional<milliseconds> stopMs = milliseconds(0);      // nothing: never
+  OptionalError stopError;
+  milliseconds pauseMs{0};
+  OptionalError pauseError;
+  milliseconds resumeMs{0};
+  OptionalError resumeError;
+};
+
+/// The machine view's subtree.
+struct ViewScenario {
+  std::string name;
+  bool acceptsFirstResponder = true;
+  std::vector<ViewScenario> subviews;
+};
+
+struct WindowScenario {
+  std::optional<platform::Rect> visibleFrame =
+      platform::Rect{0, 0, 1440, 875};  // nothing: no screen
+  double chrome = 28;
+  std::vector<std::uint16_t> unbuildableKeyCodes;
+  ViewScenario views = {"machine-view", true, {}};
+};
+
+enum class ScriptEvent {
+  guestStops,
+  stopsWithError,
+  networkDisconnects,
+  entersErrorState,
+  clicksLater,
+  clicksDone,
+  closesWindow,
+};
+
+struct ScriptEntry {
+  milliseconds atMs{0};  // from the call that starts the machine
+  ScriptEvent event = ScriptEvent::guestStops;
+  platform::PlatformError error = failure();  // of the events that carry one
+};
+
+/// What the simulated host shall do: every member of a scenario file, each with its default.
+struct Scenario {
+  HostScenario host;
+  RestoreImageScenario restoreImage;
+  InstallScenario install;
+  ConfigurationScenario configuration;
+  MachineScenario machine;
+  WindowScenario window;
+  std::vector<ScriptEntry> script;
+};
+
+/// Reads a scenario file's bytes. Nothing that is misspelt or of the wrong type passes; the error
+/// names the member by its path ("machine.startMs must be …", "unknown member 'machine.start'").
+std::expected<Scenario, std::string> parseScenario(std::string_view bytes);
+
+}  // namespace parlen::simulated

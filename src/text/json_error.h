@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <expected>
+#include <string>
+#include <string_view>
+
+namespace parlen::text {
+
+/// Why a text is not JSON: for people, and where in it.
+struct JsonError {
+  std::size_t offset = 0;  // bytes before the place
+  std::string message;
+
+  friend bool operator==(const JsonError&, const JsonError&) = default;
+};
+
+/// The message with its place: "a value is missing at byte 4".
+inline std::string describe(const JsonError& error) {
+  return error.message + " at byte " + std::to_string(error.offset);
+}
+
+inline std::unexpected<JsonError> jsonFailure(std::size_t offset, std::string_view message) {
+  return std::unexpected(JsonError{offset, std::string(message)});
+}
+
+}  // namespace parlen::text

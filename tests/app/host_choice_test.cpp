@@ -1,0 +1,73 @@
+#include "app/host_choice.h"
+
+#include <gtest/gtest.h>
+
+#include "support/tool.h"
+
+namespace parlen::test {
+namespace {
+
+class FakeNative : public platform::NativePlatform {
+ public:
+  explicit FakeNative(platform::System& system) : system_(system) {}
+  platform::System& system() override { return system_; }
+  std::string_view hostName() const override { return "native"; }
+  std::unique_ptr<platform::Host> makeHost(platform::WarningSink) override {
+    ++hostsMade;
+    return nullptr;
+  }
+
+  int hostsMade = 0;
+
+ private:
+  platform::System& system_;
+};
+
+class ChoosingTheHost : public testing::Test {
+ protected:
+  std::string errorFor(const HostChoice& choice) {
+    try {
+      (void)makeChosenHost(choice, native_);
+    } catch (const ProcessEnded& end) {
+      EXPECT_EQ(end.status, 1);
+      return tool_.events().back();
+    }
+    return "none";
+  }
+
+  Tool tool_;
+  FakeNative native_{tool_.system()};
+};
+
+TEST_F(ChoosingTheHost, TakesTheSystemsOwnUnlessToldOtherwise) {
+  (void)makeChosenHost({}, native_);
+  (void)makeChosenHost({.host = "native", .scenario = "/none", .trace = "/none/x"}, native_);
+  EXPECT_EQ(native_.hostsMade, 2);
+}
+
+TEST_F(ChoosingTheHost, TakesTheSimulatedOneByItsName) {
+  const auto host = makeChosenHost({.host = "simulated", .scenario = "", .trace = ""}, native_);
+  EXPECT_EQ(native_.hostsMade, 0);
+  EXPECT_EQ(host->capabilities().processorCount(), 8);
+}
+
+TEST_F(ChoosingTheHost, RefusesEveryOtherWord) {
+  (void)tool_.run({});  // sets the output up
+  EXPECT_EQ(errorFor({.host = "Simulated"}),
+            R"({"type":"error","code":"bad-usage","message":"unknown PARLEN_HOST 'Simulated'"})");
+  EXPECT_EQ(errorFor({.host = ""}),
+            R"({"type":"error","code":"bad-usage","message":"unknown PARLEN_HOST ''"})");
+}
+
+TEST_F(ChoosingTheHost, RefusesAScenarioThatCannotBeUsed) {
+  (void)tool_.run({});
+  tool_.write("typo.json", R"({"machine":{"startMS":5}})");
+  const std::string error = errorFor({.host = "simulated", .scenario = tool_.path("typo.json")});
+  EXPECT_TRUE(
+      error.starts_with(R"({"type":"error","code":"bad-usage","message":"unusable scenario )"))
+      << error;
+  EXPECT_TRUE(error.contains("startMS")) << error;
+}
+
+}  // namespace
+}  // namespace parlen::test

@@ -1,0 +1,227 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "bundle/settings.h"
+#include "events/event_stream.h"
+#include "support/tool.h"
+
+namespace parlen::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class Clone : public testing::Test {
+ protected:
+  Outcome clone(const std::string& from, const std::string& to,
+                std::vector<std::string> more = {}) {
+    std::vector<std::string> words = {"clone", "--from", from, "--to", to};
+    words.insert(words.end(), more.begin(), more.end());
+    return tool_.run(words);
+  }
+
+  std::string cloned(const std::string& to, const std::string& address, const std::string& word) {
+    return R"({"type":"cloned","from":)" + jsonEscape(tool_.path("a")) + R"(,"to":)" +
+           jsonEscape(to) + R"(,"macAddress":")" + address + R"(","machineIdentifier":")" + word +
+           R"("})";
+  }
+
+  VMSettings settingsOf(const std::string& path) {
+    const auto settings = loadSettings(VMBundle(path));
+    EXPECT_TRUE(settings);
+    return settings.value_or(VMSettings{});
+  }
+
+  std::string error(const std::string& code, const std::string& message) {
+    return R"({"type":"error","code":")" + code + R"(","message":)" + jsonEscape(message) + "}";
+  }
+
+  Tool tool_;
+  std::string source_ = tool_.makeBundle("a");
+};
+
+TEST_F(Clone, KeepsTheIdentifierAndDrawsANewAddress) {
+  EXPECT_EQ(clone(source_ + "/", tool_.path("b/")), endedWith(0));
+  const VMSettings copy = settingsOf(tool_.path("b"));
+  EXPECT_NE(copy.macAddress, "0a:00:00:00:00:01");
+  EXPECT_TRUE(platform::parseMacAddress(copy.macAddress));
+  EXPECT_EQ(copy, (VMSettings{copy.macAddress, 4, 4294967296, 80}));
+  EXPECT_EQ(tool_.events(), Lines{cloned(tool_.path("b"), copy.macAddress, "kept")});
+  for (const char* member :
+       {"/Disk.img", "/AuxiliaryStorage", "/HardwareModel", "/MachineIdentifier"}) {
+    EXPECT_EQ(tool_.read("b" + std::string(member)), tool_.read("a" + std::string(member)));
+  }
+}
+
+TEST_F(Clone, DrawsANewIdentifierOnRequest) {
+  EXPECT_EQ(clone(source_, tool_.path("b"), {"--regenerate-machine-id"}), endedWith(0));
+  EXPECT_EQ(tool_.events(),
+            Lines{cloned(tool_.path("b"), settingsOf(tool_.path("b")).macAddress, "regenerated")});
+  const std::string identifier = tool_.read("b/MachineIdentifier");
+  EXPECT_NE(identifier, tool_.read("a/MachineIdentifier"));
+  EXPECT_TRUE(platform::host().identities().machineIdentifier(identifier));
+}
+
+TEST_F(Clone, LeavesTheSourceAsItWas) {
+  tool_.write("a/share/parlen-vm.json", "{}");
+  const std::string settings = tool_.read("a/vm.json");
+  const std::string identifier = tool_.read("a/MachineIdentifier");
+  EXPECT_EQ(clone(source_, tool_.path("b"), {"--regenerate-machine-id"}), endedWith(0));
+  EXPECT_EQ(tool_.read("a/vm.json"), settings);
+  EXPECT_EQ(tool_.read("a/MachineIdentifier"), identifier);
+  EXPECT_EQ(tool_.read("a/share/parlen-vm.json"), "{}");
+}
+
+TEST_F(Clone, TakesTheGuestsConfigurationAndNothingElseOutOfTheShare) {
+  tool_.write("a/share/parlen-vm.json", "{}");
+  tool_.write("a/share/kept", "k");
+  tool_.write("a/anything", "else");
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+  EXPECT_FALSE(tool_.system().files().exists(tool_.path("b/share/parlen-vm.json")));
+  EXPECT_EQ(tool_.read("b/share/kept"), "k");
+  EXPECT_EQ(tool_.read("b/anything"), "else");
+}
+
+TEST_F(Clone, CreatesTheShareWhereTheSourceHasNone) {
+  ASSERT_EQ(rmdir((source_ + "/share").c_str()), 0);
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+  EXPECT_TRUE(tool_.system().files().isDirectory(tool_.path("b/share")));
+}
+
+TEST_F(Clone, CreatesTheDestinationsMissingParents) {
+  EXPECT_EQ(clone(source_, tool_.path("deep/er/b")), endedWith(0));
+  EXPECT_TRUE(tool_.system().files().exists(tool_.path("deep/er/b/vm.json")));
+}
+
+TEST_F(Clone, RecordsDefaultsAndAnUnknownDiskSizeForASourceWithoutSettings) {
+  tool_.write("a/vm.json", "broken");
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+  const VMSettings copy = settingsOf(tool_.path("b"));
+  EXPECT_EQ(copy, (VMSettings{copy.macAddress, 4, 4294967296, 0}));
+  EXPECT_EQ(tool_.read("a/vm.json"), "broken");
+}
+
+TEST_F(Clone, GivesTwoClonesTwoAddresses) {
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+  EXPECT_EQ(clone(source_, tool_.path("c")), endedWith(0));
+  EXPECT_NE(settingsOf(tool_.path("b")).macAddress, settingsOf(tool_.path("c")).macAddress);
+}
+
+TEST_F(Clone, NeedsASource) {
+  tool_.write("file", "");
+  for (const std::string& from : {tool_.path("none/"), tool_.path("file")}) {
+    EXPECT_EQ(clone(from, source_), endedWith(1)) << "the source is checked before the destination";
+    EXPECT_EQ(tool_.events().back(), error("bundle-missing", "no VM bundle at " + from));
+  }
+}
+
+TEST_F(Clone, NeverTouchesADirectoryThatIsThere) {
+  tool_.makeDirectory("b");
+  EXPECT_EQ(clone(source_, tool_.path("b/")), endedWith(1));
+  EXPECT_EQ(tool_.events(),
+            Lines{error("bundle-exists",
+                        tool_.path("b/") + " already exists — VMs are pets, not cattle")});
+  EXPECT_FALSE(tool_.system().files().exists(tool_.path("b/vm.json")));
+  EXPECT_EQ(clone(source_, source_), endedWith(1));
+}
+
+TEST_F(Clone, NeverReplacesAFileThatIsThere) {
+  tool_.write("b", "precious");
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(1));
+  EXPECT_TRUE(tool_.events().back().contains("clone-failed"));
+  EXPECT_EQ(tool_.read("b"), "precious");
+}
+
+TEST_F(Clone, FailsInsideItsOwnSource) {
+  EXPECT_EQ(clone(source_, source_ + "/b"), endedWith(1));
+  EXPECT_TRUE(tool_.events().back().contains("clone-failed")) << tool_.events().back();
+  EXPECT_FALSE(tool_.system().files().exists(source_ + "/b/Disk.img"));
+}
+
+TEST_F(Clone, FailsWhereTheParentCannotBe) {
+  tool_.write("file", "");
+  EXPECT_EQ(clone(source_, tool_.path("file/b")), endedWith(1));
+  EXPECT_TRUE(tool_.events().back().contains("clone-failed"));
+}
+
+TEST_F(Clone, MakesTheCopyWritableWithTheSystemsProgram) {
+  ASSERT_EQ(chmod((source_ + "/vm.json").c_str(), 0444), 0);
+  ASSERT_EQ(chmod((source_ + "/MachineIdentifier").c_str(), 0444), 0);
+  EXPECT_EQ(clone(source_, tool_.path("b"), {"--regenerate-machine-id"}), endedWith(0));
+  const auto& programs = tool_.system().process().programsRun;
+  ASSERT_EQ(programs.size(), 1U);
+  EXPECT_EQ(programs[0].first, "/bin/chmod");
+  EXPECT_EQ(programs[0].second, (Lines{"-R", "u+w", tool_.path("b")}));
+  struct stat attributes{};
+  ASSERT_EQ(stat(tool_.path("b/vm.json").c_str(), &attributes), 0);
+  EXPECT_NE(attributes.st_mode & S_IWUSR, 0U);
+}
+
+TEST_F(Clone, GoesOnWhenThatProgramCannotBeStarted) {
+  tool_.system().process().programsCannotStart = true;
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+}
+
+TEST_F(Clone, CopiesTheDirectoryBehindALinkedSource) {
+  ASSERT_EQ(symlink("a", tool_.path("link").c_str()), 0);
+  const std::string settings = tool_.read("a/vm.json");
+  EXPECT_EQ(clone(tool_.path("link"), tool_.path("b")), endedWith(0));
+  EXPECT_FALSE(tool_.system().files().isSymbolicLink(tool_.path("b")));
+  EXPECT_EQ(tool_.read("a/vm.json"), settings);
+}
+
+TEST_F(Clone, NeverWritesThroughALinkOutOfTheCopy) {
+  // What the source keeps elsewhere is still the source's.
+  tool_.makeDirectory("elsewhere");
+  for (const std::string name : {"vm.json", "MachineIdentifier"}) {
+    tool_.write("elsewhere/" + name, tool_.read("a/" + name));
+    ASSERT_TRUE(tool_.system().files().removeFile(source_ + "/" + name));
+    ASSERT_EQ(symlink(tool_.path("elsewhere/" + name).c_str(), (source_ + "/" + name).c_str()), 0);
+  }
+  ASSERT_EQ(rmdir((source_ + "/share").c_str()), 0);
+  ASSERT_EQ(symlink(tool_.path("elsewhere").c_str(), (source_ + "/share").c_str()), 0);
+  tool_.write("elsewhere/parlen-vm.json", "{}");
+  const std::string settings = tool_.read("a/vm.json");
+  const std::string identifier = tool_.read("a/MachineIdentifier");
+
+  EXPECT_EQ(clone(source_, tool_.path("b"), {"--regenerate-machine-id"}), endedWith(0));
+
+  EXPECT_EQ(tool_.read("elsewhere/vm.json"), settings);
+  EXPECT_EQ(tool_.read("elsewhere/MachineIdentifier"), identifier);
+  EXPECT_EQ(tool_.read("elsewhere/parlen-vm.json"), "{}");
+  EXPECT_EQ(settingsOf(tool_.path("b")).cpuCount, 4) << "they were read before they were replaced";
+  EXPECT_NE(tool_.read("b/vm.json"), settings);
+  EXPECT_NE(tool_.read("b/MachineIdentifier"), identifier);
+}
+
+TEST_F(Clone, WritesThroughALinkThatStaysInTheCopy) {
+  tool_.makeDirectory("a/conf");
+  tool_.write("a/conf/vm.json", tool_.read("a/vm.json"));
+  ASSERT_TRUE(tool_.system().files().removeFile(source_ + "/vm.json"));
+  ASSERT_EQ(symlink("conf/vm.json", (source_ + "/vm.json").c_str()), 0);
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+  EXPECT_TRUE(tool_.system().files().isSymbolicLink(tool_.path("b/vm.json")));
+  EXPECT_NE(tool_.read("b/conf/vm.json"), tool_.read("a/conf/vm.json"));
+}
+
+TEST_F(Clone, DoesNotHangOnAFifoInTheSource) {
+  ASSERT_TRUE(tool_.system().files().removeFile(source_ + "/vm.json"));
+  ASSERT_EQ(mkfifo((source_ + "/vm.json").c_str(), 0600), 0);
+  ASSERT_EQ(mkfifo((source_ + "/pipe").c_str(), 0600), 0);
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(1)) << "settings cannot be kept in a FIFO";
+  EXPECT_TRUE(tool_.events().back().contains("clone-failed"));
+  EXPECT_TRUE(tool_.system().files().exists(tool_.path("b/pipe")));
+}
+
+TEST_F(Clone, LeavesAPartialCopyThatASecondCloneRefuses) {
+  ASSERT_TRUE(tool_.system().files().removeFile(source_ + "/vm.json"));
+  tool_.makeDirectory("a/vm.json");
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(1));
+  EXPECT_TRUE(tool_.events().back().contains("clone-failed"));
+  EXPECT_EQ(tool_.read("b/Disk.img"), tool_.read("a/Disk.img"));
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(1));
+  EXPECT_TRUE(tool_.events().back().contains("bundle-exists"));
+}
+
+}  // namespace
+}  // namespace parlen::test

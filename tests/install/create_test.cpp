@@ -1,0 +1,246 @@
+#include <gtest/gtest.h>
+
+#include "bundle/settings.h"
+#include "events/event_stream.h"
+#include "install/installation.h"
+#include "support/tool.h"
+
+namespace parlen::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const std::string ready = R"({"type":"ready","proto":1})";
+const std::string starting = R"({"type":"state","state":"starting"})";
+
+std::string error(const std::string& code, const std::string& message) {
+  return R"({"type":"error","code":")" + code + R"(","message":)" + jsonEscape(message) + "}";
+}
+
+std::string progress(const std::string& fraction) {
+  return R"({"type":"progress","fraction":)" + fraction + "}";
+}
+
+std::string created(const std::string& bundle) {
+  return R"({"type":"created","bundle":)" + jsonEscape(bundle) + "}";
+}
+
+/// A world in which the given scenario holds, and a `create` of the bundle "b" out of the image
+/// "image".
+class Creation {
+ public:
+  explicit Creation(std::string_view scenario = "{}") : tool(scenario) {
+    tool.makeRestoreImage("image");
+  }
+
+  Outcome create(std::vector<std::string> more = {}) {
+    std::vector<std::string> words = {"create", "--ipsw", tool.path("image"), "--bundle", bundle};
+    words.insert(words.end(), more.begin(), more.end());
+    return tool.run(words);
+  }
+
+  Tool tool;
+  std::string bundle = tool.path("b");
+};
+
+TEST(Create, TellsItsProgressAndEndsWithTheBundle) {
+  Creation given;
+  EXPECT_EQ(given.create(), endedWith(0));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, progress("0.0000"), starting, progress("0.2500"), progress("0.5000"),
+                   progress("0.7500"), progress("1.0000"), created(given.bundle)}));
+  EXPECT_EQ(given.tool.warnings(), "");
+  EXPECT_EQ(given.tool.calls(), (Lines{"restoreImage.load", "configuration.validate",
+                                       "machine.create", "installer.install"}));
+  EXPECT_EQ(installProgress, nullptr);
+}
+
+TEST(Create, LaysTheBundleOut) {
+  Creation given;
+  EXPECT_EQ(given.create({"--disk-gb", "80"}), endedWith(0));
+  const VMBundle bundle(given.bundle);
+  platform::Files& files = given.tool.system().files();
+  EXPECT_EQ(files.length(bundle.disk()), std::uint64_t{80} << 30U);
+  EXPECT_EQ(given.tool.read("b/HardwareModel"), "parlen-simulated-hardware-model:sim-1");
+  EXPECT_TRUE(
+      platform::host().identities().machineIdentifier(given.tool.read("b/MachineIdentifier")));
+  EXPECT_EQ(given.tool.read("b/AuxiliaryStorage"), "parlen-simulated-auxiliary-storage:sim-1");
+  EXPECT_TRUE(files.isDirectory(bundle.share()));
+  EXPECT_FALSE(files.exists(bundle.guestConfig()));
+  const auto settings = loadSettings(bundle);
+  ASSERT_TRUE(settings);
+  EXPECT_TRUE(platform::parseMacAddress(settings->macAddress));
+  EXPECT_EQ(*settings, (VMSettings{settings->macAddress, 4, 4294967296, 80}));
+}
+
+TEST(Create, HasADiskOf80GibibytesUnlessANumberIsGiven) {
+  for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+           {}, {"--disk-gb"}, {"--disk-gb", "abc"}, {"--disk-gb", ""}, {"--disk-gb", "1e3"}}) {
+    Creation given;
+    EXPECT_EQ(given.create(words), endedWith(0));
+    EXPECT_EQ(given.tool.system().files().length(given.bundle + "/Disk.img"),
+              std::uint64_t{80} << 30U);
+  }
+  Creation given;
+  EXPECT_EQ(given.create({"--disk-gb", "+64"}), endedWith(0));
+  EXPECT_EQ(given.tool.system().files().length(given.bundle + "/Disk.img"),
+            std::uint64_t{64} << 30U);
+}
+
+TEST(Create, TakesWhatTheImageNeedsWhereItIsMore) {
+  Creation given;
+  given.tool.write("image", R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1",
+                               "minimumCPUCount":7,"minimumMemorySize":8589934592})");
+  EXPECT_EQ(given.create(), endedWith(0));
+  const auto settings = loadSettings(VMBundle(given.bundle));
+  ASSERT_TRUE(settings);
+  EXPECT_EQ(settings->cpuCount, 7);
+  EXPECT_EQ(settings->memoryBytes, 8589934592);
+}
+
+TEST(Create, DoesNotClampWhatTheImageNeedsToTheHostsMaximum) {
+  Creation given;
+  given.tool.write("image",
+                   R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1","minimumCPUCount":9})");
+  EXPECT_EQ(given.create(), endedWith(1));
+  EXPECT_TRUE(given.tool.events().back().starts_with(
+      R"({"type":"error","code":"create-failed","message":"invalid VM configuration: )"))
+      << given.tool.events().back();
+  EXPECT_EQ(loadSettings(VMBundle(given.bundle))->cpuCount, 9) << "the partial bundle stays";
+}
+
+TEST(Create, ReportsEachWholePercentOnce) {
+  Creation given(R"({"install":{"progress":[0.004,0.009,0.0101,0.0199,0.02,0.01,0.999,1]}})");
+  EXPECT_EQ(given.create(), endedWith(0));
+  EXPECT_EQ(given.tool.events(), (Lines{ready, progress("0.0040"), starting, progress("0.0101"),
+                                        progress("0.0200"), progress("0.0100"), progress("0.9990"),
+                                        progress("1.0000"), created(given.bundle)}));
+}
+
+TEST(Create, NamesTheExistingBundleBeforeTheMissingImage) {
+  Creation given;
+  given.tool.makeDirectory("b");
+  EXPECT_EQ(given.tool.run({"create", "--bundle", given.bundle + "/", "--ipsw", "/none"}),
+            endedWith(1));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, error("bundle-exists",
+                                given.bundle + "/ already exists — VMs are pets, not cattle")}));
+}
+
+TEST(Create, NamesTheMissingImageAsTyped) {
+  Creation given;
+  EXPECT_EQ(given.tool.run({"create", "--bundle", given.bundle, "--ipsw", "none/./image"}),
+            endedWith(1));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, error("ipsw-missing", "no restore image at none/./image")}));
+  EXPECT_FALSE(given.tool.system().files().exists(given.bundle));
+}
+
+TEST(Create, CannotReadWhatIsNoImage) {
+  Creation given;
+  given.tool.write("image", "garbage");
+  EXPECT_EQ(given.create(), endedWith(1));
+  ASSERT_EQ(given.tool.events().size(), 2U);
+  EXPECT_TRUE(given.tool.events()[1].contains(R"("code":"ipsw-unreadable")"));
+  EXPECT_FALSE(given.tool.system().files().exists(given.bundle)) << "nothing was written";
+}
+
+TEST(Create, CannotReadADirectory) {
+  Creation given;
+  given.tool.makeDirectory("directory");
+  EXPECT_EQ(
+      given.tool.run({"create", "--bundle", given.bundle, "--ipsw", given.tool.path("directory")}),
+      endedWith(1));
+  EXPECT_TRUE(given.tool.events()[1].contains(R"("code":"ipsw-unreadable")"));
+}
+
+TEST(Create, TellsWhyTheLoadFailedInTheHostsWordsAlone) {
+  Creation given(R"({"restoreImage":{"loadMs":500,"error":{"description":"torn"}}})");
+  EXPECT_EQ(given.create(), endedWith(1));
+  EXPECT_EQ(given.tool.events(), (Lines{ready, error("ipsw-unreadable", "torn")}));
+}
+
+TEST(Create, RefusesAnImageThatThisHostCannotRun) {
+  for (const char* image : {R"({"simulatedRestoreImage":1})",
+                            R"({"simulatedRestoreImage":1,"hardwareModel":"sim-2"})"}) {
+    Creation given;
+    given.tool.write("image", image);
+    EXPECT_EQ(given.create(), endedWith(1));
+    EXPECT_EQ(given.tool.events(),
+              (Lines{ready, error("ipsw-unsupported", "this host cannot run any configuration in " +
+                                                          given.tool.path("image"))}));
+  }
+}
+
+TEST(Create, FailsWhereAFileStandsInTheBundlesPlace) {
+  Creation given;
+  given.tool.write("b", "precious");
+  EXPECT_EQ(given.create(), endedWith(1));
+  ASSERT_EQ(given.tool.events().size(), 2U);
+  EXPECT_TRUE(given.tool.events()[1].contains(R"("code":"create-failed")"));
+  EXPECT_EQ(given.tool.read("b"), "precious");
+}
+
+TEST(Create, FailsInTheInstallerForADiskWithoutRoom) {
+  Creation given;
+  EXPECT_EQ(given.create({"--disk-gb", "0"}), endedWith(1));
+  EXPECT_TRUE(given.tool.events().back().contains(R"("code":"create-failed")"));
+  EXPECT_EQ(given.tool.system().files().length(given.bundle + "/Disk.img"), 0U);
+  EXPECT_TRUE(loadSettings(VMBundle(given.bundle)));
+}
+
+TEST(Create, AbortsForADiskThatNoNumberOfBytesDescribes) {
+  for (const char* size : {"-1", "17179869184", "9223372036854775807", "-9223372036854775808"}) {
+    Creation given;
+    EXPECT_EQ(given.create({"--disk-gb", size}), trapped());
+    EXPECT_EQ(given.tool.events(), Lines{ready});
+    EXPECT_EQ(given.tool.system().files().length(given.bundle + "/Disk.img"), 0U);
+    EXPECT_TRUE(given.tool.system().files().isDirectory(given.bundle + "/share"));
+    EXPECT_FALSE(given.tool.system().files().exists(given.bundle + "/HardwareModel"));
+  }
+}
+
+TEST(Create, FailsButDoesNotAbortForADiskThatTheFileSystemCannotHold) {
+  Creation given;
+  EXPECT_EQ(given.create({"--disk-gb", "17179869183"}), endedWith(1));
+  EXPECT_TRUE(given.tool.events().back().contains(R"("code":"create-failed")"));
+}
+
+TEST(Create, FailsWithTheInstallersWordsAndKeepsThePartialBundle) {
+  Creation given(
+      R"({"install":{"progress":[0,0.5],"stepMs":100,"error":{"description":"no power"}}})");
+  EXPECT_EQ(given.create(), endedWith(1));
+  EXPECT_EQ(given.tool.events(), (Lines{ready, progress("0.0000"), starting, progress("0.5000"),
+                                        error("create-failed", "no power")}));
+  EXPECT_EQ(installProgress, nullptr);
+  EXPECT_EQ(given.create(), endedWith(1));
+  EXPECT_TRUE(given.tool.events().back().contains("bundle-exists"));
+}
+
+TEST(Create, FailsWithThePrefixWhenTheConfigurationIsNotValid) {
+  Creation given(R"({"configuration":{"validateError":{"description":"too odd"}}})");
+  EXPECT_EQ(given.create(), endedWith(1));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, error("create-failed", "invalid VM configuration: too odd")}));
+}
+
+TEST(Create, FailsWithoutThePrefixWhenTheConfigurationCannotBeBuilt) {
+  Creation given(R"({"configuration":{"attachError":{"description":"no disk"}}})");
+  EXPECT_EQ(given.create(), endedWith(1));
+  EXPECT_EQ(given.tool.events(), (Lines{ready, error("create-failed", "no disk")}));
+}
+
+TEST(Create, ResolvesARelativeBundlePathInTheEventOnly) {
+  Creation given;
+  const std::string here = given.tool.system().files().currentDirectory();
+  std::string relative;
+  for (char c : here) relative += c == '/' ? "../" : "";
+  relative += given.bundle.substr(1);
+  EXPECT_EQ(
+      given.tool.run({"create", "--ipsw", given.tool.path("image"), "--bundle", relative + "/"}),
+      endedWith(0));
+  EXPECT_EQ(given.tool.events().back(), created(here + "/" + relative));
+}
+
+}  // namespace
+}  // namespace parlen::test

@@ -1,0 +1,63 @@
+#include "fixtures.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace parlen::test {
+
+void serve(platform::EventLoop& loop) {
+  try {
+    loop.run();
+  } catch (const LoopLeft&) {
+  }
+}
+
+void leaveLoop() { throw LoopLeft(); }
+
+Pipe makePipe(int flags) {
+  int ends[2];
+  if (pipe2(ends, flags | O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  return {posix::Descriptor(ends[0]), posix::Descriptor(ends[1])};
+}
+
+int inChild(const std::function<int()>& body) {
+  const pid_t child = fork();
+  if (child == 0) _exit(body());
+  int status = 0;
+  if (waitpid(child, &status, 0) != child) throw std::runtime_error("no child");
+  return status;
+}
+
+void putFile(const std::string& path, std::string_view content) {
+  std::ofstream file(path, std::ios::binary);
+  file << content;
+  if (!file.flush()) throw std::runtime_error("could not write " + path);
+}
+
+std::string fileContent(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw std::runtime_error("could not read " + path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string readAll(int descriptor) {
+  std::string all;
+  char buffer[65536];
+  for (ssize_t count = 0; (count = read(descriptor, buffer, sizeof buffer)) > 0;) {
+    all.append(buffer, static_cast<std::size_t>(count));
+  }
+  return all;
+}
+
+struct stat statusOf(const std::string& path) {
+  struct stat status{};
+  if (lstat(path.c_str(), &status) != 0) throw std::runtime_error("nothing at " + path);
+  return status;
+}
+
+}  // namespace parlen::test
