@@ -54,7 +54,7 @@ inline constexpr std::uint64_t windowMiniaturizable = 4;
 inline constexpr std::uint64_t windowResizable = 8;
 
 enum class Backing { buffered = 2 };
-enum class Display { later, atOnce };
+enum class Redraw { later, atOnce };
 enum class ReleasedWhenClosed { no, yes };
 
 struct WindowOptions {
@@ -84,7 +84,7 @@ class Window {
   virtual Rect frame() const = 0;
   /// The content that a window like this has inside of `frame`.
   virtual Rect contentRectForFrameRect(const Rect& frame) const = 0;
-  virtual void setFrame(const Rect& frame, Display display) = 0;
+  virtual void setFrame(const Rect& frame, Redraw redraw) = 0;
   virtual void setContentSize(const Size& size) = 0;
   virtual void setContentAspectRatio(const Size& ratio) = 0;
 
