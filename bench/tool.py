@@ -1,0 +1,114 @@
+"""The program under measurement, and what every measurement needs."""
+
+import dataclasses
+import json
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import time
+
+
+@dataclasses.dataclass
+class Row:
+    """One line of the table. The ratio is ours to the reference; the bar is its upper limit, or for
+    a row without a reference the upper limit of our own value."""
+
+    name: str
+    ours: float
+    unit: str
+    reference: float | None = None
+    bar: float | None = None
+
+    @property
+    def ratio(self):
+        return None if self.reference is None else self.ours / self.reference
+
+    @property
+    def verdict(self):
+        if self.bar is None:
+            return ""
+        value = self.ours if self.ratio is None else self.ratio
+        return "ok" if value <= self.bar else "OVER"
+
+
+class Bench:
+    """Where the programs are, and a folder for what the measurements make."""
+
+    def __init__(self, build, image, folder):
+        self.program = str(build / "src/app/parlen-mac-vm")
+        self.empty = str(build / "bench/empty_program")
+        self.spawn_times = str(build / "bench/spawn_times")
+        self.image = pathlib.Path(image)
+        self.folder = folder
+
+    def call(self, *arguments, host=None):
+        """Runs one subcommand to its end, which must be a good one."""
+        command = [self.program, *map(str, arguments)]
+        nothing = subprocess.DEVNULL
+        subprocess.run(command, env=environment(host), stdin=nothing, stdout=nothing, check=True)
+
+    def simulated_bundle(self, name, disk_gb=1):
+        image = self.folder / "simulated-image"
+        image.write_text('{"simulatedRestoreImage":1,"hardwareModel":"sim-1"}')
+        return self._create(name, image, disk_gb, "simulated")
+
+    def guest_bundle(self, name):
+        return self._create(name, self.image, 1, None)
+
+    def _create(self, name, image, disk_gb, host):
+        bundle = self.folder / name
+        arguments = ["--ipsw", image, "--bundle", bundle, "--disk-gb", disk_gb]
+        self.call("create", *arguments, host=host)
+        return bundle
+
+    def start_run(self, bundle, host=None):
+        """A run whose machine is running."""
+        process = subprocess.Popen(
+            [self.program, "run", "--bundle", str(bundle)],
+            env=environment(host),
+            stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.DEVNULL,
+        )
+        for line in process.stdout:
+            if json.loads(line).get("state") == "running":
+                return process
+        raise RuntimeError(f"the run of {bundle} ended before it was running")
+
+
+def environment(host):
+    ours = ("PARLEN_HOST", "PARLEN_SCENARIO", "PARLEN_TRACE")
+    variables = {name: value for name, value in os.environ.items() if name not in ours}
+    if host:
+        variables["PARLEN_HOST"] = host
+    return variables
+
+
+def timed(action):
+    begin = time.monotonic()
+    action()
+    return time.monotonic() - begin
+
+
+def in_turns(rounds, ours, reference):
+    """The medians of two actions, done in turns from the same state of the disk's cache. Each takes
+    the number of the round and returns seconds."""
+    times = ([], [])
+    for number in range(rounds):
+        for action, taken in zip((ours, reference), times):
+            os.sync()
+            taken.append(action(number))
+    return statistics.median(times[0]), statistics.median(times[1])
+
+
+def allocated(path):
+    return sum(file.stat().st_blocks * 512 for file in path.rglob("*") if file.is_file())
+
+
+def remove(path):
+    if path.is_dir():
+        shutil.rmtree(path)
+    else:
+        path.unlink(missing_ok=True)

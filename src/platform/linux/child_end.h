@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "platform/posix/child_process.h"
+
+namespace parlen::qemu {
+
+/// "has ended with status 1", "was ended by signal 9 (Killed)".
+std::string describe(const posix::ChildExit& exit);
+
+}  // namespace parlen::qemu

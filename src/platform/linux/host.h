@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "platform/host.h"
+#include "platform/linux/capabilities.h"
+#include "platform/linux/headless_application.h"
+#include "platform/linux/identities.h"
+#include "platform/linux/machine_factory.h"
+#include "platform/linux/restoration.h"
+#include "platform/posix/loop.h"
+
+namespace parlen::qemu {
+
+/// Runs guests on QEMU. Making one looks at nothing; each part is made when it is first asked for.
+class QemuHost : public platform::Host {
+ public:
+  QemuHost(posix::Loop& loop, platform::WarningSink warn);
+
+  platform::HostCapabilities& capabilities() override { return capabilities_; }
+  platform::GuestIdentities& identities() override { return identities_; }
+  platform::MachineFactory& machines() override;
+  platform::Restoration& restoration() override;
+  platform::Application& application() override { return application_; }
+
+ private:
+  posix::Loop& loop_;
+  platform::WarningSink warn_;
+  QemuCapabilities capabilities_;
+  QemuIdentities identities_;
+  HeadlessApplication application_;
+  std::optional<QemuMachineFactory> machines_;
+  std::optional<QemuRestoration> restoration_;
+};
+
+}  // namespace parlen::qemu

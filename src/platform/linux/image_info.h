@@ -1,0 +1,14 @@
+#pragma once
+
+#include <expected>
+#include <string>
+#include <string_view>
+
+namespace parlen::qemu {
+
+/// What `qemu-img info --output=json` says about an image, as far as it counts here. The value is
+/// the name of the image's format; the error says what keeps the image from being used, to be read
+/// after its name: "needs a backing file".
+std::expected<std::string, std::string> usableFormat(std::string_view json);
+
+}  // namespace parlen::qemu

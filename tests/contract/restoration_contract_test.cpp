@@ -1,0 +1,95 @@
+#include <gmock/gmock.h>
+
+#include "contract/contract.h"
+
+namespace parlen::test {
+namespace {
+
+using testing::HasSubstr;
+
+using RestorationContract = Contract;
+INSTANTIATE_TEST_SUITE_P(Hosts, RestorationContract, testing::ValuesIn(allHosts()), nameOf);
+
+TEST_P(RestorationContract, LoadsAnImageAndNamesItsNeeds) {
+  const auto image = load(smallRestoreImage());
+
+  ASSERT_TRUE(image) << image.error().description;
+  EXPECT_EQ((*image)->path(), path("small-image"));
+  const auto needs = (*image)->mostFeaturefulSupportedConfiguration();
+  ASSERT_TRUE(needs);
+  EXPECT_TRUE(needs->hardwareModel);
+  EXPECT_GE(needs->minimumCPUCount, 1);
+}
+
+TEST_P(RestorationContract, RefusesWhatIsNoImageAndNamesIt) {
+  ASSERT_TRUE(files().write(path("garbage"), "this is no image of anything\n"));
+  ASSERT_TRUE(files().write(path("empty"), ""));
+  ASSERT_TRUE(files().createDirectories(path("directory")));
+
+  for (const std::string name : {"garbage", "empty", "directory", "missing"}) {
+    const auto image = load(path(name));
+    ASSERT_FALSE(image) << name;
+    EXPECT_THAT(image.error().description, HasSubstr(path(name)));
+    EXPECT_THAT(image.error().description, testing::Not(HasSubstr("\n")));
+  }
+}
+
+TEST_P(RestorationContract, InstallsAnImageAndKeepsTheDisksLength) {
+  const Guest guest = emptyGuest("guest", smallDisk);
+
+  const auto installed = install(guest, path("small-image"));
+
+  ASSERT_TRUE(installed) << installed.error().description;
+  EXPECT_EQ(files().length(guest.disk), smallDisk);
+  EXPECT_TRUE(underTest().isInstalled(files().read(guest.disk).value()));
+}
+
+TEST_P(RestorationContract, ReportsProgressFromNothingToAll) {
+  const Guest guest = emptyGuest("guest", smallDisk);
+  const auto machine = host().machines().createMachine(guest.configuration);
+  const auto installer = host().restoration().createInstaller(*machine, path("small-image"));
+  std::vector<double> fractions;
+  bool ended = false;
+
+  const auto observation =
+      installer->observeProgress([&] { fractions.push_back(installer->fractionCompleted()); });
+  EXPECT_THAT(fractions, testing::ElementsAre(0.0));
+  installer->install([&](const platform::Result<>& result) {
+    EXPECT_TRUE(result);
+    ended = true;
+  });
+
+  runUntil([&] { return ended; }, "the installation ends");
+  EXPECT_THAT(fractions, testing::Each(testing::AllOf(testing::Ge(0.0), testing::Le(1.0))));
+  EXPECT_EQ(fractions.back(), 1.0);
+  EXPECT_EQ(installer->fractionCompleted(), 1.0);
+}
+
+TEST_P(RestorationContract, TellsAnEndedObservationNothing) {
+  const Guest guest = emptyGuest("guest", smallDisk);
+  const auto machine = host().machines().createMachine(guest.configuration);
+  const auto installer = host().restoration().createInstaller(*machine, path("small-image"));
+  int calls = 0;
+  bool ended = false;
+
+  installer->observeProgress([&calls] { ++calls; }).reset();
+  installer->install([&ended](const platform::Result<>&) { ended = true; });
+
+  runUntil([&] { return ended; }, "the installation ends");
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_P(RestorationContract, FailsOnADiskThatIsTooShortAndLeavesItAsItWas) {
+  for (const std::uint64_t length : {0UL, 20UL}) {
+    const Guest guest = emptyGuest("guest" + std::to_string(length), length);
+
+    const auto installed = install(guest, path("small-image"));
+
+    ASSERT_FALSE(installed);
+    EXPECT_FALSE(installed.error().description.empty());
+    EXPECT_EQ(files().read(guest.disk), std::string(length, '\0'));
+  }
+}
+
+}  // namespace
+}  // namespace parlen::test

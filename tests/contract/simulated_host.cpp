@@ -1,0 +1,36 @@
+#include "contract/host_under_test.h"
+#include "platform/posix/system.h"
+#include "platform/simulated/host.h"
+
+namespace parlen::test {
+namespace {
+
+class SimulatedHost final : public HostUnderTest {
+ public:
+  platform::System& system() override { return *system_; }
+  platform::Host& host() override { return *host_; }
+  std::string smallRestoreImage() override {
+    return R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1"})";
+  }
+  bool isInstalled(std::string_view disk) override {
+    return disk.starts_with("parlen-simulated-guest");
+  }
+  std::optional<std::string> obedientRestoreImage(const std::string& directory) override {
+    std::string path = directory + "/obedient";
+    if (!system_->files().write(path, smallRestoreImage())) return std::nullopt;
+    return path;
+  }
+  bool keepsMachinesApart() const override { return false; }
+
+ private:
+  std::unique_ptr<posix::PosixSystem> system_ = posix::makePosixSystem();
+  std::unique_ptr<platform::Host> host_ = simulated::makeHost(*system_, {}).value();
+};
+
+}  // namespace
+
+HostMaker simulatedHost() {
+  return {.name = "Simulated", .make = [] { return std::make_unique<SimulatedHost>(); }};
+}
+
+}  // namespace parlen::test
