@@ -3,7 +3,9 @@
 #include <array>
 #include <string>
 
-#include "events/error_code.h"
+#include "control/command_members.h"
+#include "control/input_commands.h"
+#include "control/window_command.h"
 #include "events/event_stream.h"
 #include "text/json_reader.h"
 
@@ -12,15 +14,12 @@ namespace {
 
 using text::JsonValue;
 
-/// The string member `name`, or null if there is none or it is of another type.
-const std::string* stringMember(const JsonValue& message, std::string_view name) {
-  const JsonValue* member = message.find(name);
-  return member ? member->asString() : nullptr;
-}
-
 void stop(const JsonValue&, VMRunner& runner) { runner.requestStop(); }
 void pause(const JsonValue&, VMRunner& runner) { runner.pauseGuest(); }
 void resume(const JsonValue&, VMRunner& runner) { runner.resumeGuest(); }
+void typeWords(const JsonValue& message, VMRunner&) { typeText(message); }
+void pressChord(const JsonValue& message, VMRunner&) { pressKey(message); }
+void window(const JsonValue& message, VMRunner&) { moveWindow(message); }
 
 struct Verb {
   std::string_view type;
@@ -28,9 +27,8 @@ struct Verb {
 };
 
 constexpr std::array verbs = {
-    Verb{"stop", stop},
-    Verb{"pause", pause},
-    Verb{"resume", resume},
+    Verb{"stop", stop},      Verb{"pause", pause},    Verb{"resume", resume},
+    Verb{"text", typeWords}, Verb{"key", pressChord}, Verb{"window", window},
 };
 
 }  // namespace

@@ -36,7 +36,7 @@ struct BarText {
   BarLabel label = BarLabel::title;
   FontFace face = FontFace::system;
   FontSize size = FontSize::standard;
-  std::optional<NamedColor> textColor;  // none: the usual one
+  std::optional<NamedColor> textColor = std::nullopt;  // none: the usual one
   LineBreakMode lineBreakMode = LineBreakMode::truncatingTail;
   double compressionResistance = 0;  // horizontal priority
 };
@@ -46,10 +46,10 @@ struct BarSpacer {};
 
 struct BarButton {
   std::string title;
-  std::string keyEquivalent;             // empty: no key presses it
-  std::optional<NamedColor> bezelColor;  // none: the usual look
+  std::string keyEquivalent = {};                       // empty: no key presses it
+  std::optional<NamedColor> bezelColor = std::nullopt;  // none: the usual look
   /// Main thread; once for each press.
-  std::function<void()> pressed;
+  std::function<void()> pressed = {};
 };
 
 struct BarStack;
@@ -73,8 +73,8 @@ struct BarStack {
   Orientation orientation = Orientation::horizontal;
   StackAlignment alignment = StackAlignment::leading;
   double spacing = 0;
-  std::optional<OuterStack> outer;
-  std::vector<BarView> views;
+  std::optional<OuterStack> outer = std::nullopt;
+  std::vector<BarView> views = {};
 };
 
 struct TitlebarAccessory {

@@ -13,12 +13,12 @@ enum class KeyEventType { keyDown = 10, keyUp = 11, flagsChanged = 12 };
 /// All that the program says about a synthetic key event.
 struct KeyEventDetails {
   KeyEventType type = KeyEventType::keyDown;
-  Point location;
+  Point location = {};
   std::uint64_t modifierFlags = 0;  // in the window system's layout
   double timestamp = 0;             // seconds since the host booted
   std::int64_t windowNumber = 0;    // 0: no window
-  std::string characters;
-  std::string charactersIgnoringModifiers;
+  std::string characters = {};
+  std::string charactersIgnoringModifiers = {};
   bool isARepeat = false;
   std::uint16_t keyCode = 0;  // virtual key code of the US layout
 };

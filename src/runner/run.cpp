@@ -1,5 +1,7 @@
 #include "runner/run.h"
 
+#include <utility>
+
 #include "bundle/configuration.h"
 #include "bundle/vm_bundle.h"
 #include "events/die.h"
@@ -7,6 +9,8 @@
 #include "events/event_stream.h"
 #include "platform/platform.h"
 #include "runner/termination.h"
+#include "window/guest_window_controller.h"
+#include "window/present_window.h"
 
 namespace parlen {
 namespace {
@@ -15,20 +19,36 @@ namespace {
   die(errorCode::bootFailed, "invalid VM configuration: " + error.description);
 }
 
-std::unique_ptr<platform::VirtualMachine> createMachine(const VMBundle& bundle,
-                                                        const RunOptions& options) {
-  const auto configuration = buildConfiguration(bundle, options.shareDirectory, options.logsShare);
+platform::MachineConfiguration validConfiguration(const VMBundle& bundle,
+                                                  const RunOptions& options) {
+  auto configuration = buildConfiguration(bundle, options.shareDirectory, options.logsShare);
   if (!configuration) invalid(configuration.error());
-  platform::MachineFactory& machines = platform::host().machines();
-  if (const auto valid = machines.validate(*configuration); !valid) invalid(valid.error());
-  return machines.createMachine(*configuration);
+  const auto valid = platform::host().machines().validate(*configuration);
+  if (!valid) invalid(valid.error());
+  return *std::move(configuration);
+}
+
+/// The desktop that a run with a window needs. Without it the run ends as if the machine had failed
+/// to start: a guest that nobody sees is not what was asked for.
+platform::WindowSystem& openWindowSystem() {
+  const auto windows = platform::host().windowSystem();
+  if (windows) return **windows;
+  emitError(errorCode::bootFailed, windows.error().description);
+  emitStopped(/*crashed=*/true, windows.error().description);
+  platform::system().process().exit(1);
 }
 
 /// Nothing on the desktop; the guest runs in the background until it is shown on request.
-void goHeadless() {
+void goHeadless(platform::VirtualMachine& machine) {
   platform::Application& application = platform::host().application();
   application.setActivationPolicy(platform::ActivationPolicy::prohibited);
   application.disableAutomaticTermination("a Background Desktop is running");
+  guestWindow->virtualMachine = &machine;
+}
+
+std::string windowTitle(const VMBundle& bundle) {
+  const std::string& root = bundle.root();
+  return "Parlen VM — " + (root == "/" ? root : root.substr(root.rfind('/') + 1));
 }
 
 }  // namespace
@@ -38,11 +58,19 @@ void runVM(const RunOptions& options, const CommandReader& readCommands) {
   const VMBundle bundle(options.bundlePath);
   if (!bundle.exists()) die(errorCode::bundleMissing, "no VM bundle at " + options.bundlePath);
 
-  const auto runner = std::make_shared<VMRunner>(createMachine(bundle, options));
+  const auto configuration = validConfiguration(bundle, options);
+  platform::WindowSystem* windows = options.gui ? &openWindowSystem() : nullptr;
+  const auto runner =
+      std::make_shared<VMRunner>(platform::host().machines().createMachine(configuration));
   readCommands(runner);
   installTerminationHandlers(*runner);
   runner->start();
-  goHeadless();
+  std::unique_ptr<platform::Window> window;  // kept on screen; null if headless
+  if (windows != nullptr) {
+    window = presentWindow(*windows, runner->machine(), windowTitle(bundle));
+  } else {
+    goHeadless(runner->machine());
+  }
   platform::host().application().run();
   platform::system().process().exit(0);
 }

@@ -1,38 +1,16 @@
 #include "contract/contract.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
+
+#include "support/run_until.h"
 
 namespace parlen::test {
 namespace {
 
 using platform::Result;
 
-struct Finished {};
-
-// Emulated guests on a busy machine take long.
-constexpr std::chrono::minutes patience{2};
-constexpr std::chrono::milliseconds checkInterval{1};
-
 }  // namespace
-
-platform::Completion MachineStory::tell(const std::string& what) {
-  return [this, what, thread = std::this_thread::get_id()](const Result<>& result) {
-    EXPECT_EQ(std::this_thread::get_id(), thread);
-    happened.push_back(result ? what : what + " failed");
-    if (!result) lastError = result.error().description;
-  };
-}
-
-bool MachineStory::has(const std::string& what) const {
-  return std::ranges::find(happened, what) != happened.end();
-}
-
-void MachineStory::didStopWithError(const platform::PlatformError& error) {
-  happened.emplace_back("stopped with an error");
-  lastError = error.description;
-}
 
 void Contract::SetUp() {
   host_ = GetParam().make();
@@ -40,19 +18,7 @@ void Contract::SetUp() {
 }
 
 void Contract::runUntil(const std::function<bool()>& condition, const char* what) {
-  const auto deadline = loop().now() + patience;
-  bool late = false;
-  std::function<void()> check = [&] {
-    late = loop().now() > deadline;
-    if (late || condition()) throw Finished();
-    loop().postDelayed(checkInterval, check);
-  };
-  loop().post(check);
-  try {
-    loop().run();
-  } catch (const Finished&) {
-  }
-  ASSERT_FALSE(late) << "waited too long: " << what;
+  ASSERT_TRUE(test::runUntil(loop(), condition)) << "waited too long: " << what;
 }
 
 void Contract::runAWhile() {

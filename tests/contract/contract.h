@@ -6,30 +6,13 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "contract/host_under_test.h"
+#include "support/machine_story.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
-
-/// What happened to a machine, in order: the completions' names and the delegate's calls.
-class MachineStory : public platform::VirtualMachineDelegate {
- public:
-  std::vector<std::string> happened;
-  std::string lastError;
-
-  /// A completion that adds "<what>" or "<what> failed".
-  platform::Completion tell(const std::string& what);
-  bool has(const std::string& what) const;
-
-  void guestDidStop() override { happened.emplace_back("guest stopped"); }
-  void didStopWithError(const platform::PlatformError& error) override;
-  void networkAttachmentDisconnected(const platform::PlatformError&) override {
-    happened.emplace_back("network disconnected");
-  }
-};
 
 /// One guest's files and what was made of them.
 struct Guest {

@@ -371,21 +371,21 @@ TEST_F(DirectoryCopyTest, IsNotLedIntoTheCopyByAMount) {
 
 // Far beyond the longest path and the usual limit of descriptors.
 TEST_F(DirectoryCopyTest, CopiesDeepTrees) {
-  constexpr rlim_t depth = 3000;
+  constexpr rlim_t depth = 1500;
   rlimit limit{};
   getrlimit(RLIMIT_NOFILE, &limit);
   if (limit.rlim_max < 3 * depth) GTEST_SKIP() << "this process may not open enough";
   Descriptor here(open(from().c_str(), O_PATH | O_CLOEXEC));
   for (rlim_t i = 0; i < depth; ++i) {
-    ASSERT_EQ(0, mkdirat(here.get(), "d", 0755));
-    here = Descriptor(openat(here.get(), "d", O_PATH | O_CLOEXEC));
+    ASSERT_EQ(0, mkdirat(here.get(), "level", 0755));
+    here = Descriptor(openat(here.get(), "level", O_PATH | O_CLOEXEC));
   }
 
   copy();
 
   here = Descriptor(open(to().c_str(), O_PATH | O_CLOEXEC));
   for (rlim_t i = 0; i < depth; ++i) {
-    here = Descriptor(openat(here.get(), "d", O_PATH | O_CLOEXEC));
+    here = Descriptor(openat(here.get(), "level", O_PATH | O_CLOEXEC));
     ASSERT_TRUE(here) << i;
   }
   rlimit after{};

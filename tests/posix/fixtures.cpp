@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace parlen::test {
@@ -40,9 +39,9 @@ void putFile(const std::string& path, std::string_view content) {
 }
 
 std::string fileContent(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  const posix::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file) throw std::runtime_error("could not read " + path);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return readAll(file.get());
 }
 
 std::string readAll(int descriptor) {

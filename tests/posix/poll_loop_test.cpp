@@ -229,12 +229,95 @@ TEST(PollLoop, MayGoBeforeItsWorkAndItsWatches) {
 
 TEST(PollLoop, HasClocksThatNeverGoBack) {
   const PollLoop loop;
-  const auto now = loop.now();
   const auto uptime = loop.systemUptime();
+  const auto now = loop.now();
 
   EXPECT_GE(loop.now(), now);
   EXPECT_GE(loop.systemUptime(), uptime);
   EXPECT_GE(now, uptime) << "a clock that counts on in sleep was behind one that does not";
+}
+
+// Another library's loop that watches one descriptor and notes what it is told.
+class RecordingForeignLoop final : public posix::ForeignLoop {
+ public:
+  explicit RecordingForeignLoop(int descriptor) : descriptor_(descriptor) {}
+
+  std::chrono::nanoseconds prepare(std::vector<pollfd>& polled) override {
+    polled.push_back({descriptor_, POLLIN, 0});
+    return longestWait;
+  }
+  void dispatch(std::span<const pollfd> polled) override {
+    ASSERT_EQ(1U, polled.size());
+    EXPECT_EQ(descriptor_, polled[0].fd);
+    ready.push_back(polled[0].revents != 0);
+    if (dispatched) dispatched();
+  }
+
+  std::chrono::nanoseconds longestWait = std::chrono::hours(1);
+  std::vector<bool> ready;
+  platform::Work dispatched;
+
+ private:
+  int descriptor_;
+};
+
+TEST(PollLoop, ServesAForeignLoopAfterTheTurnsOwnWork) {
+  PollLoop loop;
+  const Pipe pipe = readyPipe();
+  RecordingForeignLoop foreign(pipe.reading.get());
+  std::vector<bool> servedBeforeWork;
+  foreign.dispatched = &leaveLoop;
+  loop.serve(&foreign);
+  loop.post([&] { servedBeforeWork.push_back(!foreign.ready.empty()); });
+
+  serve(loop);
+
+  EXPECT_THAT(servedBeforeWork, ElementsAre(false));
+  EXPECT_THAT(foreign.ready, ElementsAre(true));
+}
+
+TEST(PollLoop, WaitsNoLongerThanTheForeignLoopAllows) {
+  PollLoop loop;
+  const Pipe pipe = makePipe();
+  RecordingForeignLoop foreign(pipe.reading.get());
+  foreign.longestWait = milliseconds(1);
+  foreign.dispatched = &leaveLoop;
+  loop.serve(&foreign);
+
+  serve(loop);
+
+  EXPECT_THAT(foreign.ready, ElementsAre(false));
+}
+
+TEST(PollLoop, KeepsItsOwnWatchesApartFromTheForeignLoops) {
+  PollLoop loop;
+  const Pipe own = readyPipe();
+  const Pipe quiet = makePipe();
+  RecordingForeignLoop foreign(quiet.reading.get());
+  int turns = 0;
+  const auto watch = loop.watch(own.reading.get(), Readiness::readable, [&] {
+    if (++turns == 2) leaveLoop();
+  });
+  loop.serve(&foreign);
+
+  serve(loop);
+
+  EXPECT_THAT(foreign.ready, ElementsAre(false));
+}
+
+TEST(PollLoop, LeavesAForeignLoopAloneOnceItsServiceHasEnded) {
+  PollLoop loop;
+  const Pipe pipe = readyPipe();
+  RecordingForeignLoop foreign(pipe.reading.get());
+  loop.serve(&foreign);
+  loop.post([&] {
+    loop.serve(nullptr);
+    loop.post(&leaveLoop);
+  });
+
+  serve(loop);
+
+  EXPECT_TRUE(foreign.ready.empty());
 }
 
 }  // namespace

@@ -203,10 +203,11 @@ TEST(PosixStreams, WaitsForInputOfANonBlockingPipe) {
 }
 
 TEST(PosixStreams, TakesAReadErrorForTheEnd) {
-  for (const int unreadable : {-1, 1000}) {
+  const Descriptor directory(open("/", O_RDONLY | O_CLOEXEC));
+  constexpr int notOpen = 1000;
+  for (const int unreadable : {directory.get(), notOpen}) {
     PollLoop loop;
     PosixStreams streams({unreadable, -1, -1}, loop);
-    loop.postDelayed(std::chrono::seconds(30), [] { FAIL() << "no end"; });
 
     EXPECT_EQ("", receive(loop, streams)) << unreadable;
   }
@@ -305,6 +306,38 @@ TEST(PosixStreams, LetsAHandlerThrowWithoutLosingWhatFollows) {
   serve(loop);
 
   EXPECT_EQ("onetwo", received);
+}
+
+TEST(PosixStreams, KeepsWhatOthersPrintOutOfAReservedOutput) {
+  Pipe output = makePipe();
+  Pipe error = makePipe();
+  PollLoop loop;
+  {
+    PosixStreams streams({-1, output.writing.get(), error.writing.get()}, loop);
+
+    streams.reserveOutput();
+    streams.reserveOutput();
+    send(output.writing.get(), "printed");
+    streams.writeOutput("event");
+  }
+  output.writing.close();
+  error.writing.close();
+
+  EXPECT_EQ("event", readAll(output.reading.get()));
+  EXPECT_EQ("printed", readAll(error.reading.get()));
+}
+
+TEST(PosixStreams, DoesNotHandAReservedOutputToChildren) {
+  Pipe output = makePipe();
+  Pipe error = makePipe();
+  PollLoop loop;
+  PosixStreams streams({-1, output.writing.get(), error.writing.get()}, loop);
+  const int lowestFree = dup(0);
+  close(lowestFree);
+
+  streams.reserveOutput();
+
+  EXPECT_EQ(FD_CLOEXEC, fcntl(lowestFree, F_GETFD));
 }
 
 TEST(Inbox, IsFullAtItsLimitUntilItIsDrained) {

@@ -40,6 +40,7 @@ Tool::Tool(std::string_view scenario) {
 }
 
 Tool::~Tool() {
+  platform::usePlatform(&system_, host_.get());  // another one may have been in use since
   startUp({});  // what the run has left in the process-wide variables refers to this test's system
   platform::usePlatform(nullptr, nullptr);
 }

@@ -50,8 +50,12 @@ const GuestPlatform* findGuestPlatform(std::string_view architecture, std::strin
 }
 
 bool isInstalled(const GuestPlatform& platform) {
-  return isReadable(platform.firmwareCode) && isReadable(platform.firmwareVariables) &&
-         findProgram(platform.emulator) && findProgram(imageTool);
+  if (!isReadable(platform.firmwareCode) || !isReadable(platform.firmwareVariables)) return false;
+  const auto emulator = findProgram(platform.emulator);
+  if (!emulator) return false;
+  // The two are neighbours as a rule, and `status` feels a second walk along a long PATH.
+  return findProgram(imageTool, emulator->substr(0, emulator->rfind('/'))) ||
+         findProgram(imageTool);
 }
 
 std::optional<std::string> findProgram(std::string_view name) {

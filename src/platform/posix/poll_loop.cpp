@@ -76,17 +76,17 @@ void PollLoop::turn() {
   lock.unlock();
   runReadyWatches();
   runQueued(count);
+  // Last: drawing takes its time, and the queued work has waited for its moment.
+  dispatchForeign();
 }
 
 void PollLoop::waitForSomething() {
-  std::erase_if(watches_, [](const auto& watched) { return watched->ended; });
-  polled_.clear();
-  for (const auto& watched : watches_) {
-    polled_.push_back({watched->descriptor, watched->events, 0});
-  }
+  listWatches();
+  const nanoseconds longestWait = prepareForeign();
   const bool mayWait = prepareToSleep();
-  polled_.push_back({wake_.get(), POLLIN, 0});
-  const timespec timeout = toTimespec(mayWait ? timeUntilDue() : nanoseconds::zero());
+  polled_.front().fd = wake_.get();
+  const timespec timeout =
+      toTimespec(mayWait ? std::min(timeUntilDue(), longestWait) : nanoseconds::zero());
   if (ppoll(polled_.data(), polled_.size(), &timeout, nullptr) < 0) {
     // Interrupted, or out of memory: nothing is known to be ready, the next turn asks again.
     for (pollfd& entry : polled_) entry.revents = 0;
@@ -94,7 +94,28 @@ void PollLoop::waitForSomething() {
   const std::scoped_lock lock(mutex_);
   sleeping_ = false;
   eventfd_t count = 0;
-  if (polled_.back().revents != 0) eventfd_read(wake_.get(), &count);
+  if (polled_.front().revents != 0) eventfd_read(wake_.get(), &count);
+}
+
+void PollLoop::listWatches() {
+  std::erase_if(watches_, [](const auto& watched) { return watched->ended; });
+  polled_.assign(1, {-1, POLLIN, 0});  // the wake, which may not be there yet
+  for (const auto& watched : watches_) {
+    polled_.push_back({watched->descriptor, watched->events, 0});
+  }
+  polledWatches_ = watches_.size();
+}
+
+nanoseconds PollLoop::prepareForeign() {
+  prepared_ = foreign_;
+  if (prepared_ == nullptr) return longestDelay;
+  return std::min<nanoseconds>(prepared_->prepare(polled_), longestDelay);
+}
+
+void PollLoop::dispatchForeign() {
+  // Work of this turn may have ended the service.
+  if (prepared_ == nullptr || prepared_ != foreign_) return;
+  prepared_->dispatch(std::span(polled_).subspan(1 + polledWatches_));
 }
 
 bool PollLoop::prepareToSleep() {
@@ -123,8 +144,8 @@ void PollLoop::queueDueWork() {
 
 void PollLoop::runReadyWatches() {
   // A handler may add watches, behind those that were polled, and end any.
-  for (std::size_t i = 0; i + 1 < polled_.size(); ++i) {
-    if (polled_[i].revents == 0 || watches_[i]->ended) continue;
+  for (std::size_t i = 0; i < polledWatches_; ++i) {
+    if (polled_[1 + i].revents == 0 || watches_[i]->ended) continue;
     const std::shared_ptr<Watched> watched = watches_[i];
     watched->ready();
   }

@@ -29,6 +29,7 @@ class PollLoop final : public Loop {
   std::chrono::nanoseconds systemUptime() const override;
   std::unique_ptr<DescriptorWatch> watch(int descriptor, Readiness readiness,
                                          platform::Work ready) override;
+  void serve(ForeignLoop* foreign) override { foreign_ = foreign; }
 
  private:
   struct Watched {
@@ -41,11 +42,14 @@ class PollLoop final : public Loop {
 
   void turn();
   void waitForSomething();
+  void listWatches();
+  std::chrono::nanoseconds prepareForeign();
   bool prepareToSleep();
   std::chrono::nanoseconds timeUntilDue() const;
   void queueDueWork();
   void runReadyWatches();
   void runQueued(std::size_t count);
+  void dispatchForeign();
 
   std::mutex mutex_;
   std::deque<platform::Work> queue_;  // guarded by mutex_
@@ -54,7 +58,11 @@ class PollLoop final : public Loop {
 
   std::multimap<std::chrono::nanoseconds, platform::Work> delayed_;  // equal keys keep their order
   std::vector<std::shared_ptr<Watched>> watches_;
-  std::vector<pollfd> polled_;  // the last wait's: one for each of the first watches, then the wake
+  std::vector<pollfd> polled_;  // the last wait's: the wake, the first watches, the foreign loop's
+  std::size_t polledWatches_ = 0;
+
+  ForeignLoop* foreign_ = nullptr;
+  ForeignLoop* prepared_ = nullptr;  // whose descriptors the last wait polled
 };
 
 }  // namespace parlen::posix

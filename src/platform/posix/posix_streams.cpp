@@ -1,5 +1,6 @@
 #include "platform/posix/posix_streams.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -36,6 +37,16 @@ void PosixStreams::write(int descriptor, std::string_view bytes) {
     }
   }
   writes_.end();
+}
+
+void PosixStreams::reserveOutput() {
+  if (reserved_) return;
+  constexpr int firstFree = 3;  // below are the standard numbers, which any library may write to
+  Descriptor output(fcntl(descriptors_.output, F_DUPFD_CLOEXEC, firstFree));
+  // Without a free number everything stays as it was.
+  if (!output || dup2(descriptors_.error, descriptors_.output) < 0) return;
+  descriptors_.output = output.get();
+  reserved_ = std::move(output);
 }
 
 void PosixStreams::readInput(InputHandler handler) {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "platform/event_loop.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/input_reader.h"
 #include "platform/streams.h"
 
@@ -27,10 +28,15 @@ class PosixStreams final : public platform::StandardStreams {
   void writeError(std::string_view bytes) override;
   void readInput(InputHandler handler) override;
 
+  /// From the call on nobody else writes to the output: its number becomes another one for standard
+  /// error, so that what a library prints reaches no reader of events. Main thread.
+  void reserveOutput();
+
  private:
   void write(int descriptor, std::string_view bytes);
 
   StreamDescriptors descriptors_;
+  Descriptor reserved_;  // the output, once it is this object's alone
   platform::EventLoop& loop_;
   WriteActivity writes_;
   std::unique_ptr<InputReader> reader_;

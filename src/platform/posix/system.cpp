@@ -28,6 +28,7 @@ class ThisSystem final : public PosixSystem {
   platform::EventLoop& loop() override { return loop_; }
   platform::Process& process() override { return process_; }
   Loop& posixLoop() override { return loop_; }
+  void reserveOutput() override { streams_.reserveOutput(); }
 
   std::unique_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
     return std::make_unique<TicketQueue>(label);

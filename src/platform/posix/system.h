@@ -12,6 +12,10 @@ class PosixSystem : public platform::System {
  public:
   /// The same object as `loop()`, for those that watch descriptors.
   virtual Loop& posixLoop() = 0;
+
+  /// Before code is loaded that may print: whatever it prints goes to standard error, and standard
+  /// output is the tool's alone. Main thread.
+  virtual void reserveOutput() = 0;
 };
 
 /// Makes sure that descriptors 0, 1 and 2 are open (on /dev/null if they were not), so that no file

@@ -7,8 +7,6 @@
 namespace parlen::simulated {
 namespace {
 
-std::string boolean(bool value) { return value ? "true" : "false"; }
-
 std::string display(const platform::Display& display) {
   return "[" + std::to_string(display.widthInPixels) + "," +
          std::to_string(display.heightInPixels) + "," + std::to_string(display.pixelsPerInch) + "]";
@@ -19,7 +17,7 @@ std::string storageDevice(const platform::StorageDevice& device) {
   if (disk == nullptr) return "null";
   return JsonMembers()
       .addText("path", disk->path())
-      .add("readOnly", boolean(disk->isReadOnly()))
+      .addBoolean("readOnly", disk->isReadOnly())
       .object();
 }
 
@@ -34,7 +32,7 @@ std::string directorySharingDevice(const platform::DirectorySharingDevice& devic
   return JsonMembers()
       .addText("tag", device.tag)
       .addText("path", device.path)
-      .add("readOnly", boolean(device.access == platform::ShareAccess::readOnly))
+      .addBoolean("readOnly", device.access == platform::ShareAccess::readOnly)
       .object();
 }
 

@@ -6,6 +6,7 @@
 #include "platform/simulated/identities.h"
 #include "platform/simulated/machine_factory.h"
 #include "platform/simulated/restoration.h"
+#include "platform/simulated/window_system.h"
 #include "platform/simulated/world.h"
 
 namespace parlen::simulated {
@@ -35,13 +36,15 @@ class Host : public platform::Host {
         identities_(world),
         machines_(world),
         restoration_(world),
-        application_(world) {}
+        application_(world),
+        windowSystem_(world) {}
 
   platform::HostCapabilities& capabilities() override { return capabilities_; }
   platform::GuestIdentities& identities() override { return identities_; }
   platform::MachineFactory& machines() override { return machines_; }
   platform::Restoration& restoration() override { return restoration_; }
   platform::Application& application() override { return application_; }
+  platform::Result<platform::WindowSystem*> windowSystem() override { return &windowSystem_; }
 
  private:
   Capabilities capabilities_;
@@ -49,6 +52,7 @@ class Host : public platform::Host {
   MachineFactory machines_;
   Restoration restoration_;
   Application application_;
+  WindowSystem windowSystem_;
 };
 
 std::expected<Scenario, std::string> loadScenario(platform::System& system,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,12 @@ namespace parlen::simulated {
 /// The JSON literal for a text; what is not UTF-8 in it (a path may hold any bytes) is replaced.
 inline std::string quoted(std::string_view text) {
   return *text::quoteJson(text::repairUtf8(text));
+}
+
+/// The shortest JSON number that reads back as `value`; null for what JSON has no number for.
+inline std::string number(double value) {
+  // Adding zero turns a zero with a minus sign into the plain one.
+  return text::writeCompactSorted(value + 0.0).value_or("null");
 }
 
 /// A JSON object whose members keep the order in which they were added, without blanks.
@@ -30,6 +37,14 @@ class JsonMembers {
   JsonMembers& addText(std::string_view name, std::string_view text) {
     return add(name, quoted(text));
   }
+  JsonMembers& addBoolean(std::string_view name, bool value) {
+    return add(name, value ? "true" : "false");
+  }
+  JsonMembers& addInteger(std::string_view name, std::integral auto value) {
+    return add(name, std::to_string(value));
+  }
+  /// Without needless decimals: 28, 28.5.
+  JsonMembers& addNumber(std::string_view name, double value) { return add(name, number(value)); }
   JsonMembers& addAll(const JsonMembers& others) {
     if (!members_.empty() && !others.members_.empty()) members_ += ',';
     members_ += others.members_;

@@ -152,7 +152,24 @@ void Machine::schedule(const ScriptEntry& entry) {
 }
 
 void Machine::happen(const ScriptEntry& entry) {
-  if (!isAlive()) return;
+  // In answer to its user the program may end the machine and the host; the desktop outlasts that.
+  const std::shared_ptr<World> world = world_;
+  switch (entry.event) {
+    case ScriptEvent::clicksLater:
+      return world->desktop.click("Later");
+    case ScriptEvent::clicksDone:
+      return world->desktop.click("Done");
+    case ScriptEvent::closesWindow:
+      return world->desktop.closeWindow();
+    case ScriptEvent::guestStops:
+    case ScriptEvent::stopsWithError:
+    case ScriptEvent::networkDisconnects:
+    case ScriptEvent::entersErrorState:
+      if (isAlive()) happenToGuest(entry);
+  }
+}
+
+void Machine::happenToGuest(const ScriptEntry& entry) {
   switch (entry.event) {
     case ScriptEvent::guestStops:
       end(State::stopped);
@@ -171,7 +188,7 @@ void Machine::happen(const ScriptEntry& entry) {
     case ScriptEvent::clicksLater:
     case ScriptEvent::clicksDone:
     case ScriptEvent::closesWindow:
-      break;  // a user's actions, on a window; there is none on screen
+      break;  // not the guest's
   }
 }
 

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "platform/platform.h"
+#include "platform/simulated/desktop.h"
 #include "platform/simulated/scenario.h"
 #include "platform/simulated/trace.h"
 
@@ -14,6 +15,7 @@ struct World {
   platform::System& system;
   Scenario scenario;
   Trace trace;
+  Desktop desktop = {};
 
   /// Says on standard error what the program did that this host has no answer to, and aborts.
   [[noreturn]] void unmodelled(std::string_view what) const;

@@ -1,0 +1,177 @@
+#include "program.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace parlen::test {
+namespace {
+
+constexpr int patienceMs = 60'000;
+
+struct Pipe {
+  int readEnd = -1;
+  int writeEnd = -1;
+};
+
+Pipe makePipe() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  return {ends[0], ends[1]};
+}
+
+int makeErrorFile(std::string& path) {
+  path = (std::filesystem::temp_directory_path() / "parlen-program-XXXXXX").string();
+  const int file = mkostemp(path.data(), O_CLOEXEC);
+  if (file < 0) throw std::runtime_error("no temporary file");
+  return file;
+}
+
+/// The environment of this process, on the simulated host unless told otherwise.
+void applyEnvironment(const Environment& more) {
+  setenv("PARLEN_HOST", "simulated", 1);
+  for (const char* name : {"PARLEN_SCENARIO", "PARLEN_TRACE"}) unsetenv(name);
+  for (const auto& [name, value] : more) setenv(name.c_str(), value.c_str(), 1);
+}
+
+}  // namespace
+
+Program::Program(const std::vector<std::string>& arguments, const Environment& more,
+                 const std::function<void()>& inChild) {
+  const Pipe in = makePipe();
+  const Pipe out = makePipe();
+  const int error = makeErrorFile(errorPath_);
+  std::vector<std::string> words = {PARLEN_PROGRAM};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+
+  pid_ = fork();
+  if (pid_ == 0) {
+    dup2(in.readEnd, STDIN_FILENO);
+    dup2(out.writeEnd, STDOUT_FILENO);
+    dup2(error, STDERR_FILENO);
+    applyEnvironment(more);
+    if (inChild) inChild();
+    execv(PARLEN_PROGRAM, argv.data());
+    _exit(127);
+  }
+  close(in.readEnd);
+  close(out.writeEnd);
+  close(error);
+  input_ = in.writeEnd;
+  output_ = out.readEnd;
+}
+
+Program::~Program() {
+  if (!exit_) {
+    kill(pid_, SIGKILL);
+    wait();
+  }
+  closeInput();
+  closeOutput();
+  std::error_code ignored;
+  std::filesystem::remove(errorPath_, ignored);
+}
+
+void Program::send(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(input_, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    ASSERT_GT(written, 0) << "the program does not read";
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+void Program::closeInput() {
+  if (input_ >= 0) close(input_);
+  input_ = -1;
+}
+
+void Program::closeOutput() {
+  if (output_ >= 0) close(output_);
+  output_ = -1;
+}
+
+void Program::signal(int number) const { kill(pid_, number); }
+
+bool Program::readMore() {
+  pollfd waiting{output_, POLLIN, 0};
+  if (poll(&waiting, 1, patienceMs) <= 0) {
+    ADD_FAILURE() << "nothing came for a minute; so far: " << buffer_;
+    return false;
+  }
+  std::array<char, 65536> bytes{};
+  const ssize_t count = read(output_, bytes.data(), bytes.size());
+  if (count <= 0) return false;
+  buffer_.append(bytes.data(), static_cast<std::size_t>(count));
+  return true;
+}
+
+std::string Program::event() {
+  std::size_t end = 0;
+  while ((end = buffer_.find('\n')) == std::string::npos) {
+    if (!readMore()) return "(end)" + buffer_;
+  }
+  std::string line = buffer_.substr(0, end);
+  buffer_.erase(0, end + 1);
+  return line;
+}
+
+std::vector<std::string> Program::eventsUntil(const std::string& line) {
+  std::vector<std::string> events;
+  do {
+    events.push_back(event());
+  } while (events.back() != line && !events.back().starts_with("(end)"));
+  EXPECT_EQ(events.back(), line);
+  return events;
+}
+
+std::vector<std::string> Program::remainingEvents() {
+  std::vector<std::string> events;
+  for (std::string line = event(); line != "(end)"; line = event()) {
+    events.push_back(line);
+    if (line.starts_with("(end)")) break;
+  }
+  return events;
+}
+
+Exit Program::wait() {
+  if (exit_) return *exit_;
+  int status = 0;
+  while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
+  }
+  exit_ = WIFEXITED(status) ? exitedWith(WEXITSTATUS(status)) : killedBy(WTERMSIG(status));
+  return *exit_;
+}
+
+std::string Program::warnings() {
+  wait();
+  std::ostringstream text;
+  text << std::ifstream(errorPath_).rdbuf();
+  return text.str();
+}
+
+Finished finish(const std::vector<std::string>& arguments, const Environment& more) {
+  Program program(arguments, more);
+  program.closeInput();
+  Finished finished;
+  finished.events = program.remainingEvents();
+  finished.exit = program.wait();
+  finished.warnings = program.warnings();
+  return finished;
+}
+
+}  // namespace parlen::test

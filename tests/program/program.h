@@ -1,0 +1,76 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace parlen::test {
+
+/// How the program ended, as its parent sees it.
+struct Exit {
+  std::optional<int> status;
+  int signal = 0;  // when there is no status
+
+  friend bool operator==(const Exit&, const Exit&) = default;
+};
+
+inline Exit exitedWith(int status) { return {status, 0}; }
+inline Exit killedBy(int signal) { return {std::nullopt, signal}; }
+
+using Environment = std::map<std::string, std::string>;
+
+/// The real program as a child with pipes for its standard streams. What it writes is waited for,
+/// for a minute at the most; a wait in vain fails the test.
+class Program {
+ public:
+  /// `inChild` runs in the child before the program starts; only async-signal-safe calls.
+  explicit Program(const std::vector<std::string>& arguments, const Environment& more = {},
+                   const std::function<void()>& inChild = {});
+  ~Program();
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  /// Writes to the program's standard input, as much as it takes at once or all of it.
+  void send(std::string_view bytes);
+  void closeInput();
+  void closeOutput();
+  void signal(int number) const;
+  pid_t pid() const { return pid_; }
+  int inputDescriptor() const { return input_; }
+
+  /// The next line of its standard output, without the line feed; "(end)" at its end.
+  std::string event();
+  /// Takes events until one is `line`; the ones before it are returned too.
+  std::vector<std::string> eventsUntil(const std::string& line);
+  /// All that is left, up to the end.
+  std::vector<std::string> remainingEvents();
+  /// Waits for its end.
+  Exit wait();
+  /// What it wrote to standard error up to its end.
+  std::string warnings();
+
+ private:
+  bool readMore();
+
+  pid_t pid_ = -1;
+  int input_ = -1;
+  int output_ = -1;
+  std::string errorPath_;
+  std::string buffer_;
+  std::optional<Exit> exit_;
+};
+
+/// Runs the program without input to its end.
+struct Finished {
+  std::vector<std::string> events;
+  std::string warnings;
+  Exit exit;
+};
+Finished finish(const std::vector<std::string>& arguments, const Environment& more = {});
+
+}  // namespace parlen::test

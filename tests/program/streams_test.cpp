@@ -1,0 +1,91 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include "program.h"
+#include "world.h"
+
+namespace parlen::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const std::string paused = R"({"type":"guest-power","state":"paused"})";
+
+TEST(StandardInput, IsDrainedWhileTheParentDoesNotRead) {
+  // Refusals of 100 bytes fill the output's pipe long before the last command has been sent.
+  const World world;
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment());
+  constexpr int commands = 50'000;
+  std::string lines;
+  for (int i = 0; i < commands; ++i) lines += "{\"type\":\"text\",\"text\":\"\"}\n";
+  ASSERT_GT(lines.size(), 1U << 20U);
+
+  program.send(lines + "{\"type\":\"pause\"}\n");  // returns only if all of it is taken
+
+  const Lines events = program.eventsUntil(paused);
+  EXPECT_EQ(events.size(), 3U + commands + 1U);
+}
+
+TEST(StandardInput, TakesALongLineInManyPieces) {
+  const World world;
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment());
+  program.eventsUntil(running);
+  program.send(R"({"type":"pause","padding":")");
+  for (int i = 0; i < 1000; ++i) program.send(std::string(4096, 'x'));
+  program.send("\"}\n");
+  EXPECT_EQ(program.event(), paused);
+}
+
+TEST(StandardInput, MayHaveEndedBeforeTheProgramStarts) {
+  const World world;
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment(),
+                  [] { close(STDIN_FILENO); });
+  EXPECT_EQ(program.event(), ready);
+  EXPECT_EQ(program.event(), starting);
+  program.remainingEvents();
+  EXPECT_EQ(program.wait(), exitedWith(0));
+}
+
+TEST(StandardOutput, MayBeAPipeThatDoesNotBlock) {
+  const World world;
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment(), [] {
+    fcntl(STDOUT_FILENO, F_SETFL, fcntl(STDOUT_FILENO, F_GETFL) | O_NONBLOCK);
+  });
+  constexpr int commands = 5'000;
+  std::string lines;
+  for (int i = 0; i < commands; ++i) lines += "{\"type\":\"key\"}\n";
+  program.send(lines + "{\"type\":\"pause\"}\n");
+  EXPECT_EQ(program.eventsUntil(paused).size(), 3U + commands + 1U);
+}
+
+TEST(StandardOutput, IsNeverAFileOfTheBundle) {
+  // With all three streams closed the first files to be opened would take their places.
+  const World world;
+  world.write("image", R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1"})");
+  Program program(
+      {"create", "--ipsw", world.path("image"), "--bundle", world.path("vm"), "--disk-gb", "1"},
+      world.environment(), [] {
+        for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(stream);
+      });
+  EXPECT_EQ(program.wait(), exitedWith(0));
+  EXPECT_EQ(world.read("vm/HardwareModel"), "parlen-simulated-hardware-model:sim-1");
+  EXPECT_TRUE(world.read("vm/vm.json").starts_with("{\n  \"cpuCount\""));
+}
+
+TEST(StandardError, HasTheWarningsAndNothingElse) {
+  const World world;
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment());
+  program.eventsUntil(running);
+  program.send("nonsense\n{\"type\":\"fly\"}\n");
+  program.closeInput();
+  program.remainingEvents();
+  EXPECT_EQ(program.warnings(),
+            "parlen-mac-vm: ignoring a malformed command line\n"
+            "parlen-mac-vm: ignoring an unknown command 'fly'\n");
+}
+
+}  // namespace
+}  // namespace parlen::test

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "program.h"
+#include "support/temporary_directory.h"
+
+namespace parlen::test {
+
+inline const std::string ready = R"({"type":"ready","proto":1})";
+inline const std::string starting = R"({"type":"state","state":"starting"})";
+inline const std::string running = R"({"type":"state","state":"running"})";
+inline const std::string hardStop =
+    R"({"type":"state","state":"stopped","crashed":false,"reason":"host requested stop"})";
+
+/// Files for the real program: a scenario, a trace, an installed bundle.
+class World {
+ public:
+  explicit World(std::string_view scenario = "{}") { write("scenario.json", scenario); }
+
+  std::string path(const std::string& name) const { return directory_ / name; }
+
+  void write(const std::string& name, std::string_view bytes) const {
+    std::ofstream(path(name), std::ios::binary) << bytes;
+  }
+
+  std::string read(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(path(name), std::ios::binary).rdbuf();
+    return text.str();
+  }
+
+  Environment environment() const {
+    return {{"PARLEN_SCENARIO", path("scenario.json")}, {"PARLEN_TRACE", path("trace.jsonl")}};
+  }
+
+  /// Creates "vm" with the program itself, in a world where everything works.
+  std::string makeBundle() const {
+    write("image", R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1"})");
+    const Finished created =
+        finish({"create", "--ipsw", path("image"), "--bundle", path("vm"), "--disk-gb", "1"});
+    EXPECT_EQ(created.exit, exitedWith(0));
+    return path("vm");
+  }
+
+ private:
+  TemporaryDirectory directory_;
+};
+
+}  // namespace parlen::test

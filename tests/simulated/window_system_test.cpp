@@ -1,0 +1,64 @@
+#include "simulated/window_fixture.h"
+
+namespace parlen::test {
+namespace {
+
+using Calls = std::vector<std::string>;
+using WindowSystem = SimulatedWindowTest;
+
+TEST_F(WindowSystem, IsTheSameOneEachTime) {
+  EXPECT_EQ(host().windowSystem().value(), host().windowSystem().value());
+}
+
+TEST_F(WindowSystem, HasTheMainScreenOfTheScenario) {
+  EXPECT_EQ(windows().mainScreenVisibleFrame(), (platform::Rect{0, 0, 1440, 875}));
+  useScenario(R"({"window":{"visibleFrame":[-1920,25,1920,1055.5]}})");
+  EXPECT_EQ(windows().mainScreenVisibleFrame(), (platform::Rect{-1920, 25, 1920, 1055.5}));
+}
+
+TEST_F(WindowSystem, HasAMainMenuOnceItWasGivenOne) {
+  EXPECT_FALSE(windows().hasMainMenu());
+  windows().setMainMenu({{{"Hide", "hide:", ""}, {"Quit \"it\"", "terminate:", "q"}}, {}});
+  EXPECT_TRUE(windows().hasMainMenu());
+  EXPECT_EQ(newCalls(),
+            Calls{R"(application.setMainMenu,"items":[[{"title":"Hide","action":"hide:",)"
+                  R"("keyEquivalent":""},{"title":"Quit \"it\"","action":"terminate:",)"
+                  R"("keyEquivalent":"q"}],[]])"});
+}
+
+TEST_F(WindowSystem, TracesHowItWasActivated) {
+  windows().activate(platform::OtherApps::ignore);
+  windows().activate(platform::OtherApps::respect);
+  EXPECT_EQ(newCalls(), (Calls{R"(application.activate,"ignoringOtherApps":true)",
+                               R"(application.activate,"ignoringOtherApps":false)"}));
+}
+
+TEST_F(WindowSystem, TracesTheLabelsTextsWhetherOrNotThereIsABar) {
+  windows().setLabelText(platform::BarLabel::title, "Nearly there");
+  windows().setLabelText(platform::BarLabel::detail, "");
+  EXPECT_EQ(newCalls(), (Calls{R"(label.setText,"label":"title","text":"Nearly there")",
+                               R"(label.setText,"label":"detail","text":"")"}));
+}
+
+TEST_F(WindowSystem, TracesAMachinesViewUnderItsNameAndNothingOfItsSubviews) {
+  useScenario(R"({"window":{"views":{"name":"guest","subviews":[{"name":"inner"}]}}})");
+  use(installedGuest());
+  forgetCalls();
+  windows().makeMachineView({0, 0, 1920, 1200}, *machine_, {.capturesSystemKeys = true});
+  windows().makeMachineView({1, 2, 3, 4.25}, *machine_, {.automaticallyReconfiguresDisplay = true});
+  EXPECT_EQ(newCalls(),
+            (Calls{R"(view.create,"view":"guest","frame":[0,0,1920,1200],)"
+                   R"("capturesSystemKeys":true,"automaticallyReconfiguresDisplay":false)",
+                   R"(view.create,"view":"guest","frame":[1,2,3,4.25],)"
+                   R"("capturesSystemKeys":false,"automaticallyReconfiguresDisplay":true)"}));
+}
+
+TEST_F(WindowSystem, NamesAMachinesViewWhenTheScenarioDoesNot) {
+  makeView();
+  EXPECT_EQ(newCalls().back(),
+            R"(view.create,"view":"machine-view","frame":[0,0,640,400],)"
+            R"("capturesSystemKeys":false,"automaticallyReconfiguresDisplay":false)");
+}
+
+}  // namespace
+}  // namespace parlen::test

@@ -1,0 +1,175 @@
+#include "simulated/window_fixture.h"
+
+namespace parlen::test {
+namespace {
+
+using Calls = std::vector<std::string>;
+using Window = SimulatedWindowTest;
+
+constexpr platform::Rect screen = {0, 0, 1440, 875};
+
+TEST_F(Window, TracesEachOfItsCallsWhole) {
+  const auto view = makeView();
+  const auto unseen = makeWindow();
+  forgetCalls();
+  const auto window = windows().makeWindow(
+      {.contentRect = {0, 0, 1920, 1200}, .styleMask = 15, .backing = platform::Backing::buffered});
+  window->setTitle("Parlen VM \xE2\x80\x94 vm1");
+  window->setReleasedWhenClosed(platform::ReleasedWhenClosed::no);
+  window->setDelegate(nullptr);
+  window->setContentView(view);
+  window->setInitialFirstResponder(view);
+  window->setFrame({74, -20.5, 1291, 834.5}, platform::Redraw::atOnce);
+  window->setContentSize({1920, 1200});
+  window->setContentAspectRatio({1920, 1200});
+  window->makeKeyAndOrderFront();
+  window->makeFirstResponder(view);
+  window->orderOut();
+  EXPECT_EQ(
+      newCalls(),
+      (Calls{
+          R"(window.create,"window":2,"contentRect":[0,0,1920,1200],"styleMask":15,"backing":2,"defer":false)",
+          "window.setTitle,\"window\":2,\"title\":\"Parlen VM \xE2\x80\x94 vm1\"",
+          R"(window.setReleasedWhenClosed,"window":2,"released":false)",
+          R"(window.setDelegate,"window":2)",
+          R"(window.setContentView,"window":2,"view":"machine-view")",
+          R"(window.setInitialFirstResponder,"window":2,"view":"machine-view")",
+          R"(window.setFrame,"window":2,"frame":[74,-20.5,1291,834.5],"display":true)",
+          R"(window.setContentSize,"window":2,"size":[1920,1200])",
+          R"(window.setContentAspectRatio,"window":2,"size":[1920,1200])",
+          R"(window.makeKeyAndOrderFront,"window":2)",
+          R"(window.makeFirstResponder,"window":2,"view":"machine-view")",
+          R"(window.orderOut,"window":2)",
+      }));
+}
+
+TEST_F(Window, TracesTheOtherSideOfEachChoice) {
+  const auto window = windows().makeWindow({.contentRect = {}, .defer = true});
+  window->setReleasedWhenClosed(platform::ReleasedWhenClosed::yes);
+  window->setFrame({-0.0, 0, 0.1, 1e15}, platform::Redraw::later);
+  window->setContentView(nullptr);
+  window->makeFirstResponder(nullptr);
+  EXPECT_EQ(
+      newCalls(),
+      (Calls{
+          R"(window.create,"window":1,"contentRect":[0,0,0,0],"styleMask":0,"backing":2,"defer":true)",
+          R"(window.setReleasedWhenClosed,"window":1,"released":true)",
+          R"(window.setFrame,"window":1,"frame":[0,0,0.1,1e+15],"display":false)",
+          R"(window.setContentView,"window":1,"view":null)",
+          R"(window.makeFirstResponder,"window":1,"view":null)",
+      }));
+}
+
+TEST_F(Window, TracesNoQuestion) {
+  const auto view = makeView();
+  const auto window = makeWindowWith(view);
+  forgetCalls();
+  window->windowNumber();
+  window->isVisible();
+  window->screenVisibleFrame();
+  window->frame();
+  window->contentRectForFrameRect({});
+  window->firstResponderIsMachineView();
+  window->isFirstResponder(*view);
+  window->firstResponderDescription();
+  windows().hasMainMenu();
+  windows().mainScreenVisibleFrame();
+  EXPECT_EQ(newCalls(), Calls{});
+}
+
+TEST_F(Window, IsNumberedFromOneAndNeverAsAnEarlierOne) {
+  auto first = makeWindow();
+  EXPECT_EQ(first->windowNumber(), 1);
+  EXPECT_EQ(makeWindow()->windowNumber(), 2);
+  EXPECT_EQ(makeWindow()->windowNumber(), 3);
+}
+
+TEST_F(Window, StandsAboveItsContentByTheChrome) {
+  useScenario(R"({"window":{"chrome":28.5}})");
+  const auto window = makeWindow();
+  EXPECT_EQ(window->frame(), (platform::Rect{100, 50, 640, 428.5}));
+  EXPECT_EQ(window->contentRectForFrameRect(window->frame()), (platform::Rect{100, 50, 640, 400}));
+}
+
+TEST_F(Window, TakesTheFrameThatItIsGiven) {
+  const auto window = makeWindow();
+  window->setFrame({1, 2, 300, 228}, platform::Redraw::atOnce);
+  EXPECT_EQ(window->frame(), (platform::Rect{1, 2, 300, 228}));
+}
+
+TEST_F(Window, KeepsItsLowerLeftCornerAsItsContentChangesSize) {
+  const auto window = makeWindow();
+  window->setContentSize({1920, 1200});
+  EXPECT_EQ(window->frame(), (platform::Rect{100, 50, 1920, 1228}));
+}
+
+TEST_F(Window, IsOnTheScreenFromItsOrderToTheFrontToItsOrderOut) {
+  const auto window = makeWindow();
+  EXPECT_FALSE(window->isVisible());
+  EXPECT_EQ(window->screenVisibleFrame(), std::nullopt);
+  window->makeKeyAndOrderFront();
+  EXPECT_TRUE(window->isVisible());
+  EXPECT_EQ(window->screenVisibleFrame(), screen);
+  window->orderOut();
+  EXPECT_FALSE(window->isVisible());
+  EXPECT_EQ(window->screenVisibleFrame(), std::nullopt);
+}
+
+TEST_F(Window, StaysOnTheScreenWhenItIsOrderedToTheFrontAgain) {
+  const auto window = makeWindow();
+  window->makeKeyAndOrderFront();
+  window->makeKeyAndOrderFront();
+  EXPECT_TRUE(window->isVisible());
+  window->orderOut();
+  EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(Window, IsOnNoScreenWhereThereIsNone) {
+  useScenario(R"({"window":{"visibleFrame":null}})");
+  const auto window = makeWindow();
+  window->makeKeyAndOrderFront();
+  EXPECT_TRUE(window->isVisible());
+  EXPECT_EQ(window->screenVisibleFrame(), std::nullopt);
+  EXPECT_EQ(windows().mainScreenVisibleFrame(), std::nullopt);
+}
+
+TEST_F(Window, MayOutliveTheHost) {
+  auto window = makeWindow();
+  window->makeKeyAndOrderFront();
+  useScenario("{}");
+  EXPECT_TRUE(window->isVisible());
+  window.reset();
+  EXPECT_EQ(makeWindow()->windowNumber(), 1);
+}
+
+TEST_F(Window, HoldsItsContentView) {
+  const auto view = makeView();
+  EXPECT_EQ(view->window(), nullptr);
+  auto window = makeWindowWith(view);
+  EXPECT_EQ(view->window(), window.get());
+  window.reset();
+  EXPECT_EQ(view->window(), nullptr);
+}
+
+TEST_F(Window, LosesItsContentViewToAnotherOne) {
+  const auto view = makeView();
+  const auto first = makeWindowWith(view);
+  first->makeFirstResponder(view);
+  const auto second = makeWindowWith(view);
+  EXPECT_EQ(view->window(), second.get());
+  EXPECT_EQ(first->firstResponderDescription(), "none");
+  first->setContentView(nullptr);
+  EXPECT_EQ(view->window(), second.get());
+}
+
+TEST_F(Window, LetsItsContentViewGoForAnother) {
+  const auto before = makeView();
+  const auto after = makeView();
+  const auto window = makeWindowWith(before);
+  window->setContentView(after);
+  EXPECT_EQ(before->window(), nullptr);
+  EXPECT_EQ(after->window(), window.get());
+}
+
+}  // namespace
+}  // namespace parlen::test
