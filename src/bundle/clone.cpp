@@ -33,17 +33,39 @@ void makeWritable(const std::string& path) {
 
 /// Whether `path` is what it seems to be and not, through a link, a file outside of the bundle. The
 /// copy keeps the source's links, and what they lead to may be the source's own.
-bool isInside(const VMBundle& bundle, const std::string& path) {
+/// Whether `path` lies in `directory` once all links are followed, or is it. The copy keeps the
+/// source's links, and what they lead to may be the source's own.
+bool liesIn(const std::string& path, const std::string& directory) {
   const platform::Files& files = platform::system().files();
-  const auto root = files.canonicalPath(bundle.root());
-  const auto target = files.canonicalPath(path);
-  return root && target && target->starts_with(*root + "/");
+  const auto inner = files.canonicalPath(path);
+  const auto outer = files.canonicalPath(directory);
+  return inner && outer && (*inner == *outer || inner->starts_with(*outer + "/"));
 }
 
-/// Replaces the content of a member of the copy, never that of a file that a link leads to outside.
+/// Creating even a parent of such a copy would change the source.
+void refuseCopyInside(const VMBundle& source, const VMBundle& copy) {
+  std::string nearest = parentOf(copy.root());
+  while (!platform::system().files().exists(nearest) && nearest != "/") nearest = parentOf(nearest);
+  if (liesIn(nearest, source.root())) {
+    die(errorCode::cloneFailed, "could not copy " + source.root() + " to " + copy.root() +
+                                    ": the destination lies inside of the source");
+  }
+}
+
+/// A link that leads out of the copy means one file for two guests.
+void warnOfSharedFiles(const VMBundle& copy) {
+  for (const std::string& member : {copy.disk(), copy.auxiliaryStorage()}) {
+    if (platform::system().files().isSymbolicLink(member) && !liesIn(member, copy.root())) {
+      warn(member + " is a link out of the bundle: the copy shares that file with its source");
+    }
+  }
+}
+
+/// Prepares a member of the copy for new content, never that of a file that a link leads to
+/// outside.
 Result<> detach(const VMBundle& copy, const std::string& member) {
   platform::Files& files = platform::system().files();
-  if (files.isSymbolicLink(member) && !isInside(copy, member)) return files.removeFile(member);
+  if (files.isSymbolicLink(member) && !liesIn(member, copy.root())) return files.removeFile(member);
   return {};
 }
 
@@ -73,7 +95,7 @@ void writeNewIdentifier(const VMBundle& copy) {
 void resetShare(const VMBundle& copy) {
   platform::Files& files = platform::system().files();
   // The configuration is the source guest's; a copy without one is none that failed.
-  if (isInside(copy, copy.share())) (void)files.removeFile(copy.guestConfig());
+  if (liesIn(copy.share(), copy.root())) (void)files.removeFile(copy.guestConfig());
   orDie(files.createDirectories(copy.share()));
 }
 
@@ -88,8 +110,10 @@ void cloneVM(const std::string& from, const std::string& to, MachineIdChoice mac
     die(errorCode::bundleExists, to + " already exists — VMs are pets, not cattle");
   }
 
+  refuseCopyInside(source, copy);
   orDie(files.createDirectories(parentOf(copy.root())));
   orDie(files.copyDirectory(source.root(), copy.root()));
+  warnOfSharedFiles(copy);
   makeWritable(copy.root());
   const std::string macAddress =
       platform::toString(platform::host().identities().randomMacAddress());
@@ -98,8 +122,8 @@ void cloneVM(const std::string& from, const std::string& to, MachineIdChoice mac
   if (regenerate) writeNewIdentifier(copy);
   resetShare(copy);
 
-  emit(R"({"type":"cloned","from":)" + jsonEscape(source.root()) + R"(,"to":)" +
-       jsonEscape(copy.root()) + R"(,"macAddress":)" + jsonEscape(macAddress) +
+  emit(R"({"type":"cloned","from":)" + jsonEscapeRepaired(source.root()) + R"(,"to":)" +
+       jsonEscapeRepaired(copy.root()) + R"(,"macAddress":)" + jsonEscape(macAddress) +
        R"(,"machineIdentifier":")" + (regenerate ? "regenerated" : "kept") + R"("})");
   platform::system().process().exit(0);
 }

@@ -6,6 +6,7 @@
 
 #include "platform/platform.h"
 #include "text/json_writer.h"
+#include "text/utf8.h"
 
 namespace parlen {
 
@@ -13,6 +14,8 @@ namespace parlen {
 constinit std::unique_ptr<platform::SerialQueue> outputQueue;
 
 std::string jsonEscape(std::string_view text) { return text::quoteJson(text).value_or("\"\""); }
+
+std::string jsonEscapeRepaired(std::string_view text) { return jsonEscape(text::repairUtf8(text)); }
 
 void emit(std::string_view line) {
   outputQueue->sync([line] {
@@ -30,12 +33,12 @@ void emitState(std::string_view state) {
 
 void emitStopped(bool crashed, std::string_view reason) {
   emit(R"({"type":"state","state":"stopped","crashed":)" + std::string(crashed ? "true" : "false") +
-       R"(,"reason":)" + jsonEscape(reason) + "}");
+       R"(,"reason":)" + jsonEscapeRepaired(reason) + "}");
 }
 
 void emitError(std::string_view code, std::string_view message) {
-  emit(R"({"type":"error","code":")" + std::string(code) + R"(","message":)" + jsonEscape(message) +
-       "}");
+  emit(R"({"type":"error","code":")" + std::string(code) + R"(","message":)" +
+       jsonEscapeRepaired(message) + "}");
 }
 
 void emitGuestPower(std::string_view state) {

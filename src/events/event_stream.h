@@ -23,6 +23,10 @@ extern std::unique_ptr<platform::SerialQueue> outputQueue;
 /// if `text` is not valid UTF-8.
 std::string jsonEscape(std::string_view text);
 
+/// The same for a text from outside, such as a path or a host's sentence, which may hold any bytes:
+/// what is not UTF-8 is shown as U+FFFD, so that the rest still reaches the parent.
+std::string jsonEscapeRepaired(std::string_view text);
+
 /// Writes `line` and a line feed as one piece. Returns after the write; blocks while the parent
 /// does not read.
 void emit(std::string_view line);

@@ -86,7 +86,8 @@ class RestoreImage {
   virtual std::optional<ConfigurationRequirements> mostFeaturefulSupportedConfiguration() const = 0;
 };
 
-/// Keeps an observation alive; destroying it ends it.
+/// Keeps an observation alive; destroying it ends it, after a call that is under way on another
+/// thread.
 class ProgressObservation {
  public:
   virtual ~ProgressObservation() = default;

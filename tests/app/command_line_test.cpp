@@ -88,6 +88,15 @@ TEST(CommandLine, FindsOptionsInAnyOrderAmongStrayWords) {
   EXPECT_TRUE(tool.events().back().contains(R"("bundle":"\/none\/v")")) << tool.events().back();
 }
 
+TEST(CommandLine, LeavesTheHooksOptionsToTheHook) {
+  Tool tool;
+  EXPECT_EQ(tool.run({"window-size-check"}), endedWith(1));
+  EXPECT_EQ(
+      tool.events(),
+      Lines{R"({"type":"error","code":"bad-usage","message":)"
+            R"("window-size-check --visible x,y,w,h [--guest WxH] [--scale n] [--chrome pt]"})"});
+}
+
 TEST(CommandLine, LooksUpOptionsByTheirWholeNameOnly) {
   Tool tool;
   (void)tool.run({"status", "--bundle", "/none", "--gui", "last", "--share"});

@@ -62,6 +62,34 @@ TEST_F(Clone, DrawsANewIdentifierOnRequest) {
   EXPECT_TRUE(platform::host().identities().machineIdentifier(identifier));
 }
 
+TEST_F(Clone, WarnsOfADiskThatTheCopyWouldShare) {
+  tool_.write("disk", tool_.read("a/Disk.img"));
+  ASSERT_TRUE(tool_.system().files().removeFile(source_ + "/Disk.img"));
+  ASSERT_EQ(symlink(tool_.path("disk").c_str(), (source_ + "/Disk.img").c_str()), 0);
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+  EXPECT_EQ(tool_.warnings(),
+            "parlen-mac-vm: " + tool_.path("b/Disk.img") +
+                " is a link out of the bundle: the copy shares that file with its source\n");
+}
+
+TEST_F(Clone, ShowsPathsWithOddBytesAsFarAsPossible) {
+  EXPECT_EQ(clone(source_, tool_.path("caf\xe9")), endedWith(0));
+  EXPECT_TRUE(tool_.events()[0].contains("\\/caf\uFFFD\"")) << tool_.events()[0];
+}
+
+TEST_F(Clone, LeavesTheSourceAsItWasWithoutANewIdentifierToo) {
+  const std::string settings = tool_.read("a/vm.json");
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+  EXPECT_EQ(tool_.read("a/vm.json"), settings);
+}
+
+TEST_F(Clone, RecordsDefaultsForASourceThatHasNoSettingsAtAll) {
+  ASSERT_TRUE(tool_.system().files().removeFile(source_ + "/vm.json"));
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+  const VMSettings copy = settingsOf(tool_.path("b"));
+  EXPECT_EQ(copy, (VMSettings{copy.macAddress, 4, 4294967296, 0}));
+}
+
 TEST_F(Clone, LeavesTheSourceAsItWas) {
   tool_.write("a/share/parlen-vm.json", "{}");
   const std::string settings = tool_.read("a/vm.json");
@@ -133,9 +161,13 @@ TEST_F(Clone, NeverReplacesAFileThatIsThere) {
 }
 
 TEST_F(Clone, FailsInsideItsOwnSource) {
-  EXPECT_EQ(clone(source_, source_ + "/b"), endedWith(1));
-  EXPECT_TRUE(tool_.events().back().contains("clone-failed")) << tool_.events().back();
-  EXPECT_FALSE(tool_.system().files().exists(source_ + "/b/Disk.img"));
+  ASSERT_EQ(symlink("a", tool_.path("link").c_str()), 0);
+  for (const std::string& inside : {source_ + "/b", source_ + "/deep/er/b", tool_.path("link/b")}) {
+    EXPECT_EQ(clone(source_, inside), endedWith(1));
+    EXPECT_TRUE(tool_.events().back().contains("clone-failed")) << tool_.events().back();
+  }
+  EXPECT_FALSE(tool_.system().files().exists(source_ + "/b"));
+  EXPECT_FALSE(tool_.system().files().exists(source_ + "/deep")) << "the source is not touched";
 }
 
 TEST_F(Clone, FailsWhereTheParentCannotBe) {

@@ -28,7 +28,20 @@ TEST(Configuration, ChecksTheBundleInAFixedOrder) {
   tool.makeDirectory("b");
   const std::string bundle = tool.path("b");
   // Each step mends the defect that was named, and the next one is named.
-  EXPECT_EQ(refusal(tool, bundle), Lines{bundleMissing("no usable HardwareModel in ", bundle)});
+  const std::vector<std::pair<std::string, std::string>> steps = {
+      {"no usable HardwareModel in ", "HardwareModel"},
+      {"this host cannot run the hardware model in ", "HardwareModel"},
+      {"no usable MachineIdentifier in ", "MachineIdentifier"},
+      {"no Disk.img in ", "Disk.img"}};
+  const std::vector<std::string> contents = {
+      "parlen-simulated-hardware-model:sim-9", "parlen-simulated-hardware-model:sim-1",
+      "parlen-simulated-machine-identifier:0123456789abcdef0123456789abcdef", ""};
+  for (std::size_t step = 0; step < steps.size(); ++step) {
+    EXPECT_EQ(tool.run({"run", "--bundle", bundle}), endedWith(1));
+    EXPECT_EQ(tool.events().back(), bundleMissing(steps[step].first, bundle));
+    tool.write("b/" + steps[step].second, contents[step]);
+  }
+  EXPECT_EQ(tool.trace(), Lines{}) << "nothing was built";
 }
 
 TEST(Configuration, NamesTheHardwareModelFirst) {
@@ -107,6 +120,15 @@ TEST(Configuration, FallsBackToDefaultsWithoutSettings) {
     EXPECT_TRUE(configuration.contains(R"("macAddress":null)")) << configuration;
     EXPECT_EQ(tool.warnings(), "");
   }
+}
+
+TEST(Configuration, FallsBackToDefaultsWithoutASettingsFile) {
+  Tool tool;
+  const std::string bundle = tool.makeBundle("b");
+  ASSERT_TRUE(tool.system().files().removeFile(bundle + "/vm.json"));
+  const std::string configuration = created(tool);
+  EXPECT_TRUE(configuration.contains(R"("cpuCount":4,"memorySize":4294967296)")) << configuration;
+  EXPECT_TRUE(configuration.contains(R"("macAddress":null)")) << configuration;
 }
 
 TEST(Configuration, LeavesAnAddressThatIsNoneToTheHost) {

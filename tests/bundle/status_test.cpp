@@ -100,6 +100,25 @@ TEST(Status, SaysWhetherTheHostCanRunMachines) {
   EXPECT_TRUE(tool.events()[0].contains(R"("supported":false)"));
 }
 
+TEST(Status, ReportsTheDiskBehindALink) {
+  Tool tool;
+  const std::string bundle = tool.makeBundle("b");
+  tool.write("disk", "12345");
+  ASSERT_TRUE(tool.system().files().removeFile(bundle + "/Disk.img"));
+  ASSERT_EQ(symlink("../disk", (bundle + "/Disk.img").c_str()), 0);
+  EXPECT_EQ(tool.run({"status", "--bundle", bundle}), endedWith(0));
+  EXPECT_TRUE(tool.events()[0].contains(R"("disk":true,"diskBytes":5,)")) << tool.events()[0];
+}
+
+TEST(Status, ReportsNoDiskBehindALinkToNothing) {
+  Tool tool;
+  const std::string bundle = tool.makeBundle("b");
+  ASSERT_TRUE(tool.system().files().removeFile(bundle + "/Disk.img"));
+  ASSERT_EQ(symlink("nothing", (bundle + "/Disk.img").c_str()), 0);
+  EXPECT_EQ(tool.run({"status", "--bundle", bundle}), endedWith(0));
+  EXPECT_TRUE(tool.events()[0].contains(R"("disk":false,"diskGb":80)")) << tool.events()[0];
+}
+
 TEST(Status, ReportsTheBundleBehindALinkUnderTheLinksName) {
   Tool tool;
   tool.makeBundle("b");

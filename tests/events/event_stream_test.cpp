@@ -52,6 +52,23 @@ TEST_F(EventStream, WritesTheEmptyLiteralForATextThatIsNotUtf8) {
   EXPECT_EQ(jsonEscape("cut \xe2\x80"), R"("")");
 }
 
+TEST_F(EventStream, ShowsWhatItCanOfATextFromOutside) {
+  EXPECT_EQ(jsonEscapeRepaired("/caf\xe9/é"), "\"\\/caf\uFFFD\\/é\"");
+  emitError("bundle-missing", "no VM bundle at \xff");
+  EXPECT_EQ(written(),
+            "{\"type\":\"error\",\"code\":\"bundle-missing\","
+            "\"message\":\"no VM bundle at \uFFFD\"}\n");
+  emitStopped(true, "torn \xe2\x80");
+  EXPECT_EQ(written(),
+            "{\"type\":\"state\",\"state\":\"stopped\",\"crashed\":true,"
+            "\"reason\":\"torn \uFFFD\"}\n");
+}
+
+TEST_F(EventStream, PastesStatesAndCodesAsTheyAre) {
+  emitState("a\"b");
+  EXPECT_EQ(written(), "{\"type\":\"state\",\"state\":\"a\"b\"}\n");
+}
+
 TEST_F(EventStream, WritesEachLineInOnePiece) {
   emit("{}");
   EXPECT_EQ(system_.streams().outputWrites, 1);

@@ -211,9 +211,11 @@ TEST_F(InputDriver, IsDoneAtOnceWithARequestOfNoStrokes) {
 TEST_F(InputDriver, TypesRequestsInTheirOrderEachAfterTheOneBeforeIsDone) {
   driver_->enqueue({"text", {a}, 60});
   driver_->enqueue({"text", {}, 60});
-  driver_->enqueue({"key", {{11, {}, "b"}}, 60});
-  EXPECT_EQ(timeOfEvent(3), 100 + 0 * 60);  // the third is not yet: it ends the wait
-  EXPECT_EQ(system_.streams().lines(), (Calls{textDone, textDone}));
+  driver_->enqueue({"key", {a}, 60});
+  EXPECT_EQ(timeOfEvent(1), 100);
+  EXPECT_EQ(system_.streams().lines(), (Calls{textDone, textDone}));  // the empty one at once
+  EXPECT_EQ(timeOfEvent(3), 200);
+  EXPECT_EQ(system_.streams().lines(), (Calls{textDone, textDone, keyDone}));
 }
 
 TEST_F(InputDriver, StartsTheNextRequestInTheTurnOfTheLastOnesEnd) {

@@ -55,6 +55,18 @@ TEST(Create, TellsItsProgressAndEndsWithTheBundle) {
   EXPECT_EQ(installProgress, nullptr);
 }
 
+TEST(Create, InstallsOnTheMachineThatARunWouldMakeWithoutShares) {
+  Creation given;
+  EXPECT_EQ(given.create(), endedWith(0));
+  const auto settings = loadSettings(VMBundle(given.bundle));
+  ASSERT_TRUE(settings);
+  const std::string machine = given.tool.trace()[2];
+  EXPECT_TRUE(machine.starts_with(R"({"call":"machine.create")")) << machine;
+  EXPECT_TRUE(machine.contains(R"("cpuCount":4,"memorySize":4294967296)")) << machine;
+  EXPECT_TRUE(machine.contains(R"("macAddress":")" + settings->macAddress)) << machine;
+  EXPECT_TRUE(machine.contains(R"("directorySharingDevices":[])")) << machine;
+}
+
 TEST(Create, LaysTheBundleOut) {
   Creation given;
   EXPECT_EQ(given.create({"--disk-gb", "80"}), endedWith(0));

@@ -16,8 +16,9 @@ using testing::MatchesRegex;
 struct Ending {
   std::string name;
   std::string scenario;
-  Lines sent;      // command lines, sent once the guest runs
-  int signal = 0;  // sent after them
+  Lines sent;       // command lines, sent once the guest runs
+  int awaited = 0;  // so many events answer them before the signal is sent
+  int signal = 0;   // sent after them
   bool reachesRunning = true;
   Lines events;  // regular expressions, after `running` (or `starting`)
   int status = 0;
@@ -33,6 +34,7 @@ TEST_P(AnEnding, IsToldToTheParentAsItWas) {
   Program program({"run", "--bundle", world.makeBundle()}, world.environment());
   program.eventsUntil(ending.reachesRunning ? running : starting);
   for (const std::string& line : ending.sent) program.send(line + "\n");
+  for (int i = 0; i < ending.awaited; ++i) program.event();
   if (ending.signal != 0) program.signal(ending.signal);
 
   const Lines events = program.remainingEvents();
@@ -97,7 +99,9 @@ INSTANTIATE_TEST_SUITE_P(
                .status = 0},
         Ending{.name = "HardStopBySigintDuringAnOrderlyStop",
                .scenario = R"({"machine":{"shutdownMs":null}})",
-               .sent = {stop},
+               .sent = {stop,
+                        R"({"type":"pause"})"},  // the pause's event shows that the stop was taken
+               .awaited = 1,
                .signal = SIGINT,
                .events = {hard},
                .status = 0},
@@ -114,7 +118,7 @@ INSTANTIATE_TEST_SUITE_P(
                .events = {errorLine("vm-limit", "full"), stoppedLine("true", "full")},
                .status = 1},
         Ending{.name = "StoppedWithAnErrorWhileStopping",
-               .scenario = R"({"machine":{"shutdownMs":null},"script":[{"atMs":500,
+               .scenario = R"({"machine":{"shutdownMs":null},"script":[{"atMs":3000,
                                 "event":"stops-with-error","error":{"description":"burnt"}}]})",
                .sent = {stop},
                .events = {errorLine("boot-failed", "burnt"), stoppedLine("false", "burnt")},

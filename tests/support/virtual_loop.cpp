@@ -11,6 +11,7 @@ void VirtualLoop::post(platform::Work work) {
 }
 
 void VirtualLoop::postDelayed(std::chrono::milliseconds delay, platform::Work work) {
+  if (delay.count() <= 0) return post(std::move(work));
   delayed_.emplace(now_ + delay, std::move(work));
 }
 

@@ -62,7 +62,21 @@ Acceleration QemuMachine::chooseAcceleration() {
 
 /// Only now have the devices been opened: a disk in use by another machine has ended QEMU before.
 void QemuMachine::started() {
+  takesCommands_ = true;
+  for (posix::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
   if (move(MachineState::starting, MachineState::running)) deliver(startDone_, {});
+}
+
+void QemuMachine::connectDisplay(posix::Descriptor socket) {
+  if (life_ == Life::over) return;
+  if (!takesCommands_) return viewers_.push_back(std::move(socket));
+  addViewer(std::move(socket));
+}
+
+void QemuMachine::addViewer(posix::Descriptor socket) {
+  process_->control().addViewer(std::move(socket), [this](const Result<>& result) {
+    if (!result) warn_("cannot show the guest's display: " + result.error().description);
+  });
 }
 
 bool QemuMachine::move(MachineState from, MachineState to) {
@@ -178,6 +192,7 @@ void QemuMachine::ended(std::optional<std::string> failure) {
   state_ = failure && !wasAskedFor ? MachineState::error : MachineState::stopped;
   if (toggleDone_) deliver(toggleDone_, refusal("the machine has ended"));
   deliverEnd(failure, hadStarted);
+  viewers_.clear();
   process_.reset();
 }
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/linux/qemu_arguments.h"
 #include "platform/linux/qemu_process.h"
@@ -19,6 +20,10 @@ class QemuMachine : public platform::VirtualMachine {
               platform::MachineConfiguration configuration);
 
   const platform::MachineConfiguration& configuration() const { return configuration_; }
+
+  /// Gives `socket` the guest's display and keyboard, as soon as the machine has them; closes it
+  /// when the machine is over.
+  void connectDisplay(posix::Descriptor socket);
 
   void setDelegate(platform::VirtualMachineDelegate* delegate) override { delegate_ = delegate; }
   std::int64_t state() const override { return static_cast<std::int64_t>(state_); }
@@ -41,6 +46,7 @@ class QemuMachine : public platform::VirtualMachine {
   platform::Result<> launch();
   Acceleration chooseAcceleration();
   void started();
+  void addViewer(posix::Descriptor socket);
 
   // What QEMU says.
   void happened(const QmpEvent& event);
@@ -66,6 +72,8 @@ class QemuMachine : public platform::VirtualMachine {
   bool powerButtonHeld_ = false;  // pressed, and QEMU has not answered yet
   bool diskFailureTold_ = false;
   std::optional<std::string> shutdownReason_;  // QEMU has announced its end
+  bool takesCommands_ = false;
+  std::vector<posix::Descriptor> viewers_;  // that came before QEMU took commands
   platform::Completion startDone_;
   platform::Completion toggleDone_;  // of the pause or the resumption under way
   platform::Completion stopDone_;

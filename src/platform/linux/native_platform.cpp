@@ -13,7 +13,8 @@ class LinuxPlatform final : public NativePlatform {
   System& system() override { return *system_; }
   std::string_view hostName() const override { return "qemu"; }
   std::unique_ptr<Host> makeHost(WarningSink warn) override {
-    return std::make_unique<qemu::QemuHost>(system_->posixLoop(), std::move(warn));
+    return std::make_unique<qemu::QemuHost>(system_->posixLoop(), std::move(warn),
+                                            [this] { system_->reserveOutput(); });
   }
 
  private:

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <utility>
 #include <variant>
 
@@ -17,11 +18,25 @@ QmpClient::QmpClient(posix::Loop& loop, posix::Descriptor socket, Handlers handl
 }
 
 void QmpClient::execute(std::string_view command, Replied replied) {
+  append(command, "{}", std::move(replied));
+  flush();
+}
+
+/// QEMU keeps the descriptor under a name until the next command takes it.
+void QmpClient::addViewer(posix::Descriptor socket, Replied replied) {
+  passengers_.push_back({.offset = unsent_.size(), .descriptor = std::move(socket)});
+  append("getfd", R"({"fdname":"viewer"})", [](const platform::Result<>&) {});
+  append("add_client", R"({"protocol":"vnc","fdname":"viewer","skipauth":true})",
+         std::move(replied));
+  flush();
+}
+
+void QmpClient::append(std::string_view command, std::string_view arguments, Replied replied) {
   const std::int64_t id = nextId_++;
   unsent_.append(R"({"execute":")").append(command);
-  unsent_.append(R"(","id":)").append(std::to_string(id)).append("}\n");
+  unsent_.append(R"(","arguments":)").append(arguments);
+  unsent_.append(R"(,"id":)").append(std::to_string(id)).append("}\n");
   waiting_.emplace(id, std::move(replied));
-  flush();
 }
 
 void QmpClient::drain() {
@@ -61,10 +76,9 @@ void QmpClient::reply(const QmpReply& reply) {
 /// stopped.
 void QmpClient::flush() {
   while (isOpen() && !unsent_.empty()) {
-    const ssize_t count =
-        ::send(socket_.get(), unsent_.data(), unsent_.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    const ssize_t count = sendSome();
     if (count >= 0) {
-      unsent_.erase(0, static_cast<std::size_t>(count));
+      forget(static_cast<std::size_t>(count));
     } else if (errno == EAGAIN) {
       if (!writing_) {
         writing_ = loop_.watch(socket_.get(), posix::Readiness::writable, [this] { flush(); });
@@ -73,9 +87,39 @@ void QmpClient::flush() {
     } else if (errno != EINTR) {
       // QEMU is ending. What it sent before is still to be read; the end of that closes.
       unsent_.clear();
+      passengers_.clear();
     }
   }
   writing_.reset();
+}
+
+/// Up to the next descriptor's byte; a descriptor that waits at the front goes along.
+ssize_t QmpClient::sendSome() {
+  const bool carries = !passengers_.empty() && passengers_.front().offset == 0;
+  const std::size_t next = carries ? 1 : 0;
+  const std::size_t length = next < passengers_.size() ? passengers_[next].offset : unsent_.size();
+  iovec bytes{.iov_base = unsent_.data(), .iov_len = length};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> space{};
+  msghdr message{};
+  message.msg_iov = &bytes;
+  message.msg_iovlen = 1;
+  if (carries) {
+    message.msg_control = space.data();
+    message.msg_controllen = space.size();
+    cmsghdr* header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(sizeof(int));
+    const int descriptor = passengers_.front().descriptor.get();
+    std::memcpy(CMSG_DATA(header), &descriptor, sizeof descriptor);
+  }
+  return ::sendmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+}
+
+void QmpClient::forget(std::size_t sent) {
+  unsent_.erase(0, sent);
+  if (!passengers_.empty() && passengers_.front().offset == 0 && sent > 0) passengers_.pop_front();
+  for (Passenger& passenger : passengers_) passenger.offset -= sent;
 }
 
 void QmpClient::close() {

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -30,6 +34,10 @@ class QmpClient {
   /// ends before that.
   void execute(std::string_view command, Replied replied);
 
+  /// Makes `socket` a viewer of the guest's display; one may be connected at any time. `replied`
+  /// runs as with `execute`.
+  void addViewer(posix::Descriptor socket, Replied replied);
+
   /// Whether QEMU can still hear and answer.
   bool isOpen() const { return reading_ != nullptr; }
 
@@ -39,6 +47,9 @@ class QmpClient {
  private:
   void handle(const QmpMessage& message);
   void reply(const QmpReply& reply);
+  void append(std::string_view command, std::string_view arguments, Replied replied);
+  ssize_t sendSome();
+  void forget(std::size_t sent);
   void flush();
   void close();
 
@@ -48,7 +59,14 @@ class QmpClient {
   QmpParser parser_;
   std::unique_ptr<posix::DescriptorWatch> reading_;
   std::unique_ptr<posix::DescriptorWatch> writing_;
+  // A descriptor travels with the first byte of the command that needs it.
+  struct Passenger {
+    std::size_t offset;  // of that byte in `unsent_`
+    posix::Descriptor descriptor;
+  };
+
   std::string unsent_;
+  std::deque<Passenger> passengers_;
   std::int64_t nextId_ = 1;
   std::map<std::int64_t, Replied> waiting_;
 };

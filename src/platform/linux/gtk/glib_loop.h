@@ -23,7 +23,7 @@ class GlibLoop final : public posix::ForeignLoop {
  private:
   posix::Loop& loop_;
   GMainContext* context_ = g_main_context_default();
-  int priority_ = 0;               // the last wait's: less urgent sources are not looked at
+  int priority_ = 0;                // the last wait's: less urgent sources are not looked at
   std::vector<GPollFD> wanted_{8};  // room for what the context wants to poll
 };
 

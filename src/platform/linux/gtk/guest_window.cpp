@@ -86,9 +86,7 @@ void GuestWindow::addTitlebarAccessory(const platform::TitlebarAccessory& access
   applyHints();
 }
 
-bool GuestWindow::isVisible() const {
-  return gtk_widget_get_visible(window_.get()) && !iconified_;
-}
+bool GuestWindow::isVisible() const { return gtk_widget_get_visible(window_.get()) && !iconified_; }
 
 std::optional<Rect> GuestWindow::screenVisibleFrame() const {
   GdkWindow* surface = gtk_widget_get_window(window_.get());
@@ -102,7 +100,8 @@ double GuestWindow::chrome() const { return naturalHeight(header_) + barHeight()
 
 /// Where the view really is, once it is somewhere.
 std::optional<Rect> GuestWindow::contentOnScreen() const {
-  if (desktop_->lost || !isVisible() || !view_ || !gtk_widget_get_mapped(view_->widget())) return std::nullopt;
+  if (desktop_->lost || !isVisible() || !view_ || !gtk_widget_get_mapped(view_->widget()))
+    return std::nullopt;
   int x = 0;
   int y = 0;
   GdkWindow* surface = gtk_widget_get_window(window_.get());
@@ -191,8 +190,7 @@ bool GuestWindow::isFirstResponder(const platform::View& view) const {
 
 void GuestWindow::makeFirstResponder(const std::shared_ptr<platform::View>& view) {
   // There are no views but machine views.
-  gtk_window_set_focus(window(),
-                       view ? static_cast<GtkMachineView&>(*view).widget() : nullptr);
+  gtk_window_set_focus(window(), view ? static_cast<GtkMachineView&>(*view).widget() : nullptr);
 }
 
 std::string GuestWindow::firstResponderDescription() const {

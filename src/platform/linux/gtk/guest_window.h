@@ -76,12 +76,12 @@ class GuestWindow final : public platform::Window {
   const std::shared_ptr<DesktopState> desktop_;
   platform::WindowDelegate* delegate_ = nullptr;
   Reference<GtkWidget> window_;
-  GtkWidget* header_;          // in the window, as the others
-  GtkWidget* column_;          // the bar, if there is one, above the view
+  GtkWidget* header_;  // in the window, as the others
+  GtkWidget* column_;  // the bar, if there is one, above the view
   GtkWidget* bar_ = nullptr;
   std::shared_ptr<GtkMachineView> view_;
-  platform::Rect frame_;       // as it was asked for last
-  platform::Size ratio_;       // of the content; 0: any
+  platform::Rect frame_;  // as it was asked for last
+  platform::Size ratio_;  // of the content; 0: any
   bool iconified_ = false;
 };
 

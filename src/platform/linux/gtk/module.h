@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
+#include <string_view>
 
 #include "platform/error.h"
 #include "platform/posix/descriptor.h"
@@ -25,6 +25,9 @@ namespace parlen::gtk {
 
 /// What both sides must have in common.
 inline constexpr const char* buildName = PARLEN_VERSION " " __VERSION__;
+
+/// The domain of the errors that windows have.
+inline constexpr std::string_view errorDomain = "ParlenWindowErrorDomain";
 
 /// A socket to a machine's display, which speaks the RFB protocol and has to be authenticated
 /// nowhere; none that is open if that cannot be had. Nothing for a machine without a display: its

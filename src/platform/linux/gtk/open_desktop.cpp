@@ -39,10 +39,10 @@ void openDesktop(const Surroundings& surroundings,
                  platform::Result<std::unique_ptr<Desktop>>& result) {
   redirectMessages(surroundings.warn);
   if (!initialize()) {
-    result = std::unexpected(platform::PlatformError{
-        .domain = "ParlenWindowErrorDomain",
-        .code = 1,
-        .description = "cannot open the display '" + displayName() + "'"});
+    result = std::unexpected(
+        platform::PlatformError{.domain = std::string(errorDomain),
+                                .code = 1,
+                                .description = "cannot open the display '" + displayName() + "'"});
     return;
   }
   keepBrokenPipeSignal();

@@ -5,7 +5,8 @@
 namespace parlen::gtk {
 
 TestPictureView::TestPictureView() : GtkMachineView(gtk_drawing_area_new()) {
-  gtk_widget_add_events(widget(), GDK_KEY_PRESS_MASK | GDK_KEY_RELEASE_MASK | GDK_BUTTON_PRESS_MASK);
+  gtk_widget_add_events(widget(),
+                        GDK_KEY_PRESS_MASK | GDK_KEY_RELEASE_MASK | GDK_BUTTON_PRESS_MASK);
   g_signal_connect(widget(), "draw", G_CALLBACK(draw), this);
   g_signal_connect(widget(), "key-press-event", G_CALLBACK(key), this);
   g_signal_connect(widget(), "key-release-event", G_CALLBACK(key), this);

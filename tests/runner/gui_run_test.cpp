@@ -1,0 +1,152 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "events/event_stream.h"
+#include "input/gui_input_driver.h"
+#include "platform/host.h"
+#include "support/tool.h"
+#include "window/guest_window_controller.h"
+
+namespace parlen::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const std::string ready = R"({"type":"ready","proto":1})";
+const std::string starting = R"({"type":"state","state":"starting"})";
+const std::string running = R"({"type":"state","state":"running"})";
+const std::string show = "{\"type\":\"window\",\"show\":true,\"title\":\"t\"}\n";
+const std::string hide = "{\"type\":\"window\",\"show\":false}\n";
+
+/// A host on which everything works but its desktop.
+class HostWithoutDesktop : public platform::Host {
+ public:
+  explicit HostWithoutDesktop(platform::Host& host) : host_(host) {}
+
+  platform::HostCapabilities& capabilities() override { return host_.capabilities(); }
+  platform::GuestIdentities& identities() override { return host_.identities(); }
+  platform::MachineFactory& machines() override { return host_.machines(); }
+  platform::Restoration& restoration() override { return host_.restoration(); }
+  platform::Application& application() override { return host_.application(); }
+  platform::Result<platform::WindowSystem*> windowSystem() override {
+    ++asked;
+    return std::unexpected(platform::PlatformError{"", 1, "no display: \"DISPLAY\" is not set"});
+  }
+
+  int asked = 0;
+
+ private:
+  platform::Host& host_;
+};
+
+/// Takes the desktop away from the tool's host.
+class WithoutDesktop {
+ public:
+  explicit WithoutDesktop(Tool& tool) : host(platform::host()) {
+    platform::usePlatform(&tool.system(), &host);
+  }
+  HostWithoutDesktop host;
+};
+
+std::size_t count(const Lines& lines, const std::string& line) {
+  return static_cast<std::size_t>(std::ranges::count(lines, line));
+}
+
+TEST(GuiRun, AsksTheHostInThisOrder) {
+  Tool tool;
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), stillRunning());
+  EXPECT_EQ(tool.calls(), (Lines{"configuration.validate", "machine.create", "machine.start",
+                                 "application.setActivationPolicy", "view.create", "window.create",
+                                 "window.setTitle", "window.setContentView", "window.setFrame",
+                                 "window.setContentAspectRatio", "window.makeKeyAndOrderFront",
+                                 "application.activate", "application.run"}));
+  EXPECT_EQ(tool.events(), (Lines{ready, starting, running}));
+}
+
+TEST(GuiRun, ShowsTheGuestAtItsNaturalSizeUnderItsBundlesName) {
+  Tool tool;
+  EXPECT_EQ(tool.run({"run", "--gui", "--bundle", tool.makeBundle("vm1") + "//."}), stillRunning());
+  const Lines trace = tool.trace();
+  EXPECT_EQ(trace[3], R"({"call":"application.setActivationPolicy","policy":"regular"})");
+  EXPECT_EQ(trace[4], R"({"call":"view.create","view":"machine-view","frame":[0,0,1920,1200],)"
+                      R"("capturesSystemKeys":true,"automaticallyReconfiguresDisplay":false})");
+  EXPECT_EQ(trace[5],
+            R"({"call":"window.create","window":1,"contentRect":[0,0,1920,1200],"styleMask":15,)"
+            R"("backing":2,"defer":false})");
+  EXPECT_EQ(trace[6], R"({"call":"window.setTitle","window":1,"title":"Parlen VM — vm1"})");
+}
+
+TEST(GuiRun, LeavesTheHeadlessGuestsWindowWithoutAMachine) {
+  Tool tool;
+  tool.sendAt(10, show + hide);
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), stillRunning());
+  EXPECT_EQ(tool.warnings(),
+            "parlen-mac-vm: ignoring window: this run has no headless guest to show\n");
+  EXPECT_EQ(tool.events(), (Lines{ready, starting, running}));
+  EXPECT_EQ(tool.trace().back(),
+            R"({"call":"application.setActivationPolicy","policy":"prohibited"})");
+  EXPECT_EQ(count(tool.calls(), "window.create"), 1U);
+  EXPECT_EQ(count(tool.calls(), "window.orderOut"), 0U);
+}
+
+TEST(GuiRun, GoesOnWhenItsWindowIsClosed) {
+  Tool tool(R"({"script":[{"atMs":100,"event":"closes-window"}]})");
+  tool.sendAt(200, "{\"type\":\"text\",\"text\":\"a\"}\n");
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), stillRunning());
+  EXPECT_EQ(tool.events(),
+            (Lines{ready, starting, running, R"({"type":"input-done","input":"text"})"}));
+}
+
+TEST(GuiRun, EndsAsAFailedStartBeforeTheMachineIsMadeIfThereIsNoDesktop) {
+  Tool tool;
+  const WithoutDesktop given(tool);
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(1));
+  const std::string reason = jsonEscape("no display: \"DISPLAY\" is not set");
+  EXPECT_EQ(
+      tool.events(),
+      (Lines{ready, R"({"type":"error","code":"boot-failed","message":)" + reason + "}",
+             R"({"type":"state","state":"stopped","crashed":true,"reason":)" + reason + "}"}));
+  EXPECT_EQ(tool.calls(), Lines{"configuration.validate"});
+  EXPECT_FALSE(tool.system().streams().isRead());
+  EXPECT_EQ(tool.system().process().watched.size(), 0U);
+}
+
+TEST(GuiRun, NamesAnInvalidConfigurationBeforeAMissingDesktop) {
+  Tool tool(R"({"configuration":{"validateError":{"description":"odd"}}})");
+  const WithoutDesktop given(tool);
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(1));
+  EXPECT_EQ(given.host.asked, 0);
+  EXPECT_EQ(tool.events().back(),
+            R"({"type":"error","code":"boot-failed","message":"invalid VM configuration: odd"})");
+}
+
+TEST(HeadlessRunWithoutADesktop, WarnsOfEachShowAndGoesOn) {
+  Tool tool;
+  const WithoutDesktop given(tool);
+  tool.sendAt(10, show + "{\"type\":\"pause\"}\n");
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1")}), stillRunning());
+  EXPECT_EQ(tool.warnings(),
+            "parlen-mac-vm: cannot show the guest: no display: \"DISPLAY\" is not set\n");
+  EXPECT_EQ(tool.events().back(), R"({"type":"guest-power","state":"paused"})");
+  EXPECT_EQ(tool.calls().back(), "machine.pause");
+}
+
+TEST(HeadlessRunWithoutADesktop, AsksForNoneUntilTheGuestIsToBeShown) {
+  Tool tool;
+  const WithoutDesktop given(tool);
+  tool.sendAt(10, hide + "{\"type\":\"text\",\"text\":\"a\"}\n");
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1")}), stillRunning());
+  EXPECT_EQ(given.host.asked, 0);
+  EXPECT_EQ(tool.warnings(), "");
+}
+
+TEST(HeadlessRun, ArmsTheWindowWithItsMachineAndHasNoDriver) {
+  Tool tool;
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1")}), stillRunning());
+  EXPECT_NE(guestWindow->virtualMachine, nullptr);
+  EXPECT_EQ(inputDriver, nullptr);
+}
+
+}  // namespace
+}  // namespace parlen::test

@@ -1,0 +1,43 @@
+#include "window/present_window.h"
+
+#include "input/gui_input_driver.h"
+#include "window_fixture.h"
+
+namespace parlen::test {
+namespace {
+
+class PresentWindow : public WindowFixture {
+ protected:
+  ~PresentWindow() override { inputDriver.reset(); }
+};
+
+TEST_F(PresentWindow, BuildsAPlainWindowAndBringsItToTheFront) {
+  const auto window = presentWindow(desktop_, machine_, "Parlen VM — vm1");
+  EXPECT_EQ(recording_.take(),
+            (Calls{"0 policy regular", "0 makeMachineView [0 0 1920 1200] capturing",
+                   "0 makeWindow [0 0 1920 1200] 15 2", "0 setTitle 'Parlen VM — vm1'",
+                   "0 setContentView", "0 setFrame [76 20 1288 835] at once",
+                   "0 setContentAspectRatio [1920 1200]", "0 makeKeyAndOrderFront", "0 activate"}));
+  EXPECT_EQ(desktop_.shownMachine, &machine_);
+  EXPECT_EQ(desktop_.window->windowDelegate, nullptr);
+}
+
+TEST_F(PresentWindow, TypesIntoItsViewFromThenOn) {
+  const auto window = presentWindow(desktop_, machine_, "");
+  ASSERT_NE(inputDriver, nullptr);
+  EXPECT_EQ(inputDriver->responderTarget(), desktop_.view);
+}
+
+TEST_F(PresentWindow, ReplacesTheDriverOfAnotherWindow) {
+  const auto first = presentWindow(desktop_, machine_, "");
+  const auto driver = inputDriver;
+  driver->enqueue({"text", {KeyStroke{0, {}, "a"}}, 60});
+  const auto second = presentWindow(desktop_, machine_, "");
+  EXPECT_NE(inputDriver, driver);
+  recording_.take();
+  inputDriver->enqueue({"text", {KeyStroke{0, {"cmd"}, "a"}}, 60});  // not behind the other's
+  EXPECT_EQ(recording_.take().back(), "0 flags 55 0x100008");
+}
+
+}  // namespace
+}  // namespace parlen::test
