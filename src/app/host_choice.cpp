@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "app/native_windows.h"
 #include "events/die.h"
 #include "events/error_code.h"
 #include "events/event_stream.h"
@@ -18,23 +19,29 @@ std::optional<std::string> variable(const char* name) {
 }
 
 std::unique_ptr<platform::Host> makeSimulatedHost(const HostChoice& choice,
-                                                  platform::System& system) {
-  auto host = simulated::makeHost(system, {.scenarioPath = choice.scenario.value_or(""),
-                                           .tracePath = choice.trace.value_or("")});
+                                                  platform::NativePlatform& native) {
+  auto host = simulated::makeHost(native.system(), {.scenarioPath = choice.scenario.value_or(""),
+                                                    .tracePath = choice.trace.value_or("")});
   if (!host) die(errorCode::badUsage, host.error());
-  return *std::move(host);
+  const std::string windows = choice.windows.value_or("");
+  if (windows.empty()) return *std::move(host);
+  if (windows == "native" && native.showsForeignMachines()) {
+    return withWindowsOf(*std::move(host), native.makeHost(warn));
+  }
+  die(errorCode::badUsage, "unknown PARLEN_WINDOWS '" + windows + "'");
 }
 
 }  // namespace
 
 HostChoice readEnvironment() {
-  return {variable("PARLEN_HOST"), variable("PARLEN_SCENARIO"), variable("PARLEN_TRACE")};
+  return {variable("PARLEN_HOST"), variable("PARLEN_SCENARIO"), variable("PARLEN_TRACE"),
+          variable("PARLEN_WINDOWS")};
 }
 
 std::unique_ptr<platform::Host> makeChosenHost(const HostChoice& choice,
                                                platform::NativePlatform& native) {
   if (!choice.host || *choice.host == native.hostName()) return native.makeHost(warn);
-  if (*choice.host == "simulated") return makeSimulatedHost(choice, native.system());
+  if (*choice.host == "simulated") return makeSimulatedHost(choice, native);
   die(errorCode::badUsage, "unknown PARLEN_HOST '" + *choice.host + "'");
 }
 

@@ -129,9 +129,7 @@ class Host {
   virtual Restoration& restoration() = 0;
   virtual Application& application() = 0;
   /// The desktop, opened by the first call; the error says what is missing. Owned by the host.
-  virtual Result<WindowSystem*> windowSystem() {
-    return std::unexpected(PlatformError{"ParlenWindowErrorDomain", 1, "this host has no windows"});
-  }
+  virtual Result<WindowSystem*> windowSystem() = 0;
 };
 
 }  // namespace parlen::platform

@@ -19,6 +19,8 @@ class NativePlatform {
   /// The host that runs real guests. Cheap: nothing is probed before it is asked for. What it has
   /// to say beside its results goes to `warn`, on the main thread.
   virtual std::unique_ptr<Host> makeHost(WarningSink warn) = 0;
+  /// Whether that host's windows have a picture also for a machine that another host has made.
+  virtual bool showsForeignMachines() const { return false; }
 };
 
 /// Called once, first thing in `main`.

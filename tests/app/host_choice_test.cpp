@@ -17,7 +17,10 @@ class FakeNative : public platform::NativePlatform {
     return nullptr;
   }
 
+  bool showsForeignMachines() const override { return showsForeign; }
+
   int hostsMade = 0;
+  bool showsForeign = false;
 
  private:
   platform::System& system_;
@@ -57,6 +60,21 @@ TEST_F(ChoosingTheHost, RefusesEveryOtherWord) {
             R"({"type":"error","code":"bad-usage","message":"unknown PARLEN_HOST 'Simulated'"})");
   EXPECT_EQ(errorFor({.host = ""}),
             R"({"type":"error","code":"bad-usage","message":"unknown PARLEN_HOST ''"})");
+}
+
+TEST_F(ChoosingTheHost, ShowsTheSimulatedMachineInTheSystemsOwnWindowsWhenAsked) {
+  native_.showsForeign = true;
+  const auto host = makeChosenHost({.host = "simulated", .windows = "native"}, native_);
+  EXPECT_EQ(native_.hostsMade, 1);
+  EXPECT_EQ(host->capabilities().processorCount(), 8);
+}
+
+TEST_F(ChoosingTheHost, RefusesWindowsThatTheSystemDoesNotHave) {
+  (void)tool_.run({});
+  EXPECT_TRUE(errorFor({.host = "simulated", .windows = "native"})
+                  .contains("unknown PARLEN_WINDOWS 'native'"));
+  EXPECT_TRUE(
+      errorFor({.host = "simulated", .windows = "gtk"}).contains("unknown PARLEN_WINDOWS 'gtk'"));
 }
 
 TEST_F(ChoosingTheHost, RefusesAScenarioThatCannotBeUsed) {

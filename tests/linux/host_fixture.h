@@ -42,7 +42,8 @@ class HostTest : public testing::Test {
   std::unique_ptr<posix::PosixSystem> system_ = posix::makePosixSystem();
   std::vector<std::string> warnings_;
   QemuHost host_{system_->posixLoop(),
-                 [this](std::string_view text) { warnings_.emplace_back(text); }};
+                 [this](std::string_view text) { warnings_.emplace_back(text); }, [] {}};
+};
 };
 
 /// The children of a process, this one's by default.

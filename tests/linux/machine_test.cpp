@@ -212,7 +212,7 @@ TEST_F(QemuMachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
   if (tool == 0) {
     MachineStory story;
     const auto system = posix::makePosixSystem();
-    QemuHost own(system->posixLoop(), [](std::string_view) {});
+    QemuHost own(system->posixLoop(), [](std::string_view) {}, [] {});
     const auto machine = own.machines().createMachine(configuration);
     machine->start([&](const platform::Result<>&) {
       const int pid = children().front();
@@ -220,6 +220,7 @@ TEST_F(QemuMachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
     });
     system->loop().run();
   }
+  ::close(ends[1]);
   int pid = 0;
   ASSERT_EQ(::read(ends[0], &pid, sizeof pid), static_cast<ssize_t>(sizeof pid));
   ASSERT_EQ(::kill(pid, 0), 0);
@@ -229,7 +230,6 @@ TEST_F(QemuMachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
 
   runUntil([pid] { return !isAlive(pid); });
   ::close(ends[0]);
-  ::close(ends[1]);
 }
 
 }  // namespace

@@ -180,7 +180,7 @@ TEST(ChildProcess, LeadsASessionOfItsOwnWhenAsked) {
 
 TEST(ChildProcess, RunsTheHookBeforeTheProgram) {
   ChildOptions options = shell("umask");
-  options.beforeExec = [] { umask(0123); };
+  options.beforeExec = [](int) { umask(0123); };
 
   EXPECT_EQ("0123\n", outputOf(options));
 }

@@ -5,32 +5,103 @@
 namespace parlen::test {
 namespace {
 
-TEST(Story, A) {
-  Tool tool(R"({"machine":{"shutdownMs":200},
-    "script":[{"atMs":300,"event":"clicks-later"},{"atMs":400,"event":"clicks-done"},
-              {"atMs":800,"event":"closes-window"}]})");
-  tool.sendAt(100, "{\"type\":\"window\",\"show\":true,\"title\":\"Installing\",\"detail\":\"step 2 of 3\"}\n");
-  tool.sendAt(200, "{\"type\":\"window\",\"show\":true,\"title\":\"Sign in\"}\n{\"type\":\"text\",\"text\":\"a\"}\n");
-  tool.sendAt(500, "{\"type\":\"window\",\"show\":false}\n");
-  tool.sendAt(600, "{\"type\":\"window\",\"show\":true,\"title\":\"Sign in\"}\n");
-  tool.sendAt(1000, "{\"type\":\"stop\"}\n");
-  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1")}), endedWith(0));
-  puts(tool.read("trace.jsonl").c_str());
-  puts(tool.system().streams().output.c_str());
-  puts(tool.warnings().c_str());
+using Lines = std::vector<std::string>;
+
+const std::string textDone = R"({"type":"input-done","input":"text"})";
+const std::string keyDone = R"({"type":"input-done","input":"key"})";
+const std::string later = R"({"type":"window-action","action":"later"})";
+const std::string done = R"({"type":"window-action","action":"done"})";
+
+std::string state(const std::string& word) { return R"({"type":"state","state":")" + word + "\"}"; }
+
+std::string stoppedAfter(int seconds) {
+  return R"({"type":"state","state":"stopped","crashed":false,"reason":)"
+         R"("guest stopped after host stop request after )" +
+         std::to_string(seconds) + "s (was running)\"}";
 }
-TEST(Story, B) {
-  Tool tool(R"({"machine":{"shutdownMs":200},
-    "window":{"views":{"name":"guest","acceptsFirstResponder":false,"subviews":[{"name":"frame","acceptsFirstResponder":false},{"name":"display"}]}},
-    "script":[{"atMs":1000,"event":"closes-window"}]})");
-  tool.sendAt(100, "{\"type\":\"text\",\"text\":\"Hi\\n\",\"delayMs\":100}\n{\"type\":\"key\",\"key\":\"cmd+shift+t\"}\n");
-  tool.sendAt(900, "{\"type\":\"window\",\"show\":true}\n{\"type\":\"window\",\"show\":false}\n");
-  tool.sendAt(1100, "{\"type\":\"key\",\"key\":\"return\",\"delayMs\":20}\n");
-  tool.sendAt(2000, "{\"type\":\"stop\"}\n");
-  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(0));
-  puts(tool.read("trace.jsonl").c_str());
-  puts(tool.system().streams().output.c_str());
-  puts(tool.warnings().c_str());
+
+/// Whole sessions, down to every byte that comes out and every call that the host sees when. The
+/// traces are in stories/, with <dir> in place of the bundle's folder.
+class WindowStory : public testing::Test {
+ protected:
+  void givenAWorld(const std::string& scenario) { tool_.emplace(scenario); }
+
+  void run(const Lines& options) {
+    Lines arguments{"run", "--bundle", tool_->makeBundle("vm1")};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    EXPECT_EQ(tool_->run(arguments), endedWith(0));
+  }
+
+  void expectTrace(const std::string& story) {
+    const auto expected = tool_->system().files().read(std::string(PARLEN_STORIES) + "/" + story);
+    ASSERT_TRUE(expected) << expected.error().description;
+    EXPECT_EQ(trace(), *expected);
+  }
+
+  std::string trace() {
+    std::string text = tool_->read("trace.jsonl");
+    const std::string folder = escaped(tool_->path("vm1"));
+    for (std::size_t at; (at = text.find(folder)) != std::string::npos;) {
+      text.replace(at, folder.size(), "<dir>");
+    }
+    return text;
+  }
+
+  static std::string escaped(const std::string& path) {
+    std::string text;
+    for (const char c : path) text += c == '/' ? std::string("\\/") : std::string(1, c);
+    return text;
+  }
+
+  std::optional<Tool> tool_;
+};
+
+TEST_F(WindowStory, OfAGuestThatIsShownAndHiddenOnRequest) {
+  givenAWorld(R"({"machine":{"shutdownMs":200},
+                  "script":[{"atMs":300,"event":"clicks-later"},{"atMs":400,"event":"clicks-done"},
+                            {"atMs":550,"event":"clicks-done"},
+                            {"atMs":800,"event":"closes-window"}]})");
+  tool_->sendAt(100, R"({"type":"window","show":true,"title":"Installing","detail":"step 2 of 3"})"
+                     "\n");
+  tool_->sendAt(200,
+                "{\"type\":\"window\",\"show\":true,\"title\":\"Sign in\"}\n"
+                "{\"type\":\"text\",\"text\":\"a\"}\n");
+  tool_->sendAt(500, "{\"type\":\"window\",\"show\":false}\n");
+  tool_->sendAt(600, "{\"type\":\"window\",\"show\":true,\"title\":\"Sign in\"}\n");
+  tool_->sendAt(1000, "{\"type\":\"stop\"}\n");
+  run({});
+  expectTrace("shown_on_request.jsonl");
+  EXPECT_EQ(tool_->events(),
+            (Lines{R"({"type":"ready","proto":1})", state("starting"), state("running"),
+                   R"({"type":"error","code":"input-failed","message":"input verbs need --gui )"
+                   R"(— a headless run has no VZVirtualMachineView to type into"})",
+                   later, done, later, stoppedAfter(1)}));
+  EXPECT_EQ(tool_->warnings(), "");
 }
+
+TEST_F(WindowStory, OfAGuestThatIsShownAtOnceAndTypedInto) {
+  givenAWorld(R"({"machine":{"shutdownMs":200},
+                  "window":{"views":{"name":"guest","acceptsFirstResponder":false,
+                    "subviews":[{"name":"frame","acceptsFirstResponder":false},
+                                {"name":"display"}]}},
+                  "script":[{"atMs":1000,"event":"closes-window"}]})");
+  tool_->sendAt(100,
+                "{\"type\":\"text\",\"text\":\"Hi\\n\",\"delayMs\":100}\n"
+                "{\"type\":\"key\",\"key\":\"cmd+shift+t\"}\n");
+  tool_->sendAt(900, "{\"type\":\"window\",\"show\":true}\n{\"type\":\"window\",\"show\":false}\n");
+  tool_->sendAt(1100, "{\"type\":\"key\",\"key\":\"return\",\"delayMs\":20}\n");
+  tool_->sendAt(2000, "{\"type\":\"stop\"}\n");
+  run({"--gui"});
+  expectTrace("typed_into.jsonl");
+  EXPECT_EQ(tool_->events(),
+            (Lines{R"({"type":"ready","proto":1})", state("starting"), state("running"), textDone,
+                   keyDone, keyDone, stoppedAfter(2)}));
+  EXPECT_EQ(tool_->warnings(),
+            "parlen-mac-vm: input: firstResponder=display\n"
+            "parlen-mac-vm: input: firstResponder=display\n"
+            "parlen-mac-vm: ignoring window: this run has no headless guest to show\n"
+            "parlen-mac-vm: input: firstResponder=display\n");
+}
+
 }  // namespace
 }  // namespace parlen::test

@@ -2,9 +2,7 @@
 
 namespace parlen::qemu {
 
-/// For the child, between fork and exec: kills it when this process ends, however that happens.
-/// `rememberParent` must have been called in this process before the fork.
-void dieWithParent();
-void rememberParent();
+/// For the child, between fork and exec: kills it when `parent` ends, however that happens.
+void dieWithParent(int parent);
 
 }  // namespace parlen::qemu

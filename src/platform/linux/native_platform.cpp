@@ -12,6 +12,7 @@ class LinuxPlatform final : public NativePlatform {
  public:
   System& system() override { return *system_; }
   std::string_view hostName() const override { return "qemu"; }
+  bool showsForeignMachines() const override { return true; }  // a test picture
   std::unique_ptr<Host> makeHost(WarningSink warn) override {
     return std::make_unique<qemu::QemuHost>(system_->posixLoop(), std::move(warn),
                                             [this] { system_->reserveOutput(); });

@@ -46,7 +46,6 @@ platform::Result<> QemuProcess::spawn(posix::Loop& loop, const std::string& emul
   if (!output) return std::unexpected(std::move(output).error());
   output_ = *std::move(output);
 
-  rememberParent();
   auto started = posix::spawnChild(loop,
                                    {.program = emulator,
                                     .arguments = arguments,

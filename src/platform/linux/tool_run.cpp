@@ -37,7 +37,6 @@ platform::Result<> ToolRun::spawn(posix::Loop& loop, std::string_view program,
   if (!errors) return std::unexpected(std::move(errors).error());
   errors_ = *std::move(errors);
 
-  rememberParent();
   auto child =
       posix::spawnChild(loop,
                         {.program = *path,

@@ -26,7 +26,7 @@ struct ChildOptions {
   std::vector<std::pair<int, int>> descriptors;
   bool newSession = false;
   /// Runs in the child just before exec; only async-signal-safe calls. Null: nothing runs.
-  void (*beforeExec)() = nullptr;
+  void (*beforeExec)(int parent) = nullptr;
 };
 
 /// A child that runs beside the loop. Destroying it kills a child that still runs, and reaps it.

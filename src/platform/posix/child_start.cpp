@@ -25,6 +25,7 @@ struct ChildPlan {
   std::vector<int> moved;  // room for one descriptor of each pair
   std::vector<int> kept;   // the descriptors that survive exec, sorted
   int floor = 3;           // above every descriptor that the child is to have
+  int parent = getpid();
 };
 
 std::vector<std::string> findCandidates(const std::string& program) {
@@ -130,7 +131,7 @@ int becomeProgram(const ChildOptions& options, ChildPlan& plan, int& report) {
   if (const int code = placeDescriptors(options, plan)) return code;
   if (const int code = closeRestAtExec(plan)) return code;
   resetSignals();
-  if (options.beforeExec != nullptr) options.beforeExec();
+  if (options.beforeExec != nullptr) options.beforeExec(plan.parent);
   return execute(plan);
 }
 

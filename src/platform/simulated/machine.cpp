@@ -152,24 +152,9 @@ void Machine::schedule(const ScriptEntry& entry) {
 }
 
 void Machine::happen(const ScriptEntry& entry) {
+  if (!isAlive()) return;
   // In answer to its user the program may end the machine and the host; the desktop outlasts that.
   const std::shared_ptr<World> world = world_;
-  switch (entry.event) {
-    case ScriptEvent::clicksLater:
-      return world->desktop.click("Later");
-    case ScriptEvent::clicksDone:
-      return world->desktop.click("Done");
-    case ScriptEvent::closesWindow:
-      return world->desktop.closeWindow();
-    case ScriptEvent::guestStops:
-    case ScriptEvent::stopsWithError:
-    case ScriptEvent::networkDisconnects:
-    case ScriptEvent::entersErrorState:
-      if (isAlive()) happenToGuest(entry);
-  }
-}
-
-void Machine::happenToGuest(const ScriptEntry& entry) {
   switch (entry.event) {
     case ScriptEvent::guestStops:
       end(State::stopped);
@@ -186,9 +171,14 @@ void Machine::happenToGuest(const ScriptEntry& entry) {
       state_ = State::error;
       break;
     case ScriptEvent::clicksLater:
+      world->desktop.click("Later");
+      break;
     case ScriptEvent::clicksDone:
+      world->desktop.click("Done");
+      break;
     case ScriptEvent::closesWindow:
-      break;  // not the guest's
+      world->desktop.closeWindow();
+      break;
   }
 }
 

@@ -46,7 +46,6 @@ class Machine : public platform::VirtualMachine {
   void finishShutdown();
   void schedule(const ScriptEntry& entry);
   void happen(const ScriptEntry& entry);
-  void happenToGuest(const ScriptEntry& entry);
   void end(State state);
   bool isAlive() const { return life_ == Life::alive; }
 

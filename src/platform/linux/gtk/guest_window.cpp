@@ -1,5 +1,6 @@
 #include "platform/linux/gtk/guest_window.h"
 
+#include <X11/Xutil.h>
 #include <gdk/gdkx.h>
 
 #include <string_view>
@@ -14,6 +15,8 @@ namespace parlen::gtk {
 namespace {
 
 using platform::Rect;
+
+int whole(double length) { return static_cast<int>(length); }
 
 int naturalHeight(GtkWidget* widget) {
   int least = 0;
@@ -83,7 +86,6 @@ void GuestWindow::addTitlebarAccessory(const platform::TitlebarAccessory& access
   bar_ = makeBar(accessory.bar, labels_);
   gtk_box_pack_start(GTK_BOX(column_), bar_, FALSE, FALSE, 0);
   frame_ = withTop(content, chrome());
-  applyHints();
 }
 
 bool GuestWindow::isVisible() const { return gtk_widget_get_visible(window_.get()) && !iconified_; }
@@ -134,9 +136,11 @@ void GuestWindow::setContentSize(const platform::Size& size) {
   applyFrame();
 }
 
-/// The toolkit counts neither the title bar nor the borders as the window's size.
+/// The toolkit counts neither the title bar nor the borders as the window's size, if it knows them
+/// already: a window that is not realized has none yet.
 void GuestWindow::applyFrame() {
   if (desktop_->lost) return;
+  gtk_widget_realize(window_.get());
   const ScreenRect outer = toScreen(frame_, mainScreen());
   gtk_window_resize(window(), std::max(outer.width, 1),
                     std::max(outer.height - naturalHeight(header_), 1));
@@ -145,19 +149,27 @@ void GuestWindow::applyFrame() {
 
 void GuestWindow::setContentAspectRatio(const platform::Size& ratio) {
   ratio_ = ratio;
-  applyHints();
+  applyRatio();
 }
 
-/// The bar keeps its height at every size.
-void GuestWindow::applyHints() {
-  if (ratio_.width <= 0 || ratio_.height <= 0) return;
-  GdkGeometry geometry{};
-  geometry.base_width = 0;
-  geometry.base_height = barHeight();
-  geometry.min_aspect = ratio_.width / ratio_.height;
-  geometry.max_aspect = geometry.min_aspect;
-  gtk_window_set_geometry_hints(window(), nullptr, &geometry,
-                                static_cast<GdkWindowHints>(GDK_HINT_BASE_SIZE | GDK_HINT_ASPECT));
+/// Told to the window manager past the toolkit, whose own constraint would be on the whole window:
+/// only the content keeps its proportions, all around it keeps its size. Where nobody heeds this,
+/// the view leaves room around the picture.
+void GuestWindow::applyRatio() {
+  const auto content = contentOnScreen();
+  GdkWindow* surface = gtk_widget_get_window(window_.get());
+  if (ratio_.width <= 0 || ratio_.height <= 0 || !content || !GDK_IS_X11_WINDOW(surface)) return;
+  const int scale = gdk_window_get_scale_factor(surface);  // the hints count pixels
+  XSizeHints hints{};
+  long given = 0;
+  Display* display = GDK_WINDOW_XDISPLAY(surface);
+  XGetWMNormalHints(display, GDK_WINDOW_XID(surface), &hints, &given);
+  hints.flags |= PAspect | PBaseSize;
+  hints.base_width = (gdk_window_get_width(surface) - whole(content->width)) * scale;
+  hints.base_height = (gdk_window_get_height(surface) - whole(content->height)) * scale;
+  hints.min_aspect = {.x = whole(ratio_.width), .y = whole(ratio_.height)};
+  hints.max_aspect = hints.min_aspect;
+  XSetWMNormalHints(display, GDK_WINDOW_XID(surface), &hints);
 }
 
 void GuestWindow::makeKeyAndOrderFront() {
@@ -212,8 +224,9 @@ gboolean GuestWindow::stateChanged(GtkWidget*, GdkEventWindowState* event, gpoin
 }
 
 /// Where no window manager hands out the keyboard, a new window has to take it.
-gboolean GuestWindow::mapped(GtkWidget* widget, GdkEvent*, gpointer) {
+gboolean GuestWindow::mapped(GtkWidget* widget, GdkEvent*, gpointer self) {
   gdk_window_focus(gtk_widget_get_window(widget), currentTime(widget));
+  static_cast<GuestWindow*>(self)->applyRatio();
   return GDK_EVENT_PROPAGATE;
 }
 

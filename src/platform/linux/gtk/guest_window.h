@@ -69,7 +69,7 @@ class GuestWindow final : public platform::Window {
   int barHeight() const;
   std::optional<platform::Rect> contentOnScreen() const;
   void applyFrame();
-  void applyHints();
+  void applyRatio();
 
   const std::int64_t number_;
   const Labels& labels_;

@@ -1,0 +1,64 @@
+#include <memory>
+
+#include "control/commands.h"
+#include "control/line_splitter.h"
+#include "events/event_stream.h"
+#include "fuzz.h"
+#include "input/gui_input_driver.h"
+#include "silent_platform.h"
+#include "text/json_reader.h"
+#include "window/guest_window_controller.h"
+
+namespace parlen {
+namespace {
+
+/// A run with a window to type into.
+struct World {
+  World() {
+    platform::usePlatform(&system, &host);
+    outputQueue = system.makeSerialQueue("");
+    guestWindow = std::make_unique<GuestWindowController>();
+    guestWindow->virtualMachine = &runner.machine();
+    inputDriver = std::make_shared<GuiInputDriver>(std::make_shared<fuzz::LooseView>(), desktop);
+  }
+  ~World() {
+    inputDriver.reset();
+    guestWindow.reset();
+    outputQueue.reset();
+    platform::usePlatform(nullptr, nullptr);
+  }
+
+  /// For the runner reads the clock from its construction on.
+  struct InUse {
+    explicit InUse(platform::System& system) { platform::usePlatform(&system, nullptr); }
+  };
+
+  fuzz::SilentSystem system;
+  InUse inUse{system};
+  fuzz::BareHost host;
+  fuzz::BlankDesktop desktop;
+  VMRunner runner{std::make_unique<fuzz::EndlessMachine>()};
+};
+
+/// Every line of what came out is one JSON object with a type.
+void checkEvents(std::string_view output) {
+  while (!output.empty()) {
+    const std::string_view line = output.substr(0, output.find('\n'));
+    const auto event = text::parseJson(line);
+    fuzz::require(event && event->find("type") != nullptr);
+    output.remove_prefix(line.size() + 1);
+  }
+}
+
+}  // namespace
+}  // namespace parlen
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  parlen::World world;
+  parlen::LineSplitter lines;
+  lines.append(parlen::fuzz::asText(data, size));
+  while (const auto line = lines.next()) parlen::executeCommand(*line, world.runner);
+  world.system.loop().run();
+  parlen::checkEvents(world.system.streams().output);
+  return 0;
+}

@@ -1,0 +1,44 @@
+#import "platform/macos/objc_machine_delegate.h"
+
+#include <utility>
+
+#import "platform/macos/objc_callback.h"
+#import "platform/macos/objc_errors.h"
+
+using parlen::macos::callBack;
+using parlen::macos::failure;
+
+@implementation ParlenMachineDelegate {
+  std::shared_ptr<parlen::macos::FirstEnd> _end;
+  parlen::platform::WarningSink _warn;
+}
+
+- (instancetype)initWithEnd:(std::shared_ptr<parlen::macos::FirstEnd>)end
+                       warn:(parlen::platform::WarningSink)warn {
+  self = [super init];
+  _end = std::move(end);
+  _warn = std::move(warn);
+  return self;
+}
+
+- (void)guestDidStopVirtualMachine:(VZVirtualMachine*)virtualMachine {
+  if (self.receiver == nullptr || !_end->claim()) return;
+  callBack([self] { self.receiver->guestDidStop(); });
+}
+
+- (void)virtualMachine:(VZVirtualMachine*)virtualMachine didStopWithError:(NSError*)error {
+  if (self.receiver == nullptr || !_end->claim()) return;
+  callBack([self, error] { self.receiver->didStopWithError(failure(error, self->_warn).error()); });
+}
+
+// May come several times; the device's attachment is gone afterwards.
+- (void)virtualMachine:(VZVirtualMachine*)virtualMachine
+                         networkDevice:(VZNetworkDevice*)networkDevice
+    attachmentWasDisconnectedWithError:(NSError*)error {
+  if (self.receiver == nullptr) return;
+  callBack([self, error] {
+    self.receiver->networkAttachmentDisconnected(failure(error, self->_warn).error());
+  });
+}
+
+@end

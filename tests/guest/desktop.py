@@ -1,0 +1,154 @@
+"""A display of its own, the tool in front of it, and a user's hands on its windows."""
+
+import json
+import os
+import queue
+import subprocess
+import threading
+import time
+
+PATIENCE = 120  # seconds; a busy machine emulates a guest slowly
+
+
+class Display:
+    """An X server without a screen, for as long as the `with` block runs."""
+
+    def __init__(self, size):
+        self.size = size
+
+    def __enter__(self):
+        reading, writing = os.pipe()
+        self.server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{self.size}x24",
+             "-nolisten", "tcp", "-noreset"],
+            pass_fds=[writing], stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(writing)
+        with os.fdopen(reading) as number:
+            self.name = ":" + number.readline().strip()
+        if self.name == ":":
+            raise RuntimeError("Xvfb did not start")
+        return self
+
+    def __exit__(self, *_):
+        self.stop()
+
+    def stop(self):
+        self.server.terminate()
+        self.server.wait()
+
+    def environment(self):
+        kept = {name: value for name, value in os.environ.items() if name != "WAYLAND_DISPLAY"}
+        # No session bus: nothing of this machine's desktop has a say.
+        return kept | {"DISPLAY": self.name, "NO_AT_BRIDGE": "1", "GSETTINGS_BACKEND": "memory"}
+
+    def run(self, *command):
+        return subprocess.run(command, env=self.environment(), check=True,
+                              capture_output=True, text=True).stdout
+
+    def mouse(self, x, y):
+        """A press and a release of the left button."""
+        self.run("xdotool", "mousemove", str(x), str(y), "click", "1")
+
+    def key(self, *names):
+        self.run("xdotool", "key", *names)
+
+    def screenshot(self, path):
+        self.run("import", "-window", "root", str(path))
+
+    def windows(self, name):
+        """The ids of the windows on screen with this title."""
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{name}$"],
+                               env=self.environment(), capture_output=True, text=True)
+        return found.stdout.split()
+
+    def geometry(self, window):
+        """x, y, width and height."""
+        lines = self.run("xdotool", "getwindowgeometry", "--shell", window).splitlines()
+        values = dict(line.split("=") for line in lines)
+        return tuple(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
+
+
+class Tool:
+    """One run of the tool, and what it has said so far."""
+
+    def __init__(self, program, *arguments, environment=None):
+        self.process = subprocess.Popen([program, *map(str, arguments)], env=environment,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        stderr=subprocess.PIPE)
+        self.events = []
+        self.errors = []
+        self.arrived = queue.Queue()
+        self.readers = [threading.Thread(target=self._read_events, daemon=True),
+                        threading.Thread(target=self._read_errors, daemon=True)]
+        for reader in self.readers:
+            reader.start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process.poll() is None:
+            self.process.kill()
+        self.process.wait()
+
+    def _read_events(self):
+        for line in self.process.stdout:
+            self.arrived.put(line)
+        self.arrived.put(None)
+
+    def _read_errors(self):
+        for line in self.process.stderr:
+            self.errors.append(line.decode(errors="replace").rstrip("\n"))
+
+    def send(self, **command):
+        self.process.stdin.write(json.dumps(command).encode() + b"\n")
+        self.process.stdin.flush()
+
+    def next_event(self, patience=PATIENCE):
+        """The next event; each line must be one."""
+        try:
+            line = self.arrived.get(timeout=patience)
+        except queue.Empty:
+            raise AssertionError(f"no event within {patience} s; {self.story()}") from None
+        if line is None:
+            raise AssertionError(f"the tool has ended; {self.story()}")
+        event = json.loads(line)
+        self.events.append(event)
+        return event
+
+    def wait_for(self, patience=PATIENCE, **wanted):
+        """Reads events until one has these members."""
+        while True:
+            event = self.next_event(patience)
+            if all(event.get(name) == value for name, value in wanted.items()):
+                return event
+            if event["type"] == "error":
+                raise AssertionError(self.story())
+
+    def quiet(self):
+        """That nothing has been said since the last event that was read."""
+        return self.arrived.empty()
+
+    def end(self):
+        """Reads on until the tool has ended; its status."""
+        while (line := self.arrived.get(timeout=PATIENCE)) is not None:
+            self.events.append(json.loads(line))
+        status = self.process.wait(timeout=PATIENCE)
+        for reader in self.readers:
+            reader.join()
+        return status
+
+    def story(self):
+        return f"events: {self.events}; standard error: {self.errors}"
+
+
+def until(condition, what, patience=PATIENCE):
+    """Waits until `condition` gives something true, and returns that."""
+    end = time.monotonic() + patience
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise AssertionError(f"{what} did not happen within {patience} s")
+        time.sleep(0.05)
