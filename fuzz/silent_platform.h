@@ -100,8 +100,7 @@ class BlankDesktop : public platform::WindowSystem {
   void sendEvent(const platform::KeyEvent&) override {}
 };
 
-/// Has a process on the desktop and, for lack of a desktop, no windows. It is asked for nothing
-/// else.
+/// Has no desktop to show a window on, and is asked for nothing but that.
 class BareHost : public platform::Host, private platform::Application {
  public:
   platform::HostCapabilities& capabilities() override { std::abort(); }
@@ -109,6 +108,9 @@ class BareHost : public platform::Host, private platform::Application {
   platform::MachineFactory& machines() override { std::abort(); }
   platform::Restoration& restoration() override { std::abort(); }
   platform::Application& application() override { return *this; }
+  platform::Result<platform::WindowSystem*> windowSystem() override {
+    return std::unexpected(platform::PlatformError{"", 1, "no desktop"});
+  }
 
  private:
   void setActivationPolicy(platform::ActivationPolicy) override {}

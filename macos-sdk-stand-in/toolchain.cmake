@@ -9,19 +9,18 @@ list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES PARLEN_ZIG)
 
 foreach(language C CXX OBJCXX)
   set(CMAKE_${language}_COMPILER ${PARLEN_ZIG} c++)
-  # The target names the processor and the oldest system; no sysroot takes zig's own headers away.
-  # -iframework makes the stand-in's headers the system's, as the SDK's are.
+  # -iframework makes the stand-in's headers the system's, as the SDK's are. -Os is not about size:
+  # without optimization zig adds checks of its own.
   set(CMAKE_${language}_FLAGS_INIT
-    "-target aarch64-macos.13.0 -iframework ${CMAKE_CURRENT_LIST_DIR}/Frameworks -Os")
+    "-target aarch64-macos -iframework ${CMAKE_CURRENT_LIST_DIR}/Frameworks -Os")
+  set(CMAKE_${language}_ARCHIVE_CREATE "${PARLEN_ZIG} ar rcs <TARGET> <OBJECTS>")
+  set(CMAKE_${language}_ARCHIVE_FINISH "")
 endforeach()
 set(CMAKE_C_COMPILER ${PARLEN_ZIG} cc)
-set(CMAKE_AR ${CMAKE_CURRENT_LIST_DIR}/ar)
-set(CMAKE_RANLIB ${CMAKE_CURRENT_LIST_DIR}/ranlib)
 set(CMAKE_EXE_LINKER_FLAGS_INIT
   "-F ${CMAKE_CURRENT_LIST_DIR}/Frameworks -L ${CMAKE_CURRENT_LIST_DIR}/lib")
+# The headers of the C and C++ libraries are zig's own.
 set(CMAKE_OSX_SYSROOT "")
-set(CMAKE_OSX_ARCHITECTURES "" CACHE STRING "")
-set(CMAKE_OSX_DEPLOYMENT_TARGET "" CACHE STRING "")
 
 # Tools of a Mac's that nothing here needs.
 set(CMAKE_INSTALL_NAME_TOOL true)

@@ -1,5 +1,6 @@
 """A display of its own, the tool in front of it, and a user's hands on its windows."""
 
+import dataclasses
 import json
 import os
 import queue
@@ -55,17 +56,54 @@ class Display:
     def screenshot(self, path):
         self.run("import", "-window", "root", str(path))
 
-    def windows(self, name):
-        """The ids of the windows on screen with this title."""
+    def picture(self):
+        """What is on the screen now."""
+        raw = subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], check=True,
+                             env=self.environment(), capture_output=True).stdout
+        return Picture(int(self.size.split("x")[0]), raw)
+
+    def window(self, name):
+        """The one window on screen with this title, or nothing."""
         found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{name}$"],
                                env=self.environment(), capture_output=True, text=True)
-        return found.stdout.split()
+        ids = found.stdout.split()
+        assert len(ids) <= 1, f"{len(ids)} windows are called {name}"
+        return self.geometry(ids[0]) if ids else None
 
     def geometry(self, window):
-        """x, y, width and height."""
         lines = self.run("xdotool", "getwindowgeometry", "--shell", window).splitlines()
         values = dict(line.split("=") for line in lines)
-        return tuple(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
+        return Box(*(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")))
+
+
+@dataclasses.dataclass(frozen=True)
+class Box:
+    """A place on the screen; x and y are its top-left corner."""
+
+    x: int
+    y: int
+    width: int
+    height: int
+
+
+class Picture:
+    """Pixels, three bytes each."""
+
+    def __init__(self, width, raw):
+        self.width = width
+        self.height = len(raw) // (3 * width)
+        self.raw = raw
+
+    def at(self, x, y):
+        start = 3 * (y * self.width + x)
+        return tuple(self.raw[start:start + 3])
+
+    def row(self, y, matches):
+        """The x of each pixel of this row that matches."""
+        return [x for x in range(self.width) if matches(*self.at(x, y))]
+
+    def column(self, x, matches):
+        return [y for y in range(self.height) if matches(*self.at(x, y))]
 
 
 class Tool:

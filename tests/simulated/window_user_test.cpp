@@ -165,9 +165,8 @@ TEST_F(WindowUser, ActsOnTheFrontmostWindow) {
 }
 
 TEST_F(WindowUser, ActsWhateverTheMachinesStateUntilItHasEnded) {
-  givenAWindow(
-      R"({"atMs":1,"event":"enters-error-state"},{"atMs":2,"event":"clicks-done"},)"
-      R"({"atMs":3,"event":"guest-stops"},{"atMs":4,"event":"clicks-done"})");
+  givenAWindow(R"({"atMs":1,"event":"enters-error-state"},{"atMs":2,"event":"clicks-done"},)"
+               R"({"atMs":3,"event":"guest-stops"},{"atMs":4,"event":"clicks-done"})");
   EXPECT_EQ(heardWithin(10), Story{"2 Done"});
 }
 

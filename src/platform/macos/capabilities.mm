@@ -11,11 +11,12 @@ std::int64_t Capabilities::processorCount() {
 }
 
 platform::MachineLimits Capabilities::limits() {
-  using Configuration = VZVirtualMachineConfiguration;
-  return {.minimumCPUCount = static_cast<std::int64_t>(Configuration.minimumAllowedCPUCount),
-          .maximumCPUCount = static_cast<std::int64_t>(Configuration.maximumAllowedCPUCount),
-          .minimumMemorySize = Configuration.minimumAllowedMemorySize,
-          .maximumMemorySize = Configuration.maximumAllowedMemorySize};
+  return {.minimumCPUCount =
+              static_cast<std::int64_t>(VZVirtualMachineConfiguration.minimumAllowedCPUCount),
+          .maximumCPUCount =
+              static_cast<std::int64_t>(VZVirtualMachineConfiguration.maximumAllowedCPUCount),
+          .minimumMemorySize = VZVirtualMachineConfiguration.minimumAllowedMemorySize,
+          .maximumMemorySize = VZVirtualMachineConfiguration.maximumAllowedMemorySize};
 }
 
 }  // namespace parlen::macos

@@ -28,7 +28,8 @@ class ViewOf : public Promise, public NativeView {
  public:
   explicit ViewOf(Native* view) : view_(view) {}
 
-  Native* native() const override { return view_; }
+  NSView* native() const override { return view_; }
+  Native* object() const { return view_; }
   bool acceptsFirstResponder() const override { return view_.acceptsFirstResponder; }
   std::vector<std::shared_ptr<platform::View>> subviews() const override {
     return subviewsOf(view_);

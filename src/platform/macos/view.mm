@@ -18,6 +18,6 @@ std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view) {
   return views;
 }
 
-platform::Window* MachineView::window() const { return native().window != nil ? window_ : nullptr; }
+platform::Window* MachineView::window() const { return object().window != nil ? window_ : nullptr; }
 
 }  // namespace parlen::macos

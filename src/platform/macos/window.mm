@@ -62,11 +62,11 @@ void Window::setContentView(const std::shared_ptr<platform::MachineView>& view) 
   if (content_) content_->moveTo(nullptr);
   content_ = ours(view);
   if (content_) content_->moveTo(this);
-  window_.contentView = content_ ? content_->native() : nil;
+  window_.contentView = content_ ? content_->object() : nil;
 }
 
 void Window::setInitialFirstResponder(const std::shared_ptr<platform::MachineView>& view) {
-  window_.initialFirstResponder = view ? ours(view)->native() : nil;
+  window_.initialFirstResponder = view ? ours(view)->object() : nil;
 }
 
 void Window::addTitlebarAccessory(const platform::TitlebarAccessory& accessory) {

@@ -371,6 +371,10 @@ FOUNDATION_EXPORT NSErrorUserInfoKey const NSLocalizedRecoverySuggestionErrorKey
                        userInfo:(nullable NSDictionary<NSErrorUserInfoKey, id> *)dict;
 @end
 
+@interface NSException : NSObject <NSCopying>
+@property(nullable, readonly, copy) NSString *reason;
+@end
+
 @interface NSURL : NSObject <NSCopying>
 @property(nullable, readonly, copy) NSString *absoluteString;
 @property(nullable, readonly, copy) NSString *path;

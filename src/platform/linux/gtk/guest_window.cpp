@@ -16,8 +16,6 @@ namespace {
 
 using platform::Rect;
 
-int whole(double length) { return static_cast<int>(length); }
-
 int naturalHeight(GtkWidget* widget) {
   int least = 0;
   int natural = 0;
@@ -50,6 +48,7 @@ GuestWindow::GuestWindow(std::int64_t number, const platform::WindowOptions& opt
   g_signal_connect(window_.get(), "delete-event", G_CALLBACK(closed), this);
   g_signal_connect(window_.get(), "window-state-event", G_CALLBACK(stateChanged), this);
   g_signal_connect(window_.get(), "map-event", G_CALLBACK(mapped), this);
+  g_signal_connect_after(window_.get(), "size-allocate", G_CALLBACK(allocated), this);
   g_signal_connect(window_.get(), "focus-in-event", G_CALLBACK(focused), this);
   frame_ = withTop(options.contentRect, chrome());
 }
@@ -149,25 +148,27 @@ void GuestWindow::applyFrame() {
 
 void GuestWindow::setContentAspectRatio(const platform::Size& ratio) {
   ratio_ = ratio;
-  applyRatio();
+  gtk_widget_queue_resize(window_.get());  // with the next layout
 }
 
 /// Told to the window manager past the toolkit, whose own constraint would be on the whole window:
 /// only the content keeps its proportions, all around it keeps its size. Where nobody heeds this,
 /// the view leaves room around the picture.
 void GuestWindow::applyRatio() {
-  const auto content = contentOnScreen();
   GdkWindow* surface = gtk_widget_get_window(window_.get());
-  if (ratio_.width <= 0 || ratio_.height <= 0 || !content || !GDK_IS_X11_WINDOW(surface)) return;
+  if (ratio_.width <= 0 || ratio_.height <= 0 || desktop_->lost || !view_) return;
+  if (surface == nullptr || !GDK_IS_X11_WINDOW(surface)) return;
   const int scale = gdk_window_get_scale_factor(surface);  // the hints count pixels
   XSizeHints hints{};
   long given = 0;
   Display* display = GDK_WINDOW_XDISPLAY(surface);
   XGetWMNormalHints(display, GDK_WINDOW_XID(surface), &hints, &given);
   hints.flags |= PAspect | PBaseSize;
-  hints.base_width = (gdk_window_get_width(surface) - whole(content->width)) * scale;
-  hints.base_height = (gdk_window_get_height(surface) - whole(content->height)) * scale;
-  hints.min_aspect = {.x = whole(ratio_.width), .y = whole(ratio_.height)};
+  hints.base_width = scale * (gtk_widget_get_allocated_width(window_.get()) -
+                              gtk_widget_get_allocated_width(view_->widget()));
+  hints.base_height = scale * (gtk_widget_get_allocated_height(window_.get()) -
+                               gtk_widget_get_allocated_height(view_->widget()));
+  hints.min_aspect = {.x = static_cast<int>(ratio_.width), .y = static_cast<int>(ratio_.height)};
   hints.max_aspect = hints.min_aspect;
   XSetWMNormalHints(display, GDK_WINDOW_XID(surface), &hints);
 }
@@ -224,10 +225,14 @@ gboolean GuestWindow::stateChanged(GtkWidget*, GdkEventWindowState* event, gpoin
 }
 
 /// Where no window manager hands out the keyboard, a new window has to take it.
-gboolean GuestWindow::mapped(GtkWidget* widget, GdkEvent*, gpointer self) {
+gboolean GuestWindow::mapped(GtkWidget* widget, GdkEvent*, gpointer) {
   gdk_window_focus(gtk_widget_get_window(widget), currentTime(widget));
-  static_cast<GuestWindow*>(self)->applyRatio();
   return GDK_EVENT_PROPAGATE;
+}
+
+/// The toolkit may have told the window manager its own sizes anew.
+void GuestWindow::allocated(GtkWidget*, GdkRectangle*, gpointer self) {
+  static_cast<GuestWindow*>(self)->applyRatio();
 }
 
 gboolean GuestWindow::focused(GtkWidget*, GdkEvent*, gpointer self) {

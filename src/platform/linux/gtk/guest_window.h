@@ -62,6 +62,7 @@ class GuestWindow final : public platform::Window {
   static gboolean closed(GtkWidget* widget, GdkEvent* event, gpointer self);
   static gboolean stateChanged(GtkWidget* widget, GdkEventWindowState* event, gpointer self);
   static gboolean mapped(GtkWidget* widget, GdkEvent* event, gpointer self);
+  static void allocated(GtkWidget* widget, GdkRectangle* area, gpointer self);
   static gboolean focused(GtkWidget* widget, GdkEvent* event, gpointer self);
 
   GtkWindow* window() const { return GTK_WINDOW(window_.get()); }

@@ -46,13 +46,14 @@ void drawColorBars(cairo_t* canvas) {
   }
 }
 
-/// The frame's four sides lie on the picture's last pixels: one that is missing has been cut off.
+/// The frame lies on the picture's last pixels: a side that is missing has been cut off.
 void drawLines(cairo_t* canvas) {
   constexpr double line = 8;
   cairo_set_line_width(canvas, line);
-  setColor(canvas, {1, 1, 1});
+  setColor(canvas, {1, 0.5, 0});
   cairo_rectangle(canvas, line / 2, line / 2, pictureWidth - line, pictureHeight - line);
   cairo_stroke(canvas);
+  setColor(canvas, {1, 1, 1});
   cairo_arc(canvas, pictureWidth / 2, pictureHeight / 2, pictureHeight * 0.45, 0, fullCircle);
   cairo_stroke(canvas);
 }

@@ -1,0 +1,206 @@
+"""The tool's windows on a real display, with the simulated machine's test picture in them."""
+
+import json
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import tempfile
+import unittest
+
+from desktop import Display, Tool, until
+from hands import (BAR_TITLE, BORDER, done_button, gone, press_close, press_done, press_later,
+                   shown, test_picture)
+
+PROGRAM = os.environ["PARLEN_PROGRAM"]
+LONG = "a text that is far too long for any window " * 40
+
+
+class WindowTest(unittest.TestCase):
+    size = "1024x768"
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.display = Display(self.size)
+        self.display.__enter__()
+        self.addCleanup(self.display.stop)
+        self.environment = self.display.environment() | {
+            "PARLEN_HOST": "simulated", "PARLEN_WINDOWS": "native"}
+        image = self.folder / "image"
+        image.write_text('{"simulatedRestoreImage":1,"hardwareModel":"sim-1"}')
+        self.bundle = self.folder / "vm1"
+        subprocess.run([PROGRAM, "create", "--ipsw", image, "--bundle", self.bundle,
+                        "--disk-gb", "1"], env=self.environment, check=True, capture_output=True)
+
+    def run_tool(self, *options, program=PROGRAM, environment=None):
+        tool = Tool(program, "run", "--bundle", self.bundle, *options,
+                    environment=environment or self.environment)
+        self.addCleanup(tool.__exit__)
+        return tool
+
+    def running(self, *options, **more):
+        tool = self.run_tool(*options, **more)
+        tool.wait_for(state="running")
+        return tool
+
+    def expect_action(self, tool, action):
+        self.assertEqual({"type": "window-action", "action": action}, tool.next_event())
+
+    def stop(self, tool):
+        tool.process.send_signal(signal.SIGTERM)
+        self.assertEqual(0, tool.end(), tool.story())
+
+    def expected_content(self, chrome):
+        width, height = self.size.split("x")
+        line = subprocess.run([PROGRAM, "window-size-check", "--visible", f"0,0,{width},{height}",
+                               "--chrome", str(chrome)], check=True, capture_output=True).stdout
+        return json.loads(line)["content"]
+
+    def expect_placed(self, window):
+        """The content is where the placement puts it, and the picture fills it undistorted."""
+        picture = test_picture(self.display, window)
+        bottom = window.y + window.height - BORDER
+        chrome = picture.y - window.y - BORDER
+        content = self.expected_content(chrome)
+        self.assertEqual((content["x"], content["width"], content["height"]),
+                         (picture.x, picture.width, picture.height))
+        self.assertEqual(int(self.size.split("x")[1]) - content["y"], bottom)
+        self.assertAlmostEqual(1920 / 1200, picture.width / picture.height, places=2)
+
+    def test_buttons_tell_the_parent_and_leave_the_window(self):
+        tool = self.running()
+        tool.send(type="window", show=True, title="Sign in", detail="Then press Done")
+        window = shown(self.display)
+        self.expect_placed(window)
+
+        press_later(self.display, window)
+        self.expect_action(tool, "later")
+        press_done(self.display, window)
+        self.expect_action(tool, "done")
+        press_done(self.display, window)
+        self.expect_action(tool, "done")
+
+        self.assertEqual(window, self.display.window(BAR_TITLE))
+        self.stop(tool)
+
+    def test_close_button_hides_and_the_window_comes_back(self):
+        tool = self.running()
+        tool.send(type="window", show=True, title="First")
+        window = shown(self.display)
+        press_close(self.display, window)
+        self.expect_action(tool, "later")
+        gone(self.display)
+
+        tool.send(type="window", show=True, title="Second")
+        self.assertEqual(window, shown(self.display))
+        self.expect_placed(window)
+        tool.send(type="window", show=False)
+        gone(self.display)
+        tool.send(type="window", show=True, title="Third")
+        self.assertEqual(window, shown(self.display))
+        self.stop(tool)
+
+    def test_long_texts_are_cut_off_without_moving_anything(self):
+        tool = self.running()
+        tool.send(type="window", show=True, title="Short", detail="Short")
+        window = shown(self.display)
+        before = done_button(self.display, window)
+
+        tool.send(type="window", show=True, title=LONG, detail=LONG + "\n\0" + LONG)
+        tool.send(type="window", show=True, title="\u2603 " + LONG * 100, detail=LONG)
+        test_picture(self.display, window)
+
+        self.assertEqual(before, done_button(self.display, window))
+        self.assertEqual(window, self.display.window(BAR_TITLE))
+        self.stop(tool)
+
+    def test_no_key_presses_a_button(self):
+        tool = self.running()
+        tool.send(type="window", show=True, title="Keys")
+        window = shown(self.display)
+        test_picture(self.display, window)
+        before = self.display.picture().raw
+        for key in ("Tab", "Return", "space", "KP_Enter", "Escape", "alt+d", "alt+l"):
+            self.display.key(key)
+        until(lambda: self.display.picture().raw != before, "the picture naming a key")
+
+        press_done(self.display, window)  # had a key pressed one, that event would come first
+        self.expect_action(tool, "done")
+        self.stop(tool)
+
+    def test_gui_run_shows_a_plain_window_that_takes_the_parents_keys(self):
+        tool = self.running("--gui")
+        title = "Parlen VM — vm1"
+        window = shown(self.display, title)
+        self.expect_placed(window)
+        before = self.display.picture().raw
+
+        tool.send(type="text", text="a")
+        tool.wait_for(type="input-done")
+        until(lambda: self.display.picture().raw != before, "the picture naming a key")
+        press_close(self.display, window)
+        gone(self.display, title)
+        tool.send(type="key", key="return")
+        tool.wait_for(type="input-done")
+
+        self.assertTrue(all("firstResponder=" in line for line in tool.errors), tool.story())
+        self.stop(tool)
+
+    def test_without_a_display_a_gui_run_fails_to_start(self):
+        environment = {name: value for name, value in self.environment.items() if name != "DISPLAY"}
+        tool = self.run_tool("--gui", environment=environment)
+        self.assertEqual(1, tool.end())
+        what = "there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set"
+        self.assertEqual([{"type": "ready", "proto": 1},
+                          {"type": "error", "code": "boot-failed", "message": what}],
+                         tool.events[:2])
+
+    def test_display_that_does_not_answer_is_named(self):
+        tool = self.run_tool("--gui", environment=self.environment | {"DISPLAY": ":4242"})
+        self.assertEqual(1, tool.end())
+        self.assertEqual("cannot open the display ':4242'", tool.events[1]["message"])
+
+    def test_without_the_module_a_window_command_is_a_warning(self):
+        program = self.folder / "parlen-mac-vm"
+        shutil.copy(PROGRAM, program)
+        tool = self.running(program=program)
+        tool.send(type="window", show=True)
+        line = until(lambda: tool.errors, "the warning")[0]
+        self.assertTrue(line.startswith("parlen-mac-vm: cannot show the guest: the window module is "
+                                        f"missing: it is neither at {program}-gtk.so nor at "), line)
+        self.stop(tool)
+        self.assertEqual(1, len(tool.errors))
+
+    def test_libraries_that_print_do_not_reach_the_events(self):
+        loud = self.environment | {"G_MESSAGES_DEBUG": "all", "GTK_DEBUG": "misc,plugsocket",
+                                   "GDK_DEBUG": "misc,events"}
+        tool = self.running(environment=loud)
+        tool.send(type="window", show=True, title="Loud")
+        window = shown(self.display)
+        press_done(self.display, window)
+        self.expect_action(tool, "done")
+        self.stop(tool)
+
+    def test_run_outlives_its_display(self):
+        tool = self.running()
+        tool.send(type="window", show=True, title="Still here")
+        shown(self.display)
+        self.display.stop()
+        until(lambda: any("the display is gone" in line for line in tool.errors), "the warning")
+        tool.send(type="window", show=False)
+        tool.send(type="window", show=True)
+        until(lambda: sum("the display is gone" in line for line in tool.errors) == 2, "a second")
+        tool.send(type="pause")
+        tool.wait_for(type="guest-power", state="paused")
+        self.stop(tool)
+
+
+class LargeScreenTest(WindowTest):
+    size = "2560x1440"
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
