@@ -1,5 +1,6 @@
 """A display of its own, the tool in front of it, and a user's hands on its windows."""
 
+import contextlib
 import dataclasses
 import json
 import os
@@ -40,7 +41,8 @@ class Display:
     def environment(self):
         kept = {name: value for name, value in os.environ.items() if name != "WAYLAND_DISPLAY"}
         # No session bus: nothing of this machine's desktop has a say.
-        return kept | {"DISPLAY": self.name, "NO_AT_BRIDGE": "1", "GSETTINGS_BACKEND": "memory"}
+        return kept | {"DISPLAY": self.name, "NO_AT_BRIDGE": "1", "GSETTINGS_BACKEND": "memory",
+                       "LC_ALL": "C.UTF-8"}
 
     def run(self, *command):
         return subprocess.run(command, env=self.environment(), check=True,
@@ -63,7 +65,7 @@ class Display:
         return Picture(int(self.size.split("x")[0]), raw)
 
     def window(self, name):
-        """The one window on screen with this title, or nothing."""
+        """The one window on screen whose title matches, or nothing."""
         found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{name}$"],
                                env=self.environment(), capture_output=True, text=True)
         ids = found.stdout.split()
@@ -125,9 +127,17 @@ class Tool:
         return self
 
     def __exit__(self, *_):
+        self.close()
+
+    def close(self):
         if self.process.poll() is None:
             self.process.kill()
         self.process.wait()
+        for reader in self.readers:
+            reader.join()
+        for pipe in (self.process.stdin, self.process.stdout, self.process.stderr):
+            with contextlib.suppress(BrokenPipeError):
+                pipe.close()
 
     def _read_events(self):
         for line in self.process.stdout:

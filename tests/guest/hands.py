@@ -41,26 +41,33 @@ def test_picture(display, window):
 
 
 def done_button(display, window):
-    """The button in the accent colour: its left and right edge and its middle's y."""
+    """The place of the button in the accent colour, once it stays as it is: the toolkit fades from
+    one look to the next."""
     def find():
         picture = display.picture()
-        for y in range(window.y + 60, window.y + 100, 4):
-            xs = [x for x in picture.row(y, _is_accent) if x > window.x + window.width // 2]
-            if len(xs) > 30:
-                return xs[0], xs[-1], y + 8
-        return None
+        places = [(x, y) for y in range(window.y + 55, window.y + 110)
+                  for x in range(window.x + window.width * 3 // 4, window.x + window.width)
+                  if _is_accent(*picture.at(x, y))]
+        if len(places) < 500:
+            return None
+        xs, ys = zip(*places)
+        return Box(min(xs), min(ys), max(xs) - min(xs) + 1, max(ys) - min(ys) + 1)
 
-    return until(find, "the button in the accent colour")
+    def settled():
+        place = find()
+        return place if place and place == find() else None
+
+    return until(settled, "the button in the accent colour")
 
 
 def press_done(display, window):
-    left, right, y = done_button(display, window)
-    display.mouse((left + right) // 2, y)
+    button = done_button(display, window)
+    display.mouse(button.x + button.width // 2, button.y + button.height // 2)
 
 
 def press_later(display, window):
-    left, _, y = done_button(display, window)
-    display.mouse(left - 40, y)
+    button = done_button(display, window)
+    display.mouse(button.x - 40, button.y + button.height // 2)
 
 
 def press_close(display, window):

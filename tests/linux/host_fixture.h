@@ -44,7 +44,6 @@ class HostTest : public testing::Test {
   QemuHost host_{system_->posixLoop(),
                  [this](std::string_view text) { warnings_.emplace_back(text); }, [] {}};
 };
-};
 
 /// The children of a process, this one's by default.
 std::vector<int> childrenOf(int pid);

@@ -280,12 +280,12 @@ TEST(PosixStreams, DeliversNothingOnceItIsGone) {
   PollLoop loop;
   std::optional<PosixStreams> streams;
   streams.emplace(posix::StreamDescriptors{pipe.reading.get(), -1, -1}, loop);
-  streams->readInput([](std::string_view) { FAIL(); });
-  // The reader is through when the pipe has no reader's data left and its end was seen.
+  // In the queue before anything that the reader may put there.
   loop.post([&] {
     streams.reset();
     loop.post([&] { loop.post(&leaveLoop); });
   });
+  streams->readInput([](std::string_view) { FAIL(); });
 
   serve(loop);
 }

@@ -148,5 +148,15 @@ TEST(HeadlessRun, ArmsTheWindowWithItsMachineAndHasNoDriver) {
   EXPECT_EQ(inputDriver, nullptr);
 }
 
+TEST(StartUp, ForgetsWhatTheRunBeforeHasShown) {
+  Tool tool;
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), stillRunning());
+  EXPECT_NE(inputDriver, nullptr);
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.path("vm1")}), stillRunning());
+  EXPECT_EQ(inputDriver, nullptr);
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.path("vm1"), "--gui"}), stillRunning());
+  EXPECT_EQ(guestWindow->virtualMachine, nullptr);
+}
+
 }  // namespace
 }  // namespace parlen::test

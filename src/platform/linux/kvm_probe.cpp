@@ -49,6 +49,9 @@ class Mapping {
 };
 
 bool giveMemory(const Descriptor& machine, const Mapping& memory) {
+  // Older Intel processors need three pages for themselves, at a place that nothing else uses.
+  constexpr unsigned long taskStatePages = 0xfffbd000;
+  if (::ioctl(machine.get(), KVM_SET_TSS_ADDR, taskStatePages) != 0) return false;
   const kvm_userspace_memory_region region{
       .slot = 0,
       .flags = 0,
