@@ -64,4 +64,5 @@ def rows(bench):
         quarter, _ = in_turns(bench, bundle, line[: 16 * MIB], piece)
         ours, cat = in_turns(bench, bundle, line[: 64 * MIB], piece)
         yield Row(f"64 MiB without a line feed, {name} / cat", ours * 1e3, "ms", cat * 1e3)
-        yield Row(f"64 MiB / 4 times 16 MiB, {name}", ours * 1e3, "ms", 4e3 * quarter, 1.25)
+        # Linear up to what fresh memory costs; a second look at each byte would make this a 4.
+        yield Row(f"64 MiB / 4 times 16 MiB, {name}", ours * 1e3, "ms", 4e3 * quarter, 1.5)

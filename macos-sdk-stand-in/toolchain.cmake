@@ -25,3 +25,7 @@ set(CMAKE_OSX_SYSROOT "")
 # Tools of a Mac's that nothing here needs.
 set(CMAKE_INSTALL_NAME_TOOL true)
 set(PARLEN_CODESIGN true CACHE STRING "")
+
+# GoogleTest is compiled from its sources, and nothing that is built here can run here.
+set(GTest_DIR ${CMAKE_CURRENT_LIST_DIR}/googletest)
+set(CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE PRE_TEST)

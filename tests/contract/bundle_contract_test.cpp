@@ -11,8 +11,7 @@ using BundleContract = Contract;
 INSTANTIATE_TEST_SUITE_P(Hosts, BundleContract, testing::ValuesIn(allHosts()), nameOf);
 
 TEST_P(BundleContract, ReadsAHardwareModelBackFromItsBytes) {
-  const auto model =
-      load(smallRestoreImage()).value()->mostFeaturefulSupportedConfiguration()->hardwareModel;
+  const auto model = hardwareModel();
   EXPECT_TRUE(model->isSupported());
 
   const auto again = host().identities().hardwareModel(model->dataRepresentation());
@@ -48,8 +47,7 @@ TEST_P(BundleContract, DrawsLocallyAdministeredUnicastAddresses) {
 }
 
 TEST_P(BundleContract, DoesNotOverwriteWhatIsInTheWayOfAuxiliaryStorage) {
-  const auto model =
-      load(smallRestoreImage()).value()->mostFeaturefulSupportedConfiguration()->hardwareModel;
+  const auto model = hardwareModel();
   ASSERT_TRUE(files().write(path("aux"), "precious"));
 
   const auto created = host().machines().createAuxiliaryStorage(path("aux"), *model);

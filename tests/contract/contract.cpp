@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "support/run_until.h"
-
 namespace parlen::test {
 namespace {
 
@@ -18,7 +16,7 @@ void Contract::SetUp() {
 }
 
 void Contract::runUntil(const std::function<bool()>& condition, const char* what) {
-  ASSERT_TRUE(test::runUntil(loop(), condition)) << "waited too long: " << what;
+  ASSERT_TRUE(underTest().runUntil(condition)) << "waited too long: " << what;
 }
 
 void Contract::runAWhile() {
@@ -40,19 +38,17 @@ Contract::Loaded Contract::load(const std::string& image) {
   return std::move(result).value();
 }
 
-Guest Contract::emptyGuest(const std::string& name, std::uint64_t diskLength) {
-  Guest guest{
-      .disk = path(name + ".disk"), .auxiliaryStorage = path(name + ".aux"), .configuration = {}};
+std::shared_ptr<const platform::HardwareModel> Contract::hardwareModel() {
+  if (const auto bundle = underTest().preparedBundle()) {
+    return host().identities().hardwareModel(files().read(*bundle + "/HardwareModel").value());
+  }
   const auto image = load(smallRestoreImage());
-  const auto model = image.value()->mostFeaturefulSupportedConfiguration().value().hardwareModel;
-  files().createEmptyFile(guest.disk);
-  EXPECT_TRUE(files().setLength(guest.disk, diskLength));
+  return image.value()->mostFeaturefulSupportedConfiguration().value().hardwareModel;
+}
 
+/// All of the guest's configuration but what tells it from others.
+void Contract::describe(Guest& guest) {
   auto& configuration = guest.configuration;
-  configuration.hardwareModel = model;
-  configuration.machineIdentifier = host().identities().newMachineIdentifier();
-  configuration.auxiliaryStorage =
-      host().machines().createAuxiliaryStorage(guest.auxiliaryStorage, *model).value();
   configuration.bootLoader = platform::BootLoader::macOS;
   configuration.cpuCount = host().capabilities().limits().minimumCPUCount;
   configuration.memorySize = std::max<std::uint64_t>(
@@ -65,6 +61,35 @@ Guest Contract::emptyGuest(const std::string& name, std::uint64_t diskLength) {
   configuration.entropyDevices = {platform::EntropyDevice::virtio};
   configuration.keyboards = {platform::Keyboard::usb};
   configuration.pointingDevices = {platform::PointingDevice::usbScreenCoordinate};
+}
+
+Guest Contract::emptyGuest(const std::string& name, std::uint64_t diskLength) {
+  Guest guest{
+      .disk = path(name + ".disk"), .auxiliaryStorage = path(name + ".aux"), .configuration = {}};
+  const auto model = hardwareModel();
+  files().createEmptyFile(guest.disk);
+  EXPECT_TRUE(files().setLength(guest.disk, diskLength));
+
+  guest.configuration.hardwareModel = model;
+  guest.configuration.machineIdentifier = host().identities().newMachineIdentifier();
+  guest.configuration.auxiliaryStorage =
+      host().machines().createAuxiliaryStorage(guest.auxiliaryStorage, *model).value();
+  describe(guest);
+  return guest;
+}
+
+Guest Contract::copyOf(const std::string& bundle, const std::string& name) {
+  const std::string copy = path(name);
+  EXPECT_TRUE(files().copyDirectory(bundle, copy));
+  Guest guest{.disk = copy + "/Disk.img",
+              .auxiliaryStorage = copy + "/AuxiliaryStorage",
+              .configuration = {}};
+  guest.configuration.hardwareModel = hardwareModel();
+  guest.configuration.machineIdentifier =
+      host().identities().machineIdentifier(files().read(copy + "/MachineIdentifier").value());
+  guest.configuration.auxiliaryStorage =
+      host().machines().openAuxiliaryStorage(guest.auxiliaryStorage);
+  describe(guest);
   return guest;
 }
 
@@ -79,6 +104,7 @@ Result<> Contract::install(const Guest& guest, const std::string& image) {
 }
 
 Guest Contract::installedGuest(const std::string& name) {
+  if (const auto bundle = underTest().preparedBundle()) return copyOf(*bundle, name);
   Guest guest = emptyGuest(name, smallDisk);
   EXPECT_TRUE(install(guest, path("small-image")));
   return guest;

@@ -42,10 +42,12 @@ class Contract : public testing::TestWithParam<HostMaker> {
 
   using Loaded = platform::Result<std::shared_ptr<const platform::RestoreImage>>;
   Loaded load(const std::string& image);
+  /// A model that this host can run.
+  std::shared_ptr<const platform::HardwareModel> hardwareModel();
   /// The files of a guest that has no system yet, with a disk of this length.
   Guest emptyGuest(const std::string& name, std::uint64_t diskLength);
   platform::Result<> install(const Guest& guest, const std::string& image);
-  /// A guest with the small image installed.
+  /// A guest with the small image installed, or the prepared one.
   Guest installedGuest(const std::string& name);
 
   std::unique_ptr<platform::VirtualMachine> machineOf(const Guest& guest, MachineStory& story);
@@ -55,6 +57,9 @@ class Contract : public testing::TestWithParam<HostMaker> {
   static constexpr std::uint64_t smallDisk = 4UL * 1024UL * 1024UL;
 
  private:
+  Guest copyOf(const std::string& bundle, const std::string& name);
+  void describe(Guest& guest);
+
   TemporaryDirectory directory_;
   std::unique_ptr<HostUnderTest> host_;
 };

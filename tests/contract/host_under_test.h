@@ -10,6 +10,7 @@
 
 #include "platform/host.h"
 #include "platform/platform.h"
+#include "support/run_until.h"
 
 namespace parlen::test {
 
@@ -28,6 +29,13 @@ class HostUnderTest {
   /// The path of a restore image whose guest shuts down when it is asked to; nothing if this
   /// machine has none. Made in `directory` if it must be made.
   virtual std::optional<std::string> obedientRestoreImage(const std::string& directory) = 0;
+  /// A bundle with an installed guest. Where there is one, installing takes too long for a test,
+  /// and copies of it serve instead.
+  virtual std::optional<std::string> preparedBundle() { return std::nullopt; }
+  /// Serves the main queue until `condition` holds; false if that takes longer than two minutes.
+  virtual bool runUntil(const std::function<bool()>& condition) {
+    return test::runUntil(system().loop(), condition);
+  }
   /// Whether the host keeps two machines from using one disk.
   virtual bool keepsMachinesApart() const = 0;
 };

@@ -1,6 +1,6 @@
 #include "contract/host_under_test.h"
-#include "platform/posix/system.h"
 #include "platform/simulated/host.h"
+#include "support/real_system.h"
 
 namespace parlen::test {
 namespace {
@@ -23,7 +23,7 @@ class SimulatedHost final : public HostUnderTest {
   bool keepsMachinesApart() const override { return false; }
 
  private:
-  std::unique_ptr<posix::PosixSystem> system_ = posix::makePosixSystem();
+  std::unique_ptr<platform::System> system_ = makeRealSystem();
   std::unique_ptr<platform::Host> host_ = simulated::makeHost(*system_, {}).value();
 };
 

@@ -41,8 +41,7 @@ class Display:
     def environment(self):
         kept = {name: value for name, value in os.environ.items() if name != "WAYLAND_DISPLAY"}
         # No session bus: nothing of this machine's desktop has a say.
-        return kept | {"DISPLAY": self.name, "NO_AT_BRIDGE": "1", "GSETTINGS_BACKEND": "memory",
-                       "LC_ALL": "C.UTF-8"}
+        return kept | {"DISPLAY": self.name, "NO_AT_BRIDGE": "1", "GSETTINGS_BACKEND": "memory"}
 
     def run(self, *command):
         return subprocess.run(command, env=self.environment(), check=True,
@@ -64,13 +63,18 @@ class Display:
                              env=self.environment(), capture_output=True).stdout
         return Picture(int(self.size.split("x")[0]), raw)
 
-    def window(self, name):
-        """The one window on screen whose title matches, or nothing."""
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{name}$"],
+    def window(self, title):
+        """Where the tool's one window with this title is, or nothing if there is none on screen."""
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "parlen-mac-vm"],
                                env=self.environment(), capture_output=True, text=True)
-        ids = found.stdout.split()
-        assert len(ids) <= 1, f"{len(ids)} windows are called {name}"
+        ids = [window for window in found.stdout.split() if self.title(window) == title]
+        assert len(ids) <= 1, f"{len(ids)} windows are called {title}"
         return self.geometry(ids[0]) if ids else None
+
+    def title(self, window):
+        name = subprocess.run(["xdotool", "getwindowname", window], env=self.environment(),
+                              capture_output=True)
+        return name.stdout.decode(errors="replace").rstrip("\n")
 
     def geometry(self, window):
         lines = self.run("xdotool", "getwindowgeometry", "--shell", window).splitlines()

@@ -212,6 +212,28 @@ TEST(Create, AbortsForADiskThatNoNumberOfBytesDescribes) {
   }
 }
 
+TEST(Create, AbortsForProgressThatIsNoNumberOfPercents) {
+  for (const char* progress : {"[1e308]", "[0,-1e308]", "[1e20]"}) {
+    Creation given(R"({"install":{"progress":)" + std::string(progress) + "}}");
+    EXPECT_EQ(given.create(), trapped()) << progress;
+    EXPECT_FALSE(given.tool.events().back().contains("error"));
+  }
+}
+
+TEST(Create, DoesNotClampItsProgress) {
+  Creation given(R"({"install":{"progress":[-0.5,1.5]}})");
+  EXPECT_EQ(given.create(), endedWith(0));
+  EXPECT_EQ(given.tool.events(), (Lines{ready, progress("-0.5000"), starting, progress("1.5000"),
+                                        created(given.bundle)}));
+}
+
+TEST(Create, ReportsNothingButTheBeginningOfAnInstallationWithoutProgress) {
+  Creation given(R"({"install":{"progress":[]}})");
+  EXPECT_EQ(given.create(), endedWith(0));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, progress("0.0000"), starting, created(given.bundle)}));
+}
+
 TEST(Create, FailsButDoesNotAbortForADiskThatTheFileSystemCannotHold) {
   Creation given;
   EXPECT_EQ(given.create({"--disk-gb", "17179869183"}), endedWith(1));

@@ -197,7 +197,7 @@ TEST_F(ScriptedMachineTest, FailsToStartWithWhatQemuSaidLast) {
 
   runUntilHappened(1);
 
-  EXPECT_THAT(story.happened, ElementsAre("start failed"));
+  EXPECT_THAT(story.happened, ElementsAre("started failed"));
   EXPECT_EQ(story.lastError, "QEMU cannot start: no such device");
 }
 

@@ -98,7 +98,7 @@ TEST_F(Installer, FailsAsTheScenarioSaysAfterTheLastFraction) {
 }
 
 TEST_F(Installer, RefusesADiskThatIsTooShort) {
-  for (const std::uint64_t length : {std::uint64_t{0}, guestMark.size() - 1}) {
+  for (const std::uint64_t length : {std::size_t{0}, guestMark.size() - 1}) {
     given("{}", length);
     story_.clear();
     observe();

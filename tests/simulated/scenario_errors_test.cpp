@@ -116,15 +116,6 @@ TEST(ScenarioErrors, NamesTheElementOfAList) {
             "window.views.subviews[0] must be an object");
 }
 
-TEST(ScenarioErrors, RefusesFractionsThatAreNone) {
-  EXPECT_EQ(problem(R"({"install":{"progress":[]}})"),
-            "install.progress must hold the fraction before the installation");
-  EXPECT_EQ(problem(R"({"install":{"progress":[0,25]}})"),
-            "install.progress[1] must be a number from 0 to 1");
-  EXPECT_EQ(problem(R"({"install":{"progress":[-0.1]}})"),
-            "install.progress[0] must be a number from 0 to 1");
-}
-
 TEST(ScenarioErrors, RefusesTheMembersOfAnErrorAndAViewOfTheWrongType) {
   EXPECT_EQ(problem(R"({"install":{"error":{"domain":1}}})"),
             "install.error.domain must be a string");

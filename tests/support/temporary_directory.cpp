@@ -1,5 +1,7 @@
 #include "support/temporary_directory.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>

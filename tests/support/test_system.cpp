@@ -1,8 +1,10 @@
 #include "support/test_system.h"
 
+#include "support/real_system.h"
+
 namespace parlen::test {
 
-TestSystem::TestSystem() : posix_(posix::makePosixSystem()), process_(loop_, posix_->process()) {}
+TestSystem::TestSystem() : real_(makeRealSystem()), process_(loop_, real_->process()) {}
 
 TestSystem::~TestSystem() = default;
 

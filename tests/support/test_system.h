@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "platform/platform.h"
-#include "platform/posix/system.h"
 #include "support/captured_streams.h"
 #include "support/test_process.h"
 #include "support/virtual_loop.h"
@@ -17,16 +16,16 @@ class TestSystem : public platform::System {
   TestSystem();
   ~TestSystem() override;
 
-  platform::Files& files() override { return posix_->files(); }
+  platform::Files& files() override { return real_->files(); }
   CapturedStreams& streams() override { return streams_; }
   VirtualLoop& loop() override { return loop_; }
   TestProcess& process() override { return process_; }
   std::unique_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return posix_->makeSerialQueue(label);
+    return real_->makeSerialQueue(label);
   }
 
  private:
-  std::unique_ptr<posix::PosixSystem> posix_;
+  std::unique_ptr<platform::System> real_;
   VirtualLoop loop_;
   CapturedStreams streams_{loop_};
   TestProcess process_;

@@ -16,12 +16,31 @@ static_assert(static_cast<std::int64_t>(MachineState::stopped) == VZVirtualMachi
 static_assert(static_cast<std::int64_t>(MachineState::error) == VZVirtualMachineStateError);
 static_assert(static_cast<std::int64_t>(MachineState::stopping) == VZVirtualMachineStateStopping);
 
+namespace {
+
+enum class Reports { anything, theEndOnFailure, theEndOnSuccess };
+
+/// What a completion that comes after the machine's own end has to say is said no more.
+CompletionHandler whileAlive(const std::shared_ptr<MachineLife>& life, Reports reports,
+                             CompletionHandler handler) {
+  const std::weak_ptr<MachineLife> weakLife = life;
+  return ^(NSError* error) {
+    const auto alive = weakLife.lock();
+    if (!alive) return;
+    const bool ends =
+        reports == (error == nil ? Reports::theEndOnSuccess : Reports::theEndOnFailure);
+    if (!ends || alive->claimEnd()) handler(error);
+  };
+}
+
+}  // namespace
+
 // All calls and all callbacks of a machine without a queue of its own are on the main queue.
 
 Machine::Machine(VZVirtualMachine* machine, platform::WarningSink warn)
     : machine_(machine),
       warn_(std::move(warn)),
-      delegate_([[ParlenMachineDelegate alloc] initWithEnd:end_ warn:warn_]) {
+      delegate_([[ParlenMachineDelegate alloc] initWithLife:life_ warn:warn_]) {
   machine_.delegate = delegate_;
 }
 
@@ -34,11 +53,8 @@ void Machine::setDelegate(platform::VirtualMachineDelegate* delegate) {
 std::int64_t Machine::state() const { return machine_.state; }
 
 void Machine::start(Completion done) {
-  const CompletionHandler handler = toHandler(std::move(done), warn_);
-  const std::shared_ptr<FirstEnd> end = end_;
-  [machine_ startWithCompletionHandler:^(NSError* error) {
-    if (error == nil || end->claim()) handler(error);
-  }];
+  [machine_ startWithCompletionHandler:whileAlive(life_, Reports::theEndOnFailure,
+                                                  toHandler(std::move(done), warn_))];
 }
 
 bool Machine::canRequestStop() const { return machine_.canRequestStop; }
@@ -51,23 +67,22 @@ platform::Result<> Machine::requestStop() {
 }
 
 void Machine::stop(Completion done) {
-  const CompletionHandler handler = toHandler(std::move(done), warn_);
-  const std::shared_ptr<FirstEnd> end = end_;
-  [machine_ stopWithCompletionHandler:^(NSError* error) {
-    if (error != nil || end->claim()) handler(error);
-  }];
+  [machine_ stopWithCompletionHandler:whileAlive(life_, Reports::theEndOnSuccess,
+                                                 toHandler(std::move(done), warn_))];
 }
 
 bool Machine::canPause() const { return machine_.canPause; }
 
 void Machine::pause(Completion done) {
-  [machine_ pauseWithCompletionHandler:toHandler(std::move(done), warn_)];
+  [machine_ pauseWithCompletionHandler:whileAlive(life_, Reports::anything,
+                                                  toHandler(std::move(done), warn_))];
 }
 
 bool Machine::canResume() const { return machine_.canResume; }
 
 void Machine::resume(Completion done) {
-  [machine_ resumeWithCompletionHandler:toHandler(std::move(done), warn_)];
+  [machine_ resumeWithCompletionHandler:whileAlive(life_, Reports::anything,
+                                                   toHandler(std::move(done), warn_))];
 }
 
 }  // namespace parlen::macos

@@ -9,25 +9,25 @@ using parlen::macos::callBack;
 using parlen::macos::failure;
 
 @implementation ParlenMachineDelegate {
-  std::shared_ptr<parlen::macos::FirstEnd> _end;
+  std::shared_ptr<parlen::macos::MachineLife> _life;
   parlen::platform::WarningSink _warn;
 }
 
-- (instancetype)initWithEnd:(std::shared_ptr<parlen::macos::FirstEnd>)end
-                       warn:(parlen::platform::WarningSink)warn {
+- (instancetype)initWithLife:(std::shared_ptr<parlen::macos::MachineLife>)life
+                        warn:(parlen::platform::WarningSink)warn {
   self = [super init];
-  _end = std::move(end);
+  _life = std::move(life);
   _warn = std::move(warn);
   return self;
 }
 
 - (void)guestDidStopVirtualMachine:(VZVirtualMachine*)virtualMachine {
-  if (self.receiver == nullptr || !_end->claim()) return;
+  if (self.receiver == nullptr || !_life->claimEnd()) return;
   callBack([self] { self.receiver->guestDidStop(); });
 }
 
 - (void)virtualMachine:(VZVirtualMachine*)virtualMachine didStopWithError:(NSError*)error {
-  if (self.receiver == nullptr || !_end->claim()) return;
+  if (self.receiver == nullptr || !_life->claimEnd()) return;
   callBack([self, error] { self.receiver->didStopWithError(failure(error, self->_warn).error()); });
 }
 

@@ -3,6 +3,7 @@
 #import <Virtualization/Virtualization.h>
 
 #include <memory>
+#include <utility>
 
 #include "platform/virtual_machine.h"
 
@@ -10,16 +11,19 @@
 
 namespace parlen::macos {
 
-/// Lets the first of a machine's possible ends through, and none after it. Whether the framework
-/// also calls its delegate once a hard stop has completed is written nowhere.
-class FirstEnd {
+/// One machine's life, as far as its callbacks need it: they hold it weakly, and find it gone once
+/// the machine has been destroyed.
+class MachineLife {
  public:
-  bool claim() { return !std::exchange(claimed_, true); }
+  /// Whether an end of the machine is the first, the only one to be reported. Whether the framework
+  /// also calls its delegate once a hard stop has completed is written nowhere.
+  bool claimEnd() { return !std::exchange(ended_, true); }
 
  private:
-  bool claimed_ = false;
+  bool ended_ = false;
 };
 
+/// A machine that is destroyed ends its guest at once and calls nobody any more.
 class Machine final : public platform::VirtualMachine {
  public:
   Machine(VZVirtualMachine* machine, platform::WarningSink warn);
@@ -43,7 +47,7 @@ class Machine final : public platform::VirtualMachine {
  private:
   VZVirtualMachine* machine_;
   platform::WarningSink warn_;
-  std::shared_ptr<FirstEnd> end_ = std::make_shared<FirstEnd>();
+  std::shared_ptr<MachineLife> life_ = std::make_shared<MachineLife>();
   ParlenMachineDelegate* delegate_;  // the machine's reference to it is weak
 };
 

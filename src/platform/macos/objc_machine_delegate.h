@@ -9,8 +9,8 @@
 
 /// Forwards what the framework tells to the program's own delegate.
 @interface ParlenMachineDelegate : NSObject <VZVirtualMachineDelegate>
-- (instancetype)initWithEnd:(std::shared_ptr<parlen::macos::FirstEnd>)end
-                       warn:(parlen::platform::WarningSink)warn;
+- (instancetype)initWithLife:(std::shared_ptr<parlen::macos::MachineLife>)life
+                        warn:(parlen::platform::WarningSink)warn;
 /// Null: nobody hears.
 @property parlen::platform::VirtualMachineDelegate* receiver;
 @end

@@ -17,11 +17,16 @@ class Installer::Observation : public platform::ProgressObservation {
   std::shared_ptr<std::function<void()>> changed_;
 };
 
+/// The first of the fractions is the value before the installation.
+static double initialFraction(const std::vector<double>& progress) {
+  return progress.empty() ? 0 : progress.front();
+}
+
 Installer::Installer(std::shared_ptr<World> world, Machine& machine, std::string restoreImagePath)
     : world_(std::move(world)),
       machine_(machine),
       restoreImagePath_(std::move(restoreImagePath)),
-      fraction_(world_->scenario.install.progress.front()),
+      fraction_(initialFraction(world_->scenario.install.progress)),
       timers_(world_->system.loop()) {}
 
 std::unique_ptr<platform::ProgressObservation> Installer::observeProgress(
@@ -43,7 +48,7 @@ void Installer::install(platform::Completion done) {
 
 void Installer::advance(std::size_t next, platform::Completion done) {
   timers_.after(world_->scenario.install.stepMs, [this, next, done = std::move(done)] {
-    if (next == world_->scenario.install.progress.size()) return done(finish());
+    if (next >= world_->scenario.install.progress.size()) return done(finish());
     advance(next + 1, done);
     report(world_->scenario.install.progress[next]);
   });

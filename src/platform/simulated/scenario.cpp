@@ -34,20 +34,9 @@ static Checked read(const Field& field, RestoreImageScenario& target) {
   return readMembers<RestoreImageScenario>(field, table, target);
 }
 
-static Checked readFractions(const Field& field, std::vector<double>& target) {
-  Checked checked = read(field, target);
-  if (!checked) return checked;
-  if (target.empty()) return refuse(field, "must hold the fraction before the installation");
-  for (std::size_t i = 0; i < target.size(); ++i) {
-    if (target[i] >= 0 && target[i] <= 1) continue;
-    return refuse(field.element(i, field.value), "must be a number from 0 to 1");
-  }
-  return {};
-}
-
 static Checked read(const Field& field, InstallScenario& target) {
   static constexpr auto table = std::to_array<Member<InstallScenario>>({
-      {"progress", intoBy<&InstallScenario::progress, readFractions>},
+      {"progress", into<&InstallScenario::progress>},
       {"stepMs", into<&InstallScenario::stepMs>},
       {"error", into<&InstallScenario::error>},
   });

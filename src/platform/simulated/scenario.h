@@ -33,7 +33,7 @@ struct RestoreImageScenario {
 };
 
 struct InstallScenario {
-  std::vector<double> progress = {0, 0.25, 0.5, 0.75, 1};  // never empty, each between 0 and 1
+  std::vector<double> progress = {0, 0.25, 0.5, 0.75, 1};  // any finite numbers
   milliseconds stepMs{0};
   OptionalError error;
 };

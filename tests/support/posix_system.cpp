@@ -1,0 +1,8 @@
+#include "platform/posix/system.h"
+#include "support/real_system.h"
+
+namespace parlen::test {
+
+std::unique_ptr<platform::System> makeRealSystem() { return posix::makePosixSystem(); }
+
+}  // namespace parlen::test
