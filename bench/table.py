@@ -10,6 +10,7 @@ import commanding
 import copying
 import ending
 import starting
+import typing_rows
 from tool import Bench
 
 
@@ -37,6 +38,7 @@ def main():
         copying.clone_rows,
         copying.create_rows,
         commanding.rows,
+        typing_rows.rows,
         ending.rows,
     )
     over = False

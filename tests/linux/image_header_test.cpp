@@ -68,6 +68,8 @@ TEST(ImageHeader, TellsAVmdkDescriptorInEachOfItsForms) {
   const char* sentence = "is a VMDK descriptor, which names other files";
 
   EXPECT_EQ(reachesOutside("# Disk DescriptorFile\nversion=1\n"), sentence);
+  EXPECT_EQ(reachesOutside("# Disk DescriptorFile\n \t\r\n\nversion=1\n"), sentence);
+  EXPECT_EQ(reachesOutside("version=1"), sentence);
   EXPECT_EQ(reachesOutside("#\r\n\r\nversion=3\r\n"), sentence);
   EXPECT_EQ(reachesOutside("version=1\n"), sentence);
   EXPECT_EQ(reachesOutside(sparse), sentence);

@@ -22,14 +22,16 @@ bool holds(std::string_view header, std::size_t at, std::string_view bytes) {
   return at <= header.size() && header.substr(at).starts_with(bytes);
 }
 
-/// A descriptor is a text: comments and empty lines, then its version.
+/// A descriptor is a text: comments and blank lines, then its version.
 bool isVmdkDescriptor(std::string_view header) {
-  while (header.starts_with('#') || header.starts_with('\n') || header.starts_with("\r\n")) {
+  while (true) {
     const std::size_t end = header.find('\n');
-    if (end == std::string_view::npos) return false;
+    const std::string_view line = header.substr(0, end);
+    const std::size_t blanks = std::min(line.find_first_not_of(" \t\r"), line.size());
+    if (line.substr(blanks).starts_with("version=")) return true;
+    if (end == std::string_view::npos || (blanks < line.size() && line[0] != '#')) return false;
     header.remove_prefix(end + 1);
   }
-  return header.starts_with("version=");
 }
 
 }  // namespace
