@@ -4,7 +4,7 @@ namespace parlen {
 namespace {
 
 // A buffer that one long line has made larger than this is given back once the line is done.
-constexpr std::size_t keptCapacity = 64 * 1024;
+constexpr std::size_t keptCapacity = 65'536;
 
 }  // namespace
 

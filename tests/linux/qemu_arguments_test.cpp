@@ -44,7 +44,7 @@ TEST(QemuArguments, DescribeTheWholeMachine) {
   EXPECT_THAT(
       qemuArguments(configuration(), Acceleration::emulation),
       ElementsAre(
-          "-nodefaults", "-no-user-config",                                     //
+          "-nodefaults", "-no-user-config", "-S",                               //
           "-machine", "q35,pflash0=firmware,pflash1=variables",                 //
           "-accel", "tcg", "-cpu", "max", "-smp", "2", "-m", "4096M",           //
           "-rtc", "base=utc", "-uuid", "00112233-4455-6677-8899-aabbccddeeff",  //

@@ -22,12 +22,14 @@ class ScriptedMachineTest : public HostTest {
     if (!pathBefore_.empty()) ::setenv("PATH", pathBefore_.c_str(), 1);
   }
 
-  /// The script says the greeting, answers the handshake and goes on with `rest`.
+  /// The script says the greeting, answers the handshake and goes on with `rest`, whose first
+  /// command is the one that lets the guest go.
   std::unique_ptr<platform::VirtualMachine> scriptedMachine(const std::string& rest) {
     return machineWithEmulator(R"(#!/bin/sh
 say() { printf '%s\r\n' "$1" >&3; }
 answer() { read -r command <&3; id=${command##*:}; say "{\"return\": {}, \"id\": ${id%\}}}"; }
 say '{"QMP": {}}'
+answer
 )" + rest);
   }
 
@@ -138,6 +140,7 @@ TEST_F(ScriptedMachineTest, RunsOnWhenTheGuestReboots) {
     read -r end <&3)");
 
   runUntilState(*machine, MachineState::paused);  // the event behind the reset has been heard
+  runUntilHappened(1);
 
   EXPECT_THAT(story.happened, ElementsAre("started"));
 }
@@ -148,6 +151,19 @@ TEST_F(ScriptedMachineTest, TellsAGuestThatShutDownBeforeTheStartCompleted) {
   runUntilHappened(1);
 
   EXPECT_THAT(story.happened, ElementsAre("guest stopped"));
+}
+
+TEST_F(ScriptedMachineTest, FailsToStartWhenQemuDoesNotLetTheGuestGo) {
+  const auto machine = scriptedMachine(R"(
+    read -r command <&3
+    case "$command" in *cont*) ;; *) exit 1;; esac
+    say '{"error": {"class": "GenericError", "desc": "no power"}, "id": 2}'
+    read -r end <&3)");
+
+  runUntilHappened(1);
+
+  EXPECT_THAT(story.happened, ElementsAre("started failed"));
+  EXPECT_EQ(story.lastError, "QEMU cannot start: no power");
 }
 
 TEST_F(ScriptedMachineTest, PressesThePowerButtonUntilTheGuestIsGone) {
@@ -215,7 +231,7 @@ TEST_F(ScriptedMachineTest, FailsAPauseThatQemuRefuses) {
   const auto machine = scriptedMachine(R"(
     answer
     read -r command <&3
-    say '{"error": {"class": "GenericError", "desc": "not now"}, "id": 2}'
+    say '{"error": {"class": "GenericError", "desc": "not now"}, "id": 3}'
     read -r end <&3)");
   runUntilHappened(1);
 

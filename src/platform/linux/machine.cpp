@@ -17,6 +17,8 @@ using platform::Completion;
 using platform::MachineState;
 using platform::Result;
 
+constexpr const char* deaf = "QEMU does not listen any more";
+
 }  // namespace
 
 QemuMachine::QemuMachine(posix::Loop& loop, platform::WarningSink warn,
@@ -46,7 +48,7 @@ Result<> QemuMachine::launch() {
 
   auto process =
       QemuProcess::start(loop_, *emulator, qemuArguments(configuration_, chooseAcceleration()),
-                         {.control = {.ready = [this] { started(); },
+                         {.control = {.ready = [this] { ready(); },
                                       .event = [this](const QmpEvent& event) { happened(event); }},
                           .ended = [this](const QemuExit& exit) { processEnded(exit); }});
   if (!process) return std::unexpected(std::move(process).error());
@@ -61,10 +63,21 @@ Acceleration QemuMachine::chooseAcceleration() {
 }
 
 /// Only now have the devices been opened: a disk in use by another machine has ended QEMU before.
-void QemuMachine::started() {
+/// The guest has waited until here, because what it does before QEMU is listened to would go
+/// unheard.
+void QemuMachine::ready() {
   takesCommands_ = true;
   for (posix::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
-  if (move(MachineState::starting, MachineState::running)) deliver(startDone_, {});
+  process_->control().execute("cont", [this](const Result<>& result) { started(result); });
+}
+
+void QemuMachine::started(const Result<>& result) {
+  if (!result) {
+    startFailure_ = "QEMU cannot start: " + result.error().description;
+    process_->kill();
+  } else if (move(MachineState::starting, MachineState::running)) {
+    deliver(startDone_, {});
+  }
 }
 
 void QemuMachine::connectDisplay(posix::Descriptor socket) {
@@ -115,6 +128,7 @@ void QemuMachine::diskFailed(const QmpEvent& event) {
 
 void QemuMachine::pause(Completion done) {
   if (!canPause()) return deliver(done, refusal("the machine is not running"));
+  if (!process_->control().isOpen()) return deliver(done, refusal(deaf));
   state_ = MachineState::pausing;
   toggleDone_ = std::move(done);
   process_->control().execute("stop", [this](const Result<>& result) {
@@ -124,6 +138,7 @@ void QemuMachine::pause(Completion done) {
 
 void QemuMachine::resume(Completion done) {
   if (!canResume()) return deliver(done, refusal("the machine is not paused"));
+  if (!process_->control().isOpen()) return deliver(done, refusal(deaf));
   state_ = MachineState::resuming;
   toggleDone_ = std::move(done);
   process_->control().execute("cont", [this](const Result<>& result) {
@@ -141,7 +156,7 @@ void QemuMachine::toggled(MachineState to, MachineState back, Result<> result) {
 
 Result<> QemuMachine::requestStop() {
   if (!canRequestStop()) return refusal("the machine is not running");
-  if (!process_->control().isOpen()) return refusal("QEMU does not listen any more");
+  if (!process_->control().isOpen()) return refusal(deaf);
   pressPowerButton();
   return {};
 }
@@ -182,7 +197,8 @@ void QemuMachine::endSoon() {
 
 void QemuMachine::processEnded(const QemuExit& exit) {
   const bool wasStarting = startDone_ != nullptr && !shutdownReason_;
-  ended(wasStarting ? startFailureOf(exit) : failureOf(exit, shutdownReason_.value_or("")));
+  if (wasStarting) return ended(startFailure_.value_or(startFailureOf(exit)));
+  ended(failureOf(exit, shutdownReason_.value_or("")));
 }
 
 void QemuMachine::ended(std::optional<std::string> failure) {

@@ -45,7 +45,8 @@ class QemuMachine : public platform::VirtualMachine {
   // Starting.
   platform::Result<> launch();
   Acceleration chooseAcceleration();
-  void started();
+  void ready();
+  void started(const platform::Result<>& result);
   void addViewer(posix::Descriptor socket);
 
   // What QEMU says.
@@ -75,7 +76,8 @@ class QemuMachine : public platform::VirtualMachine {
   bool takesCommands_ = false;
   std::vector<posix::Descriptor> viewers_;  // that came before QEMU took commands
   platform::Completion startDone_;
-  platform::Completion toggleDone_;  // of the pause or the resumption under way
+  std::optional<std::string> startFailure_;  // QEMU runs, but not the guest
+  platform::Completion toggleDone_;          // of the pause or the resumption under way
   platform::Completion stopDone_;
   std::unique_ptr<QemuProcess> process_;
   std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);

@@ -43,6 +43,7 @@ void addBoard(Arguments& arguments, const MachineConfiguration& configuration,
   const auto& storage = static_cast<const QemuAuxiliaryStorage&>(*configuration.auxiliaryStorage);
   arguments.add("-nodefaults");
   arguments.add("-no-user-config");
+  arguments.add("-S");  // the guest waits until its events are heard
   arguments.add("-machine",
                 std::string(model.platform()->machineType) + ",pflash0=firmware,pflash1=variables");
   arguments.add("-accel", acceleration == Acceleration::kvm ? "kvm" : "tcg");
