@@ -1,7 +1,7 @@
 # parlen_sign(<target>)
 #
-# On a Mac, gives the program the right to run virtual machines, which lies in its signature. Signing
-# comes last in the build and again after each link, because linking drops it; so would stripping.
+# On a Mac, gives the program the right to run virtual machines, which lies in its signature.
+# Signing comes last in the build and again after each link, because linking drops it; so would stripping.
 # The right is not a restricted one: a signature without a certificate carries it.
 set(PARLEN_SIGNING_IDENTITY - CACHE STRING "Who signs the program on a Mac (-: nobody, ad hoc)")
 set(PARLEN_ENTITLEMENTS ${CMAKE_SOURCE_DIR}/src/app/parlen-mac-vm.entitlements)

@@ -1,5 +1,5 @@
-# Compiles and links for macOS on another system: zig's compiler, and the stand-in where the frameworks'
-# SDK would be. Only scripts/check-macos uses it. PARLEN_ZIG: the zig program.
+# Compiles and links for macOS on another system: zig's compiler, and the stand-in where the
+# frameworks' SDK would be. Only scripts/check-macos uses it. PARLEN_ZIG: the zig program.
 if(CMAKE_HOST_APPLE)
   message(FATAL_ERROR "On a Mac the program is built with the real SDK.")
 endif()

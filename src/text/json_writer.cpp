@@ -103,8 +103,8 @@ bool Writer::writeNumber(const JsonValue& value) {
     out_ += std::to_string(*number);
   } else if (const auto large = value.asUInt64()) {
     out_ += std::to_string(*large);
-  } else if (const double real = *value.asDouble(); std::isfinite(real)) {
-    out_ += formatDouble(real);
+  } else if (const auto real = value.asDouble(); real && std::isfinite(*real)) {
+    out_ += formatDouble(*real);
   } else {
     return false;
   }

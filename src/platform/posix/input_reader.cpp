@@ -13,8 +13,8 @@
 namespace parlen::posix {
 namespace {
 
-constexpr std::size_t chunkSize = 64 * 1024;
-constexpr std::size_t stackSize = 256 * 1024;
+constexpr std::size_t chunkSize = std::size_t{64} * 1024;
+constexpr std::size_t stackSize = std::size_t{256} * 1024;
 // A write that takes longer than this waits for its reader.
 constexpr int patienceMilliseconds = 10;
 

@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -33,9 +35,9 @@ std::string withoutTrailingSlashes(const std::string& path) {
 }  // namespace
 
 std::string PosixFiles::currentDirectory() const {
-  const CText directory(getcwd(nullptr, 0));
+  std::array<char, PATH_MAX> directory{};
   // A directory that was removed has no path any more, but this still leads to it.
-  return directory ? directory.get() : "/proc/self/cwd";
+  return getcwd(directory.data(), directory.size()) ? directory.data() : "/proc/self/cwd";
 }
 
 bool PosixFiles::exists(const std::string& path) const {

@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <utility>
 
 #include "platform/posix/descriptor.h"
@@ -51,6 +52,7 @@ class EventSource final : public platform::SignalSource {
                             eventfd_read(event, &count);
                             handler();
                           })) {
+    if (!event_) std::abort();  // a signal that nobody can hear must not lose its effect
     slot_.store(event_.get());
     catchSignal(signalNumbers[index]);
   }

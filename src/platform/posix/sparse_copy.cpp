@@ -14,7 +14,7 @@ namespace parlen::posix {
 namespace {
 
 constexpr off_t kernelChunk = off_t{256} << 20;  // for one call that moves the data by itself
-constexpr std::size_t bufferSize = 128 * 1024;
+constexpr std::size_t bufferSize = std::size_t{128} * 1024;
 constexpr std::size_t blockSize = 4096;
 
 struct Extent {
