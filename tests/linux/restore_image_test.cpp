@@ -118,6 +118,19 @@ TEST_F(RestoreImageTest, IsWhole) {
   EXPECT_THAT(complaint("truncated"), HasSubstr(sentence("truncated", "is damaged: ")));
 }
 
+TEST_F(RestoreImageTest, IsWholeInAFormatWhoseCheckDoesNotLook) {
+  makeRawDisk("raw");
+  shell("head -c 3000000 /dev/urandom | dd of=raw bs=1M seek=1 conv=notrunc status=none");
+  for (const std::string format : {"vdi", "qcow"}) {
+    shell("qemu-img convert -f raw -O " + format + " raw whole." + format +
+          " && truncate -s -1500000 whole." + format + " && qemu-img convert -f raw -O " + format +
+          " raw good." + format);
+
+    EXPECT_THAT(complaint("whole." + format), HasSubstr("is damaged: ")) << format;
+    EXPECT_EQ(complaint("good." + format), "") << format;
+  }
+}
+
 TEST_F(RestoreImageTest, WithABrokenHeaderIsNamedWithTheToolsReason) {
   ASSERT_TRUE(files().write(path("broken"),
                             "QFI\xfb" + std::string("\0\0\0\3", 4) + std::string(100, '\0')));

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/linux/restore_image.h"
 #include "platform/linux/tool_run.h"
@@ -26,6 +27,10 @@ class ImageExamination {
   void formatKnown(const ToolResult& result);
   void askWhetherWhole();
   void checked(const ToolResult& result);
+  void askWhereDataEnds();
+  void mapped(const ToolResult& result);
+  void ask(const std::vector<std::string>& arguments,
+           std::function<void(const ToolResult&)> answered);
   void accept();
   void refuse(const std::string& why);  // a sentence's end, whose beginning is the path
   void finish(Found found);

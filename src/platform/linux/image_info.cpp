@@ -1,5 +1,7 @@
 #include "platform/linux/image_info.h"
 
+#include <algorithm>
+
 #include "text/json_reader.h"
 
 namespace parlen::qemu {
@@ -46,6 +48,20 @@ std::expected<std::string, std::string> usableFormat(std::string_view json) {
     return std::unexpected("is encrypted");
   }
   return *format->asString();
+}
+
+std::optional<std::uint64_t> endOfData(std::string_view json) {
+  const auto map = text::parseJson(json);
+  const text::JsonArray* extents = map ? map->asArray() : nullptr;
+  if (!extents) return std::nullopt;
+  std::uint64_t end = 0;
+  for (const text::JsonValue& extent : *extents) {
+    const text::JsonValue* offset = extent.find("offset");
+    const text::JsonValue* length = extent.find("length");
+    if (!offset || !length) continue;  // it lies nowhere in the file
+    end = std::max(end, offset->asUInt64().value_or(0) + length->asUInt64().value_or(0));
+  }
+  return end;
 }
 
 }  // namespace parlen::qemu
