@@ -51,11 +51,12 @@ const GuestPlatform* findGuestPlatform(std::string_view architecture, std::strin
 
 bool isInstalled(const GuestPlatform& platform) {
   if (!isReadable(platform.firmwareCode) || !isReadable(platform.firmwareVariables)) return false;
-  const auto emulator = findProgram(platform.emulator);
-  if (!emulator) return false;
-  // The two are neighbours as a rule, and `status` feels a second walk along a long PATH.
-  return findProgram(imageTool, emulator->substr(0, emulator->rfind('/'))) ||
-         findProgram(imageTool);
+  // `status` feels a walk along a long PATH, and this is where a distribution puts them.
+  constexpr std::string_view usual = "/usr/bin";
+  for (const std::string_view program : {std::string_view(platform.emulator), imageTool}) {
+    if (!findProgram(program, usual) && !findProgram(program)) return false;
+  }
+  return true;
 }
 
 std::optional<std::string> findProgram(std::string_view name) {
