@@ -1,0 +1,131 @@
+"""The real program on QEMU and its ends: whoever dies first, the other one is not left behind."""
+
+import json
+import os
+import pathlib
+import pty
+import signal
+import subprocess
+import tempfile
+import unittest
+
+from desktop import until
+
+PROGRAM = os.environ["PARLEN_PROGRAM"]
+HARD_STOP = {"type": "state", "state": "stopped", "crashed": False,
+             "reason": "host requested stop"}
+
+
+def children(pid):
+    return [int(child) for child in
+            pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()]
+
+
+def is_gone(pid):
+    try:
+        state = pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0]
+    except FileNotFoundError:
+        return True
+    return state == "Z"
+
+
+class EndingTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.bundle = self.folder / "guest"
+        # A disk with a boot signature and nothing to boot: the guest stays in its firmware.
+        image = self.folder / "image"
+        image.write_bytes(bytes(510) + b"\x55\xaa" + bytes(1 << 20))
+        self.environment = {name: value for name, value in os.environ.items()
+                            if not name.startswith("PARLEN_")}
+        subprocess.run([PROGRAM, "create", "--ipsw", image, "--bundle", self.bundle,
+                        "--disk-gb", "1"], check=True, capture_output=True, env=self.environment)
+
+    def run_guest(self, **options):
+        tool = subprocess.Popen([PROGRAM, "run", "--bundle", self.bundle],
+                                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                env=self.environment, **{"stdin": subprocess.PIPE} | options)
+        self.addCleanup(self.clean, tool)
+        while json.loads(tool.stdout.readline()) != {"type": "state", "state": "running"}:
+            pass
+        [qemu] = children(tool.pid)
+        return tool, qemu
+
+    @staticmethod
+    def clean(tool):
+        tool.kill()
+        tool.wait()
+        tool.stdout.close()
+        if tool.stdin:
+            tool.stdin.close()
+
+    def events(self, tool):
+        return [json.loads(line) for line in tool.stdout]
+
+    def test_a_killed_qemu_is_told_as_a_crash(self):
+        tool, qemu = self.run_guest()
+        os.kill(qemu, signal.SIGKILL)
+        error, stopped = self.events(tool)
+        self.assertEqual((error["type"], error["code"]), ("error", "boot-failed"))
+        self.assertIn("Killed", error["message"])
+        self.assertEqual((stopped["state"], stopped["crashed"]), ("stopped", True))
+        self.assertEqual(tool.wait(), 1)
+
+    def test_a_killed_qemu_is_a_crash_while_paused_too(self):
+        tool, qemu = self.run_guest()
+        tool.stdin.write(b'{"type":"pause"}\n')
+        tool.stdin.flush()
+        self.assertEqual(json.loads(tool.stdout.readline())["state"], "paused")
+        os.kill(qemu, signal.SIGKILL)
+        self.assertEqual([event.get("crashed") for event in self.events(tool)], [None, True])
+        self.assertEqual(tool.wait(), 1)
+
+    def test_a_killed_tool_leaves_no_qemu(self):
+        tool, qemu = self.run_guest()
+        tool.kill()
+        tool.wait()
+        until(lambda: is_gone(qemu), "QEMU outlives the tool")
+
+    def test_a_tool_without_a_reader_leaves_no_qemu(self):
+        tool, qemu = self.run_guest()
+        tool.stdout.close()
+        tool.stdin.write(b'{"type":"resume"}\n')  # answered, into a pipe that nobody reads
+        tool.stdin.flush()
+        self.assertEqual(tool.wait(), -signal.SIGPIPE)
+        until(lambda: is_gone(qemu), "QEMU outlives the tool")
+
+    def test_an_interrupt_typed_at_a_terminal_reaches_the_tool_alone(self):
+        master, terminal = pty.openpty()
+        self.addCleanup(os.close, master)
+
+        def take_terminal():
+            os.setsid()
+            os.close(os.open(os.ttyname(terminal), os.O_RDWR))  # becomes the controlling one
+
+        tool, qemu = self.run_guest(stdin=terminal, preexec_fn=take_terminal)
+        os.close(terminal)
+        self.assertEqual(os.getsid(qemu), qemu)
+        os.write(master, b"\x03")
+        self.assertEqual(self.events(tool), [HARD_STOP])
+        self.assertEqual(tool.wait(), 0)
+        self.assertTrue(is_gone(qemu))
+
+    def test_a_second_run_of_a_bundle_fails_and_the_first_is_unharmed(self):
+        first, _ = self.run_guest()
+        second = subprocess.Popen([PROGRAM, "run", "--bundle", self.bundle],
+                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                  stderr=subprocess.DEVNULL, env=self.environment)
+        self.addCleanup(self.clean, second)
+        *_, error, stopped = self.events(second)
+        self.assertIn("lock", error["message"])
+        self.assertTrue(stopped["crashed"])
+        self.assertEqual(second.wait(), 1)
+        first.send_signal(signal.SIGTERM)
+        self.assertEqual(self.events(first), [HARD_STOP])
+        self.assertEqual(first.wait(), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
