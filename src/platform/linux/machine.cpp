@@ -201,7 +201,7 @@ void QemuMachine::processEnded(const QemuExit& exit) {
   ended(failureOf(exit, shutdownReason_.value_or("")));
 }
 
-void QemuMachine::ended(std::optional<std::string> failure) {
+void QemuMachine::ended(const std::optional<std::string>& failure) {
   const bool hadStarted = startDone_ == nullptr || !failure;
   const bool wasAskedFor = stopDone_ != nullptr;
   life_ = Life::over;
@@ -217,7 +217,7 @@ void QemuMachine::deliverEnd(const std::optional<std::string>& failure, bool had
   if (stopDone_) {
     deliver(stopDone_, {});
   } else if (!hadStarted) {
-    deliver(startDone_, refusal(*failure));
+    deliver(startDone_, refusal(failure.value_or("")));
   } else if (failure) {
     later([this, error = refusal(*failure).error()] {
       if (delegate_ != nullptr) delegate_->didStopWithError(error);

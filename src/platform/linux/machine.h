@@ -58,7 +58,7 @@ class QemuMachine : public platform::VirtualMachine {
   void pressPowerButton();
   void endSoon();
   void processEnded(const QemuExit& exit);
-  void ended(std::optional<std::string> failure);
+  void ended(const std::optional<std::string>& failure);
   void deliverEnd(const std::optional<std::string>& failure, bool hadStarted);
 
   void later(platform::Work work);
