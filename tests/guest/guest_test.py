@@ -12,7 +12,7 @@ from desktop import Display, Tool, until
 from hands import BAR_TITLE, gone, press_close, press_done, press_later, shown
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
-IMAGE = os.environ.get("PARLEN_GUEST_IMAGE") or os.environ["PARLEN_USUAL_GUEST_IMAGE"]
+IMAGE = os.environ.get("PARLEN_GUEST_IMAGE", os.environ.get("PARLEN_USUAL_GUEST_IMAGE", ""))
 BOOT = 180  # seconds that a busy machine may take to emulate the start of a guest
 GAP = 100   # ms between two strokes, for a guest whose processor is emulated
 PRINTABLE = "".join(chr(code) for code in range(ord(" "), ord("~") + 1))
