@@ -18,7 +18,7 @@ GAP = 100   # ms between two strokes, for a guest whose processor is emulated
 PRINTABLE = "".join(chr(code) for code in range(ord(" "), ord("~") + 1))
 
 
-@unittest.skipUnless(os.path.exists(IMAGE), f"there is no {IMAGE}: scripts/make-guest-image makes it")
+@unittest.skipUnless(os.path.exists(IMAGE), f"scripts/make-guest-image makes '{IMAGE}'")
 class GuestTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()

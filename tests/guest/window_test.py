@@ -152,7 +152,8 @@ class WindowTest(unittest.TestCase):
         self.stop(tool)
 
     def test_without_a_display_a_gui_run_fails_to_start(self):
-        environment = {name: value for name, value in self.environment.items() if name != "DISPLAY"}
+        environment = dict(self.environment)
+        del environment["DISPLAY"]
         tool = self.run_tool("--gui", environment=environment)
         self.assertEqual(1, tool.end())
         what = "there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set"
@@ -171,8 +172,9 @@ class WindowTest(unittest.TestCase):
         tool = self.running(program=program)
         tool.send(type="window", show=True)
         line = until(lambda: tool.errors, "the warning")[0]
-        self.assertTrue(line.startswith("parlen-mac-vm: cannot show the guest: the window module is "
-                                        f"missing: it is neither at {program}-gtk.so nor at "), line)
+        self.assertTrue(line.startswith(
+            "parlen-mac-vm: cannot show the guest: the window module is missing: "
+            f"it is neither at {program}-gtk.so nor at "), line)
         self.stop(tool)
         self.assertEqual(1, len(tool.errors))
 

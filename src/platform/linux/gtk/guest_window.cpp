@@ -1,6 +1,5 @@
 #include "platform/linux/gtk/guest_window.h"
 
-#include <X11/Xutil.h>
 #include <gdk/gdkx.h>
 
 #include <string_view>
@@ -8,6 +7,7 @@
 
 #include "platform/linux/gtk/bar.h"
 #include "platform/linux/gtk/header.h"
+#include "platform/linux/gtk/proportions.h"
 #include "platform/linux/gtk/screen_space.h"
 #include "platform/linux/gtk/screens.h"
 
@@ -140,6 +140,7 @@ void GuestWindow::setContentSize(const platform::Size& size) {
 void GuestWindow::applyFrame() {
   if (desktop_->lost) return;
   gtk_widget_realize(window_.get());
+  gtk_window_unmaximize(window());  // else it keeps its size
   const ScreenRect outer = toScreen(frame_, mainScreen());
   gtk_window_resize(window(), std::max(outer.width, 1),
                     std::max(outer.height - naturalHeight(header_), 1));
@@ -149,28 +150,6 @@ void GuestWindow::applyFrame() {
 void GuestWindow::setContentAspectRatio(const platform::Size& ratio) {
   ratio_ = ratio;
   gtk_widget_queue_resize(window_.get());  // with the next layout
-}
-
-/// Told to the window manager past the toolkit, whose own constraint would be on the whole window:
-/// only the content keeps its proportions, all around it keeps its size. Where nobody heeds this,
-/// the view leaves room around the picture.
-void GuestWindow::applyRatio() {
-  GdkWindow* surface = gtk_widget_get_window(window_.get());
-  if (ratio_.width <= 0 || ratio_.height <= 0 || desktop_->lost || !view_) return;
-  if (surface == nullptr || !GDK_IS_X11_WINDOW(surface)) return;
-  const int scale = gdk_window_get_scale_factor(surface);  // the hints count pixels
-  XSizeHints hints{};
-  long given = 0;
-  Display* display = GDK_WINDOW_XDISPLAY(surface);
-  XGetWMNormalHints(display, GDK_WINDOW_XID(surface), &hints, &given);
-  hints.flags |= PAspect | PBaseSize;
-  hints.base_width = scale * (gtk_widget_get_allocated_width(window_.get()) -
-                              gtk_widget_get_allocated_width(view_->widget()));
-  hints.base_height = scale * (gtk_widget_get_allocated_height(window_.get()) -
-                               gtk_widget_get_allocated_height(view_->widget()));
-  hints.min_aspect = {.x = static_cast<int>(ratio_.width), .y = static_cast<int>(ratio_.height)};
-  hints.max_aspect = hints.min_aspect;
-  XSetWMNormalHints(display, GDK_WINDOW_XID(surface), &hints);
 }
 
 void GuestWindow::makeKeyAndOrderFront() {
@@ -230,9 +209,10 @@ gboolean GuestWindow::mapped(GtkWidget* widget, GdkEvent*, gpointer) {
   return GDK_EVENT_PROPAGATE;
 }
 
-/// The toolkit may have told the window manager its own sizes anew.
-void GuestWindow::allocated(GtkWidget*, GdkRectangle*, gpointer self) {
-  static_cast<GuestWindow*>(self)->applyRatio();
+void GuestWindow::allocated(GtkWidget* widget, GdkRectangle*, gpointer self) {
+  const auto* window = static_cast<GuestWindow*>(self);
+  if (window->desktop_->lost || !window->view_ || window->ratio_ == platform::Size{}) return;
+  keepProportions(widget, window->view_->widget(), window->ratio_);
 }
 
 gboolean GuestWindow::focused(GtkWidget*, GdkEvent*, gpointer self) {

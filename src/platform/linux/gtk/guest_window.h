@@ -70,7 +70,6 @@ class GuestWindow final : public platform::Window {
   int barHeight() const;
   std::optional<platform::Rect> contentOnScreen() const;
   void applyFrame();
-  void applyRatio();
 
   const std::int64_t number_;
   const Labels& labels_;
@@ -82,7 +81,7 @@ class GuestWindow final : public platform::Window {
   GtkWidget* bar_ = nullptr;
   std::shared_ptr<GtkMachineView> view_;
   platform::Rect frame_;  // as it was asked for last
-  platform::Size ratio_;  // of the content; 0: any
+  platform::Size ratio_;  // of the content; empty: any
   bool iconified_ = false;
 };
 
