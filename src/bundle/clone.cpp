@@ -31,10 +31,7 @@ void makeWritable(const std::string& path) {
   (void)platform::system().process().runAndWait("/bin/chmod", {"-R", "u+w", path});
 }
 
-/// Whether `path` is what it seems to be and not, through a link, a file outside of the bundle. The
-/// copy keeps the source's links, and what they lead to may be the source's own.
-/// Whether `path` lies in `directory` once all links are followed, or is it. The copy keeps the
-/// source's links, and what they lead to may be the source's own.
+/// Whether `path` lies in `directory` once all links are followed, or is it.
 bool liesIn(const std::string& path, const std::string& directory) {
   const platform::Files& files = platform::system().files();
   const auto inner = files.canonicalPath(path);
@@ -52,10 +49,15 @@ void refuseCopyInside(const VMBundle& source, const VMBundle& copy) {
   }
 }
 
+/// The copy keeps the source's links, and what they lead to may be the source's own.
+bool leadsOutside(const VMBundle& copy, const std::string& member) {
+  return platform::system().files().isSymbolicLink(member) && !liesIn(member, copy.root());
+}
+
 /// A link that leads out of the copy means one file for two guests.
 void warnOfSharedFiles(const VMBundle& copy) {
   for (const std::string& member : {copy.disk(), copy.auxiliaryStorage()}) {
-    if (platform::system().files().isSymbolicLink(member) && !liesIn(member, copy.root())) {
+    if (leadsOutside(copy, member)) {
       warn(member + " is a link out of the bundle: the copy shares that file with its source");
     }
   }
@@ -64,8 +66,7 @@ void warnOfSharedFiles(const VMBundle& copy) {
 /// Prepares a member of the copy for new content, never that of a file that a link leads to
 /// outside.
 Result<> detach(const VMBundle& copy, const std::string& member) {
-  platform::Files& files = platform::system().files();
-  if (files.isSymbolicLink(member) && !liesIn(member, copy.root())) return files.removeFile(member);
+  if (leadsOutside(copy, member)) return platform::system().files().removeFile(member);
   return {};
 }
 
