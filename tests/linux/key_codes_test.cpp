@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/key_codes.h"
+#include "platform/gtk/key_codes.h"
 
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>

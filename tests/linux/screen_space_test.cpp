@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/screen_space.h"
+#include "platform/gtk/screen_space.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #include <memory>
 #include <optional>
 
+#include "platform/gtk/module.h"
 #include "platform/host.h"
 #include "platform/linux/capabilities.h"
-#include "platform/linux/gtk/module.h"
 #include "platform/linux/headless_application.h"
 #include "platform/linux/identities.h"
 #include "platform/linux/machine_factory.h"

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/error.h"
-#include "platform/linux/gtk/module.h"
+#include "platform/gtk/module.h"
 
 namespace parlen::qemu {
 

@@ -1,6 +1,6 @@
-#include "platform/linux/gtk/test_picture_view.h"
+#include "platform/gtk/test_picture_view.h"
 
-#include "platform/linux/gtk/picture.h"
+#include "platform/gtk/picture.h"
 
 namespace parlen::gtk {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/gtk/machine_view.h"
+#include "platform/gtk/machine_view.h"
 
 namespace parlen::gtk {
 

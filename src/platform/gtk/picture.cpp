@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/picture.h"
+#include "platform/gtk/picture.h"
 
 #include <algorithm>
 #include <array>

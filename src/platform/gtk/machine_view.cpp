@@ -1,9 +1,9 @@
-#include "platform/linux/gtk/machine_view.h"
+#include "platform/gtk/machine_view.h"
 
 #include <utility>
 
-#include "platform/linux/gtk/display_view.h"
-#include "platform/linux/gtk/test_picture_view.h"
+#include "platform/gtk/display_view.h"
+#include "platform/gtk/test_picture_view.h"
 
 namespace parlen::gtk {
 

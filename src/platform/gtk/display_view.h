@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "platform/linux/gtk/machine_view.h"
+#include "platform/gtk/machine_view.h"
 
 namespace parlen::gtk {
 

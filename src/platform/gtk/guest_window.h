@@ -4,9 +4,9 @@
 
 #include <memory>
 
-#include "platform/linux/gtk/labels.h"
-#include "platform/linux/gtk/machine_view.h"
-#include "platform/linux/gtk/references.h"
+#include "platform/gtk/labels.h"
+#include "platform/gtk/machine_view.h"
+#include "platform/gtk/references.h"
 #include "platform/window_system.h"
 
 namespace parlen::gtk {

@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "platform/linux/gtk/glib_loop.h"
-#include "platform/linux/gtk/guest_window.h"
-#include "platform/linux/gtk/labels.h"
-#include "platform/linux/gtk/module.h"
+#include "platform/gtk/glib_loop.h"
+#include "platform/gtk/guest_window.h"
+#include "platform/gtk/labels.h"
+#include "platform/gtk/module.h"
 
 namespace parlen::gtk {
 

@@ -1,9 +1,9 @@
-#include "platform/linux/gtk/key_event.h"
+#include "platform/gtk/key_event.h"
 
 #include <array>
 #include <cstdint>
 
-#include "platform/linux/gtk/key_codes.h"
+#include "platform/gtk/key_codes.h"
 
 namespace parlen::gtk {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/display_view.h"
+#include "platform/gtk/display_view.h"
 
 #include <utility>
 

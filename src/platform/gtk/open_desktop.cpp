@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/linux/gtk/gtk_desktop.h"
-#include "platform/linux/gtk/messages.h"
-#include "platform/linux/gtk/module.h"
+#include "platform/gtk/gtk_desktop.h"
+#include "platform/gtk/messages.h"
+#include "platform/gtk/module.h"
 
 namespace parlen::gtk {
 namespace {

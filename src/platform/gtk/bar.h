@@ -3,7 +3,7 @@
 #include <gtk/gtk.h>
 
 #include "platform/bar.h"
-#include "platform/linux/gtk/labels.h"
+#include "platform/gtk/labels.h"
 
 namespace parlen::gtk {
 

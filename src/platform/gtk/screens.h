@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "platform/linux/gtk/screen_space.h"
+#include "platform/gtk/screen_space.h"
 
 namespace parlen::gtk {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/messages.h"
+#include "platform/gtk/messages.h"
 
 #include <glib.h>
 

@@ -1,12 +1,12 @@
-#include "platform/linux/gtk/gtk_desktop.h"
+#include "platform/gtk/gtk_desktop.h"
 
 #include <X11/Xlib.h>
 #include <gdk/gdkx.h>
 
-#include "platform/linux/gtk/key_event.h"
-#include "platform/linux/gtk/machine_view.h"
-#include "platform/linux/gtk/picture.h"
-#include "platform/linux/gtk/screens.h"
+#include "platform/gtk/key_event.h"
+#include "platform/gtk/machine_view.h"
+#include "platform/gtk/picture.h"
+#include "platform/gtk/screens.h"
 
 namespace parlen::gtk {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/header.h"
+#include "platform/gtk/header.h"
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/glib_loop.h"
+#include "platform/gtk/glib_loop.h"
 
 namespace parlen::gtk {
 

@@ -1,15 +1,15 @@
-#include "platform/linux/gtk/guest_window.h"
+#include "platform/gtk/guest_window.h"
 
 #include <gdk/gdkx.h>
 
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/gtk/bar.h"
-#include "platform/linux/gtk/header.h"
-#include "platform/linux/gtk/proportions.h"
-#include "platform/linux/gtk/screen_space.h"
-#include "platform/linux/gtk/screens.h"
+#include "platform/gtk/bar.h"
+#include "platform/gtk/header.h"
+#include "platform/gtk/proportions.h"
+#include "platform/gtk/screen_space.h"
+#include "platform/gtk/screens.h"
 
 namespace parlen::gtk {
 namespace {

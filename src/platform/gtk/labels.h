@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/bar.h"
-#include "platform/linux/gtk/references.h"
+#include "platform/gtk/references.h"
 
 namespace parlen::gtk {
 

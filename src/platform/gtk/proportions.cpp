@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/proportions.h"
+#include "platform/gtk/proportions.h"
 
 #include <X11/Xutil.h>
 #include <gdk/gdkx.h>

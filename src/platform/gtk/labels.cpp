@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/labels.h"
+#include "platform/gtk/labels.h"
 
 #include <algorithm>
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "platform/linux/gtk/module.h"
-#include "platform/linux/gtk/references.h"
+#include "platform/gtk/module.h"
+#include "platform/gtk/references.h"
 #include "platform/window_system.h"
 
 namespace parlen::gtk {

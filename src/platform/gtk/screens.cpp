@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/screens.h"
+#include "platform/gtk/screens.h"
 
 namespace parlen::gtk {
 namespace {

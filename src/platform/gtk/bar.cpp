@@ -1,10 +1,10 @@
-#include "platform/linux/gtk/bar.h"
+#include "platform/gtk/bar.h"
 
 #include <cmath>
 #include <functional>
 
-#include "platform/linux/gtk/picture.h"
-#include "platform/linux/gtk/references.h"
+#include "platform/gtk/picture.h"
+#include "platform/gtk/references.h"
 
 namespace parlen::gtk {
 namespace {
