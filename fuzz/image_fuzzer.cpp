@@ -1,7 +1,7 @@
 #include "fuzz.h"
-#include "platform/linux/identities.h"
-#include "platform/linux/image_header.h"
-#include "platform/linux/image_info.h"
+#include "platform/qemu/identities.h"
+#include "platform/qemu/image_header.h"
+#include "platform/qemu/image_info.h"
 
 namespace parlen::qemu {
 namespace {

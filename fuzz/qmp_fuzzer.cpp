@@ -1,12 +1,12 @@
-#include "platform/linux/qmp_parser.h"
+#include "platform/qemu/qmp_parser.h"
 
 #include <algorithm>
 #include <iterator>
 #include <variant>
 
 #include "fuzz.h"
-#include "platform/linux/convert_progress.h"
-#include "platform/linux/last_message.h"
+#include "platform/qemu/convert_progress.h"
+#include "platform/qemu/last_message.h"
 
 namespace parlen::qemu {
 namespace {

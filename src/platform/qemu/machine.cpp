@@ -1,0 +1,243 @@
+#include "platform/qemu/machine.h"
+
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+#include "platform/qemu/errors.h"
+#include "platform/qemu/identities.h"
+#include "platform/qemu/kvm_probe.h"
+#include "platform/qemu/machine_end.h"
+#include "platform/qemu/storage.h"
+
+namespace parlen::qemu {
+namespace {
+
+using platform::Completion;
+using platform::MachineState;
+using platform::Result;
+
+constexpr const char* deaf = "QEMU does not listen any more";
+
+}  // namespace
+
+QemuMachine::QemuMachine(posix::Loop& loop, platform::WarningSink warn,
+                         platform::MachineConfiguration configuration)
+    : loop_(loop), warn_(std::move(warn)), configuration_(std::move(configuration)) {}
+
+void QemuMachine::start(Completion done) {
+  if (life_ != Life::unused) {
+    return deliver(done, refusal("the machine has been started before"));
+  }
+  life_ = Life::alive;
+  state_ = MachineState::starting;
+  startDone_ = std::move(done);
+  if (const auto launched = launch(); !launched) {
+    later([this, reason = launched.error().description] { ended(reason); });
+  }
+}
+
+Result<> QemuMachine::launch() {
+  const auto& model = static_cast<const QemuHardwareModel&>(*configuration_.hardwareModel);
+  const auto& storage = static_cast<const QemuAuxiliaryStorage&>(*configuration_.auxiliaryStorage);
+  const auto emulator = findProgram(model.platform()->emulator);
+  if (!emulator) return refusal(std::string(model.platform()->emulator) + " is not installed");
+  // QEMU would run with a damaged store, and the guest would wait for ever in its firmware.
+  const auto usable = checkAuxiliaryStorage(storage.path(), *model.platform());
+  if (!usable) return usable;
+
+  auto process =
+      QemuProcess::start(loop_, *emulator, qemuArguments(configuration_, chooseAcceleration()),
+                         {.control = {.ready = [this] { ready(); },
+                                      .event = [this](const QmpEvent& event) { happened(event); }},
+                          .ended = [this](const QemuExit& exit) { processEnded(exit); }});
+  if (!process) return std::unexpected(std::move(process).error());
+  process_ = *std::move(process);
+  return {};
+}
+
+Acceleration QemuMachine::chooseAcceleration() {
+  if (kvmWorks()) return Acceleration::kvm;
+  warn_("this host has no hardware acceleration (KVM) that works: the guest is emulated, slowly");
+  return Acceleration::emulation;
+}
+
+/// Only now have the devices been opened: a disk in use by another machine has ended QEMU before.
+/// The guest has waited until here, because what it does before QEMU is listened to would go
+/// unheard.
+void QemuMachine::ready() {
+  takesCommands_ = true;
+  for (posix::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
+  process_->control().execute("cont", [this](const Result<>& result) { started(result); });
+}
+
+void QemuMachine::started(const Result<>& result) {
+  if (!result) {
+    startFailure_ = "QEMU cannot start: " + result.error().description;
+    process_->kill();
+  } else if (move(MachineState::starting, MachineState::running)) {
+    deliver(startDone_, {});
+  }
+}
+
+void QemuMachine::connectDisplay(posix::Descriptor socket) {
+  if (life_ == Life::over) return;
+  if (!takesCommands_) return viewers_.push_back(std::move(socket));
+  addViewer(std::move(socket));
+}
+
+void QemuMachine::addViewer(posix::Descriptor socket) {
+  process_->control().addViewer(std::move(socket), [this](const Result<>& result) {
+    if (!result) warn_("cannot show the guest's display: " + result.error().description);
+  });
+}
+
+bool QemuMachine::move(MachineState from, MachineState to) {
+  if (state_ != from) return false;
+  state_ = to;
+  return true;
+}
+
+void QemuMachine::happened(const QmpEvent& event) {
+  if (event.name == "SHUTDOWN") {
+    // A panic is told once more as the power-off that follows it; the first reason is the true one.
+    if (!shutdownReason_) shutdownReason_ = event.textOf("reason");
+    state_ = MachineState::stopping;
+  } else if (event.name == "STOP") {
+    // QEMU pauses the guest on its own too, when its disk fails.
+    if (!move(MachineState::pausing, MachineState::paused)) {
+      move(MachineState::running, MachineState::paused);
+    }
+  } else if (event.name == "RESUME") {
+    diskFailureTold_ = false;
+    if (!move(MachineState::resuming, MachineState::running)) {
+      move(MachineState::paused, MachineState::running);
+    }
+  } else if (event.name == "BLOCK_IO_ERROR") {
+    diskFailed(event);
+  }
+}
+
+/// Many requests can fail at once; the parent is told once per pause.
+void QemuMachine::diskFailed(const QmpEvent& event) {
+  if (event.textOf("action") != "stop" || std::exchange(diskFailureTold_, true)) return;
+  const std::string_view what = event.textOf("operation") == "write" ? "writing" : "reading";
+  warn_("the guest is paused: " + std::string(what) + " its disk failed (" +
+        event.textOf("reason") + "); resuming tries again");
+}
+
+void QemuMachine::pause(Completion done) {
+  if (!canPause()) return deliver(done, refusal("the machine is not running"));
+  if (!process_->control().isOpen()) return deliver(done, refusal(deaf));
+  state_ = MachineState::pausing;
+  toggleDone_ = std::move(done);
+  process_->control().execute("stop", [this](const Result<>& result) {
+    toggled(MachineState::paused, MachineState::running, result);
+  });
+}
+
+void QemuMachine::resume(Completion done) {
+  if (!canResume()) return deliver(done, refusal("the machine is not paused"));
+  if (!process_->control().isOpen()) return deliver(done, refusal(deaf));
+  state_ = MachineState::resuming;
+  toggleDone_ = std::move(done);
+  process_->control().execute("cont", [this](const Result<>& result) {
+    toggled(MachineState::running, MachineState::paused, result);
+  });
+}
+
+/// The event usually came first and has changed the state already; then it stays as it is now.
+void QemuMachine::toggled(MachineState to, MachineState back, Result<> result) {
+  const MachineState between =
+      to == MachineState::paused ? MachineState::pausing : MachineState::resuming;
+  move(between, result ? to : back);
+  deliver(toggleDone_, std::move(result));
+}
+
+Result<> QemuMachine::requestStop() {
+  if (!canRequestStop()) return refusal("the machine is not running");
+  if (!process_->control().isOpen()) return refusal(deaf);
+  pressPowerButton();
+  return {};
+}
+
+/// A press is lost, without a sign, while firmware or an early kernel runs: press until it is gone.
+void QemuMachine::pressPowerButton() {
+  if (shutdownReason_ || !process_->control().isOpen() || is(MachineState::stopping)) return;
+  if (!std::exchange(powerButtonHeld_, true)) {
+    process_->control().execute("system_powerdown",
+                                [this](const Result<>&) { powerButtonHeld_ = false; });
+  }
+  constexpr std::chrono::seconds interval{1};
+  loop_.postDelayed(interval, [this, alive = std::weak_ptr(alive_)] {
+    if (!alive.expired() && process_) pressPowerButton();
+  });
+}
+
+void QemuMachine::stop(Completion done) {
+  if (life_ != Life::alive) return deliver(done, refusal("the machine is stopped already"));
+  // One end is reported once: a second stop changes nothing and hears nothing.
+  if (stopDone_) return;
+  stopDone_ = std::move(done);
+  if (process_) endSoon();
+  state_ = MachineState::stopping;
+}
+
+/// QEMU closes its files in order if it still listens, but not for longer than this: what it has
+/// written is the kernel's by then.
+void QemuMachine::endSoon() {
+  const bool takesCommands = !is(MachineState::starting) && process_->control().isOpen();
+  if (takesCommands) process_->control().execute("quit", [](const Result<>&) {});
+  if (!takesCommands && !shutdownReason_) return process_->kill();
+  constexpr std::chrono::seconds patience{2};
+  loop_.postDelayed(patience, [this, alive = std::weak_ptr(alive_)] {
+    if (!alive.expired() && process_) process_->kill();
+  });
+}
+
+void QemuMachine::processEnded(const QemuExit& exit) {
+  const bool wasStarting = startDone_ != nullptr && !shutdownReason_;
+  if (wasStarting) return ended(startFailure_.value_or(startFailureOf(exit)));
+  ended(failureOf(exit, shutdownReason_.value_or("")));
+}
+
+void QemuMachine::ended(const std::optional<std::string>& failure) {
+  const bool hadStarted = startDone_ == nullptr || !failure;
+  const bool wasAskedFor = stopDone_ != nullptr;
+  life_ = Life::over;
+  state_ = failure && !wasAskedFor ? MachineState::error : MachineState::stopped;
+  if (toggleDone_) deliver(toggleDone_, refusal("the machine has ended"));
+  deliverEnd(failure, hadStarted);
+  viewers_.clear();
+  process_.reset();
+}
+
+/// Exactly one of the four ends.
+void QemuMachine::deliverEnd(const std::optional<std::string>& failure, bool hadStarted) {
+  if (stopDone_) {
+    deliver(stopDone_, {});
+  } else if (!hadStarted) {
+    deliver(startDone_, refusal(failure.value_or("")));
+  } else if (failure) {
+    later([this, error = refusal(*failure).error()] {
+      if (delegate_ != nullptr) delegate_->didStopWithError(error);
+    });
+  } else {
+    later([this] {
+      if (delegate_ != nullptr) delegate_->guestDidStop();
+    });
+  }
+}
+
+/// In the order of the calls, unless the machine has been destroyed by then.
+void QemuMachine::later(platform::Work work) {
+  loop_.post([work = std::move(work), alive = std::weak_ptr(alive_)] {
+    if (!alive.expired()) work();
+  });
+}
+
+void QemuMachine::deliver(Completion& completion, Result<> result) {
+  later([done = std::exchange(completion, nullptr), result = std::move(result)] { done(result); });
+}
+
+}  // namespace parlen::qemu

@@ -1,0 +1,166 @@
+#include "platform/qemu/qemu_arguments.h"
+
+#include <bit>
+#include <cstdint>
+
+#include "platform/qemu/capabilities.h"
+#include "platform/qemu/identities.h"
+#include "platform/qemu/storage.h"
+
+namespace parlen::qemu {
+namespace {
+
+using platform::MachineConfiguration;
+
+/// The list as it grows, one option with its value at a time.
+class Arguments {
+ public:
+  void add(std::string option) { list_.push_back(std::move(option)); }
+  void add(std::string option, std::string value) {
+    list_.push_back(std::move(option));
+    list_.push_back(std::move(value));
+  }
+  std::vector<std::string> take() { return std::move(list_); }
+
+ private:
+  std::vector<std::string> list_;
+};
+
+/// A file as a node of QEMU's block layer. The format is always named: a guest could write another
+/// format's header into its raw disk. Nothing in the path is taken for a protocol here.
+std::string rawNode(const std::string& name, std::string_view driver, const std::string& path,
+                    std::string_view options) {
+  std::string node = "driver=raw,node-name=" + name;
+  node.append(options).append(",file.driver=").append(driver);
+  return node + ",file.filename=" + escapeOption(path);
+}
+
+void addBoard(Arguments& arguments, const MachineConfiguration& configuration,
+              Acceleration acceleration) {
+  const auto& model = static_cast<const QemuHardwareModel&>(*configuration.hardwareModel);
+  const auto& identifier =
+      static_cast<const QemuMachineIdentifier&>(*configuration.machineIdentifier);
+  const auto& storage = static_cast<const QemuAuxiliaryStorage&>(*configuration.auxiliaryStorage);
+  arguments.add("-nodefaults");
+  arguments.add("-no-user-config");
+  arguments.add("-S");  // the guest waits until its events are heard
+  arguments.add("-machine",
+                std::string(model.platform()->machineType) + ",pflash0=firmware,pflash1=variables");
+  arguments.add("-accel", acceleration == Acceleration::kvm ? "kvm" : "tcg");
+  arguments.add("-cpu", "max");
+  arguments.add("-smp", std::to_string(configuration.cpuCount));
+  arguments.add("-m", std::to_string(configuration.memorySize / mebibyte) + "M");
+  arguments.add("-rtc", "base=utc");
+  arguments.add("-uuid", identifier.uuid());
+  arguments.add("-blockdev",
+                rawNode("firmware", "file", model.platform()->firmwareCode, ",read-only=on"));
+  arguments.add("-blockdev", rawNode("variables", "file", storage.path(), ""));
+}
+
+/// An error of the disk pauses the guest instead of reaching it: once there is space again, it goes
+/// on with nothing lost.
+void addDisk(Arguments& arguments, const QemuDiskAttachment& disk, std::size_t index) {
+  const std::string name = "disk" + std::to_string(index);
+  const bool isFile = disk.kind() == DiskKind::file;
+  const bool readOnly = disk.access() == DiskAccess::readOnly;
+  arguments.add("-blockdev", rawNode(name, isFile ? "file" : "host_device", disk.path(),
+                                     readOnly ? ",discard=unmap,read-only=on" : ",discard=unmap") +
+                                 ",file.aio=threads,file.discard=unmap");
+  arguments.add("-device",
+                "virtio-blk-pci,drive=" + name + ",write-cache=on,werror=stop,rerror=stop");
+}
+
+void addNetwork(Arguments& arguments, const platform::NetworkDevice& network, std::size_t index) {
+  const std::string name = "net" + std::to_string(index);
+  const std::string address =
+      network.macAddress ? ",mac=" + platform::toString(*network.macAddress) : "";
+  arguments.add("-netdev", "user,id=" + name);
+  arguments.add("-device", "virtio-net-pci,netdev=" + name + address);
+}
+
+void addEntropy(Arguments& arguments, std::size_t index) {
+  const std::string name = "random" + std::to_string(index);
+  arguments.add("-object", "rng-random,filename=/dev/urandom,id=" + name);
+  arguments.add("-device", "virtio-rng-pci,rng=" + name);
+}
+
+/// The device draws with twice the picture's memory; with less, a driver chooses a smaller picture.
+std::string videoDevice(const platform::Display& display) {
+  constexpr std::uint64_t bytesPerPixel = 4;
+  const std::uint64_t picture = static_cast<std::uint64_t>(display.widthInPixels) *
+                                static_cast<std::uint64_t>(display.heightInPixels) * bytesPerPixel;
+  const std::uint64_t memory = std::bit_ceil((2 * picture + mebibyte - 1) / mebibyte);
+  return "VGA,vgamem_mb=" + std::to_string(memory) +
+         ",xres=" + std::to_string(display.widthInPixels) +
+         ",yres=" + std::to_string(display.heightInPixels);
+}
+
+/// The host enforces the access, whatever the guest mounts. Files belong to the tool's user.
+void addShare(Arguments& arguments, const platform::DirectorySharingDevice& share,
+              std::size_t index) {
+  const std::string name = "share" + std::to_string(index);
+  const bool readOnly = share.access == platform::ShareAccess::readOnly;
+  arguments.add("-fsdev", "local,id=" + name + ",path=" + escapeOption(share.path) +
+                              ",security_model=none,multidevs=remap" +
+                              (readOnly ? ",readonly=on" : ""));
+  arguments.add("-device", "virtio-9p-pci,fsdev=" + name + ",mount_tag=" + escapeOption(share.tag));
+}
+
+void addDevices(Arguments& arguments, const MachineConfiguration& configuration) {
+  for (std::size_t i = 0; i < configuration.storageDevices.size(); ++i) {
+    const auto& attachment = *configuration.storageDevices[i].attachment;
+    addDisk(arguments, static_cast<const QemuDiskAttachment&>(attachment), i);
+  }
+  for (std::size_t i = 0; i < configuration.networkDevices.size(); ++i) {
+    addNetwork(arguments, configuration.networkDevices[i], i);
+  }
+  for (std::size_t i = 0; i < configuration.entropyDevices.size(); ++i) addEntropy(arguments, i);
+  for (const auto& graphics : configuration.graphicsDevices) {
+    for (const auto& display : graphics.displays) arguments.add("-device", videoDevice(display));
+  }
+  arguments.add("-device", "qemu-xhci");
+  for (std::size_t i = 0; i < configuration.keyboards.size(); ++i) {
+    arguments.add("-device", "usb-kbd");
+  }
+  for (std::size_t i = 0; i < configuration.pointingDevices.size(); ++i) {
+    arguments.add("-device", "usb-tablet");
+  }
+  for (std::size_t i = 0; i < configuration.directorySharingDevices.size(); ++i) {
+    addShare(arguments, configuration.directorySharingDevices[i], i);
+  }
+  // Tells a guest's panic apart from its power-off.
+  arguments.add("-device", "pvpanic-pci");
+}
+
+/// Nothing listens and no window opens; a viewer can be given to the display later, over the
+/// control socket, which needs the display server to be there.
+void addConnections(Arguments& arguments) {
+  arguments.add("-display", "none");
+  arguments.add("-vnc", "none");
+  arguments.add("-chardev", "socket,id=control,fd=" + std::to_string(controlDescriptor));
+  arguments.add("-mon", "chardev=control,mode=control");
+  arguments.add("-sandbox",
+                "on,obsolete=deny,elevateprivileges=deny,spawn=deny,resourcecontrol=deny");
+}
+
+}  // namespace
+
+std::vector<std::string> qemuArguments(const MachineConfiguration& configuration,
+                                       Acceleration acceleration) {
+  Arguments arguments;
+  addBoard(arguments, configuration, acceleration);
+  addDevices(arguments, configuration);
+  addConnections(arguments);
+  return arguments.take();
+}
+
+std::string escapeOption(std::string_view value) {
+  std::string escaped;
+  for (const char character : value) {
+    if (character == ',') escaped += ',';
+    escaped += character;
+  }
+  return escaped;
+}
+
+}  // namespace parlen::qemu

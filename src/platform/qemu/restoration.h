@@ -1,0 +1,31 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/host.h"
+#include "platform/posix/loop.h"
+#include "platform/qemu/image_examination.h"
+
+namespace parlen::qemu {
+
+class QemuRestoration : public platform::Restoration {
+ public:
+  explicit QemuRestoration(posix::Loop& loop) : loop_(loop) {}
+
+  void loadRestoreImage(const std::string& path, Loaded done) override;
+  /// An image that has not been loaded, or has changed since, fails to install.
+  std::unique_ptr<platform::Installer> createInstaller(
+      platform::VirtualMachine& machine, const std::string& restoreImagePath) override;
+
+ private:
+  posix::Loop& loop_;
+  // What was found out about an image is needed again for its installation. Nothing is taken away:
+  // a process loads one image.
+  std::vector<std::unique_ptr<ImageExamination>> examinations_;
+  std::map<std::string, std::shared_ptr<const QemuRestoreImage>> loaded_;
+};
+
+}  // namespace parlen::qemu

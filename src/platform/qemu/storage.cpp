@@ -1,0 +1,100 @@
+#include "platform/qemu/storage.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/error.h"
+#include "platform/qemu/errors.h"
+
+namespace parlen::qemu {
+namespace {
+
+using platform::Result;
+using posix::Descriptor;
+
+/// Non-blocking, so that a FIFO in the file's place is refused instead of waited for.
+Descriptor openExisting(const std::string& path, int access) {
+  return Descriptor(::open(path.c_str(), access | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+}
+
+Result<> writeAll(const Descriptor& to, std::string_view bytes, const std::string& path) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(to.get(), bytes.data(), bytes.size());
+    if (written < 0 && errno != EINTR) return posix::failure("write " + path, errno);
+    if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return {};
+}
+
+Result<> copyAll(const Descriptor& from, const Descriptor& to, const std::string& path) {
+  constexpr std::size_t chunk = 65536;
+  std::array<char, chunk> buffer{};
+  while (true) {
+    const ssize_t count = ::read(from.get(), buffer.data(), buffer.size());
+    if (count == 0) return {};
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return posix::failure("copy the firmware's variables to " + path, errno);
+    const auto written = writeAll(to, {buffer.data(), static_cast<std::size_t>(count)}, path);
+    if (!written) return written;
+  }
+}
+
+/// -1 for anything but a regular file.
+off_t lengthOf(const Descriptor& file) {
+  struct stat status{};
+  if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
+  return status.st_size;
+}
+
+/// A store of variables is a firmware volume, whose header has a signature at a fixed place.
+bool hasVolumeHeader(const Descriptor& file) {
+  constexpr std::string_view signature = "_FVH";
+  constexpr off_t signatureOffset = 40;
+  std::array<char, signature.size()> bytes{};
+  const ssize_t count = ::pread(file.get(), bytes.data(), bytes.size(), signatureOffset);
+  return count == static_cast<ssize_t>(bytes.size()) &&
+         std::string_view(bytes.data(), bytes.size()) == signature;
+}
+
+}  // namespace
+
+Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& platform) {
+  const std::string original = platform.firmwareVariables;
+  const Descriptor from = openExisting(original, O_RDONLY);
+  if (!from) return posix::failure("read " + original, errno);
+  constexpr mode_t mode = 0666;  // less what the user's mask takes away
+  Descriptor to(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+  if (!to) return posix::failure("create " + path, errno);
+  const auto copied = copyAll(from, to, path);
+  if (copied && !to.close()) return posix::failure("write " + path, errno);
+  return copied;
+}
+
+Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform) {
+  const std::string original = platform.firmwareVariables;
+  const Descriptor file = openExisting(path, O_RDWR);
+  if (!file) return posix::failure("open the auxiliary storage " + path, errno);
+  const Descriptor pattern = openExisting(original, O_RDONLY);
+  if (!pattern) return posix::failure("read " + original, errno);
+  if (lengthOf(file) == lengthOf(pattern) && hasVolumeHeader(file)) return {};
+  return refusal("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
+}
+
+Result<QemuDiskAttachment> attachDisk(const std::string& path, DiskAccess access) {
+  const std::string attempt = "open the disk image " + path;
+  const Descriptor file = openExisting(path, access == DiskAccess::readOnly ? O_RDONLY : O_RDWR);
+  if (!file) return posix::failure(attempt, errno);
+  struct stat status{};
+  if (::fstat(file.get(), &status) != 0) return posix::failure(attempt, errno);
+  if (S_ISREG(status.st_mode)) return QemuDiskAttachment(path, DiskKind::file, access);
+  if (S_ISBLK(status.st_mode)) return QemuDiskAttachment(path, DiskKind::blockDevice, access);
+  return refusal("could not " + attempt + ": it is neither a file nor a block device");
+}
+
+}  // namespace parlen::qemu

@@ -1,0 +1,236 @@
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <fstream>
+
+#include "host_fixture.h"
+#include "platform/qemu/kvm_probe.h"
+
+namespace parlen::qemu {
+namespace {
+
+using platform::MachineState;
+using test::MachineStory;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+/// Whether the process runs; one that nobody has reaped yet does not.
+bool isAlive(int pid) {
+  std::ifstream status("/proc/" + std::to_string(pid) + "/stat");
+  std::string number;
+  std::string name;
+  std::string state;
+  return status >> number >> name >> state && state != "Z";
+}
+
+class QemuMachineTest : public HostTest {
+ protected:
+  /// QEMU's process: the only child.
+  static int qemu() {
+    const auto pids = children();
+    EXPECT_THAT(pids, SizeIs(1));
+    return pids.empty() ? 0 : pids.front();
+  }
+};
+
+TEST_F(QemuMachineTest, EndsWithAnErrorWhenQemuIsKilledWhileItRuns) {
+  MachineStory story;
+  const auto machine = runningMachine(story);
+
+  ::kill(qemu(), SIGKILL);
+
+  runUntil([&] { return story.happened.size() > 1; });
+  EXPECT_THAT(story.happened, ElementsAre("started", "stopped with an error"));
+  EXPECT_EQ(story.lastError, "QEMU was ended by signal 9 (Killed)");
+  EXPECT_EQ(machine->state(), static_cast<int>(MachineState::error));
+}
+
+TEST_F(QemuMachineTest, FailsToStartWhenQemuIsKilledWhileItStarts) {
+  MachineStory story;
+  const auto machine = machineOf(makeGuest("guest"), story);
+  machine->start(story.tell("start"));
+
+  ::kill(qemu(), SIGKILL);
+
+  runUntil([&] { return !story.happened.empty(); });
+  EXPECT_THAT(story.happened, ElementsAre("start failed"));
+  EXPECT_EQ(story.lastError, "QEMU was ended by signal 9 (Killed) while it was starting");
+}
+
+TEST_F(QemuMachineTest, EndsWithAnErrorWhenQemuIsKilledAfterAStopRequest) {
+  MachineStory story;
+  const auto machine = runningMachine(story);
+  ASSERT_TRUE(machine->requestStop());
+
+  ::kill(qemu(), SIGKILL);
+
+  runUntil([&] { return story.happened.size() > 1; });
+  EXPECT_THAT(story.happened, ElementsAre("started", "stopped with an error"));
+}
+
+TEST_F(QemuMachineTest, FailsAPauseUnderWayBeforeItReportsThatQemuWasKilled) {
+  MachineStory story;
+  const auto machine = runningMachine(story);
+  const int pid = qemu();
+  ::kill(pid, SIGSTOP);  // QEMU does not get to answer
+  machine->pause(story.tell("pause"));
+
+  ::kill(pid, SIGKILL);
+
+  runUntil([&] { return story.happened.size() > 2; });
+  EXPECT_THAT(story.happened, ElementsAre("started", "pause failed", "stopped with an error"));
+}
+
+TEST_F(QemuMachineTest, SaysWhoAskedQemuToEnd) {
+  MachineStory story;
+  const auto machine = runningMachine(story);
+
+  ::kill(qemu(), SIGTERM);
+
+  runUntil([&] { return story.happened.size() > 1; });
+  EXPECT_THAT(story.happened, ElementsAre("started", "stopped with an error"));
+  EXPECT_THAT(story.lastError, HasSubstr("asked to end by a signal: terminating on signal 15"));
+}
+
+TEST_F(QemuMachineTest, StopsHardEvenIfQemuHearsNothing) {
+  MachineStory story;
+  const auto machine = runningMachine(story);
+  ::kill(qemu(), SIGSTOP);
+
+  machine->stop(story.tell("stopped"));
+
+  runUntil([&] { return story.has("stopped"); });
+  EXPECT_THAT(story.happened, ElementsAre("started", "stopped"));
+  EXPECT_THAT(children(), IsEmpty());
+}
+
+TEST_F(QemuMachineTest, CompletesAHardStopOnlyWhenTheProcessIsGone) {
+  MachineStory story;
+  const auto machine = runningMachine(story);
+  const int pid = qemu();
+
+  machine->stop([&, pid](const platform::Result<>& result) {
+    EXPECT_TRUE(result);
+    EXPECT_EQ(::kill(pid, 0), -1);
+    story.happened.emplace_back("stopped");
+  });
+
+  runUntil([&] { return story.has("stopped"); });
+}
+
+TEST_F(QemuMachineTest, LeavesNoProcessBehindWhenItIsDestroyed) {
+  MachineStory story;
+  auto machine = runningMachine(story);
+
+  machine.reset();
+
+  EXPECT_THAT(children(), IsEmpty());
+}
+
+TEST_F(QemuMachineTest, TakesNoStopRequestWhileItIsPaused) {
+  MachineStory story;
+  const auto machine = runningMachine(story);
+  machine->pause(story.tell("paused"));
+  runUntil([&] { return story.has("paused"); });
+
+  EXPECT_FALSE(machine->canRequestStop());
+  EXPECT_FALSE(machine->requestStop());
+}
+
+TEST_F(QemuMachineTest, RunsWithCommasInItsPaths) {
+  auto configuration = makeGuest("a,b,readonly=on");
+  ASSERT_TRUE(files().createDirectories(path("in,put")));
+  configuration.directorySharingDevices = {
+      {.tag = "one", .path = path("in,put"), .access = platform::ShareAccess::readOnly}};
+  MachineStory story;
+  const auto machine = machineOf(configuration, story);
+
+  machine->start(story.tell("started"));
+
+  runUntil([&] { return !story.happened.empty(); });
+  EXPECT_THAT(story.happened, ElementsAre("started")) << story.lastError;
+}
+
+TEST_F(QemuMachineTest, FailsToStartWithoutAFolderToShareAndNamesIt) {
+  auto configuration = makeGuest("guest");
+  configuration.directorySharingDevices = {
+      {.tag = "one", .path = path("missing"), .access = platform::ShareAccess::readOnly}};
+  MachineStory story;
+  const auto machine = machineOf(configuration, story);
+
+  machine->start(story.tell("start"));
+
+  runUntil([&] { return !story.happened.empty(); });
+  EXPECT_THAT(story.happened, ElementsAre("start failed"));
+  EXPECT_THAT(story.lastError, HasSubstr(path("missing")));
+}
+
+TEST_F(QemuMachineTest, SaysThatTheDiskIsInUse) {
+  const auto configuration = makeGuest("first");
+  auto second = makeGuest("second");
+  second.storageDevices = configuration.storageDevices;
+  MachineStory firstStory;
+  const auto first = machineOf(configuration, firstStory);
+  first->start(firstStory.tell("started"));
+  runUntil([&] { return firstStory.has("started"); });
+  MachineStory story;
+  const auto machine = machineOf(second, story);
+
+  machine->start(story.tell("start"));
+
+  runUntil([&] { return !story.happened.empty(); });
+  EXPECT_THAT(story.lastError, testing::StartsWith("QEMU cannot start: "));
+  EXPECT_THAT(story.lastError, HasSubstr("Failed to get \"write\" lock"));
+  EXPECT_THAT(story.lastError, HasSubstr(path("first/disk")));
+}
+
+TEST_F(QemuMachineTest, WarnsOnceThatItEmulates) {
+  MachineStory story;
+  const auto machine = runningMachine(story);
+
+  EXPECT_THAT(warnings(), SizeIs(kvmWorks() ? 0 : 1));
+}
+
+TEST_F(QemuMachineTest, RunsQemuInASessionOfItsOwn) {
+  MachineStory story;
+  const auto machine = runningMachine(story);
+
+  EXPECT_EQ(::getsid(qemu()), qemu());
+}
+
+TEST_F(QemuMachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
+  const auto configuration = makeGuest("guest");
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe(ends.data()), 0);
+  // The child is the tool: it starts a guest, tells its QEMU's number and is killed.
+  const pid_t tool = ::fork();
+  if (tool == 0) {
+    MachineStory story;
+    const auto system = posix::makePosixSystem();
+    QemuHost own(system->posixLoop(), [](std::string_view) {}, [] {});
+    const auto machine = own.machines().createMachine(configuration);
+    machine->start([&](const platform::Result<>&) {
+      const int pid = children().front();
+      [[maybe_unused]] const auto count = ::write(ends[1], &pid, sizeof pid);
+    });
+    system->loop().run();
+  }
+  ::close(ends[1]);
+  int pid = 0;
+  ASSERT_EQ(::read(ends[0], &pid, sizeof pid), static_cast<ssize_t>(sizeof pid));
+  ASSERT_EQ(::kill(pid, 0), 0);
+
+  ::kill(tool, SIGKILL);
+  ::waitpid(tool, nullptr, 0);
+
+  runUntil([pid] { return !isAlive(pid); });
+  ::close(ends[0]);
+}
+
+}  // namespace
+}  // namespace parlen::qemu

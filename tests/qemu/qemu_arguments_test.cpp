@@ -1,0 +1,136 @@
+#include "platform/qemu/qemu_arguments.h"
+
+#include <gmock/gmock.h>
+
+#include "platform/qemu/identities.h"
+#include "platform/qemu/storage.h"
+
+namespace parlen::qemu {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+platform::MachineConfiguration configuration() {
+  QemuMachineIdentifier::Bytes identifier{};
+  for (std::size_t i = 0; i < identifier.size(); ++i) {
+    identifier[i] = static_cast<std::uint8_t>(i * 0x11);
+  }
+  platform::MachineConfiguration machine;
+  machine.hardwareModel =
+      std::make_shared<QemuHardwareModel>(*findGuestPlatform("x86_64", "q35", "ovmf-4m"));
+  machine.machineIdentifier = std::make_shared<QemuMachineIdentifier>(identifier);
+  machine.auxiliaryStorage = std::make_shared<QemuAuxiliaryStorage>("/vms/one/AuxiliaryStorage");
+  machine.cpuCount = 2;
+  machine.memorySize = 4294967296;
+  machine.graphicsDevices = {
+      {.displays = {{.widthInPixels = 1920, .heightInPixels = 1200, .pixelsPerInch = 80}}}};
+  machine.storageDevices = {{std::make_shared<QemuDiskAttachment>(
+      "/vms/one/Disk.img", DiskKind::file, DiskAccess::readWrite)}};
+  machine.networkDevices = {{.attachment = platform::NetworkAttachment::nat,
+                             .macAddress = platform::parseMacAddress("02:00:00:0a:0b:0c")}};
+  machine.entropyDevices = {platform::EntropyDevice::virtio};
+  machine.keyboards = {platform::Keyboard::usb};
+  machine.pointingDevices = {platform::PointingDevice::usbScreenCoordinate};
+  machine.directorySharingDevices = {
+      {.tag = "parlen-share", .path = "/in", .access = platform::ShareAccess::readOnly},
+      {.tag = "parlen-logs", .path = "/out", .access = platform::ShareAccess::readWrite}};
+  return machine;
+}
+
+TEST(QemuArguments, DescribeTheWholeMachine) {
+  EXPECT_THAT(
+      qemuArguments(configuration(), Acceleration::emulation),
+      ElementsAre(
+          "-nodefaults", "-no-user-config", "-S",                               //
+          "-machine", "q35,pflash0=firmware,pflash1=variables",                 //
+          "-accel", "tcg", "-cpu", "max", "-smp", "2", "-m", "4096M",           //
+          "-rtc", "base=utc", "-uuid", "00112233-4455-6677-8899-aabbccddeeff",  //
+          "-blockdev",
+          "driver=raw,node-name=firmware,read-only=on,file.driver=file,"
+          "file.filename=/usr/share/OVMF/OVMF_CODE_4M.fd",
+          "-blockdev",
+          "driver=raw,node-name=variables,file.driver=file,"
+          "file.filename=/vms/one/AuxiliaryStorage",
+          "-blockdev",
+          "driver=raw,node-name=disk0,discard=unmap,file.driver=file,"
+          "file.filename=/vms/one/Disk.img,file.aio=threads,file.discard=unmap",
+          "-device", "virtio-blk-pci,drive=disk0,write-cache=on,werror=stop,rerror=stop", "-netdev",
+          "user,id=net0",                                                         //
+          "-device", "virtio-net-pci,netdev=net0,mac=02:00:00:0a:0b:0c",          //
+          "-object", "rng-random,filename=/dev/urandom,id=random0",               //
+          "-device", "virtio-rng-pci,rng=random0",                                //
+          "-device", "VGA,vgamem_mb=32,xres=1920,yres=1200",                      //
+          "-device", "qemu-xhci", "-device", "usb-kbd", "-device", "usb-tablet",  //
+          "-fsdev", "local,id=share0,path=/in,security_model=none,multidevs=remap,readonly=on",
+          "-device", "virtio-9p-pci,fsdev=share0,mount_tag=parlen-share",  //
+          "-fsdev", "local,id=share1,path=/out,security_model=none,multidevs=remap", "-device",
+          "virtio-9p-pci,fsdev=share1,mount_tag=parlen-logs",  //
+          "-device", "pvpanic-pci",                            //
+          "-display", "none", "-vnc", "none",                  //
+          "-chardev", "socket,id=control,fd=3",                //
+          "-mon", "chardev=control,mode=control",              //
+          "-sandbox", "on,obsolete=deny,elevateprivileges=deny,spawn=deny,resourcecontrol=deny"));
+}
+
+TEST(QemuArguments, NameTheAcceleration) {
+  const auto arguments = qemuArguments(configuration(), Acceleration::kvm);
+
+  EXPECT_THAT(arguments, Contains("kvm"));
+  EXPECT_THAT(arguments, Not(Contains("tcg")));
+}
+
+TEST(QemuArguments, DoubleTheCommasOfPaths) {
+  auto machine = configuration();
+  machine.auxiliaryStorage = std::make_shared<QemuAuxiliaryStorage>("/a,b,read-only=on");
+  machine.storageDevices = {
+      {std::make_shared<QemuDiskAttachment>("/c,,d", DiskKind::file, DiskAccess::readWrite)}};
+  machine.directorySharingDevices[0].path = ",e";
+
+  const auto arguments = qemuArguments(machine, Acceleration::emulation);
+
+  EXPECT_THAT(arguments, Contains(HasSubstr("file.filename=/a,,b,,read-only=on")));
+  EXPECT_THAT(arguments, Contains(HasSubstr("file.filename=/c,,,,d,file.aio")));
+  EXPECT_THAT(arguments, Contains(HasSubstr("path=,,e,security_model")));
+}
+
+TEST(QemuArguments, LeaveTheAddressToQemuIfThereIsNone) {
+  auto machine = configuration();
+  machine.networkDevices[0].macAddress.reset();
+
+  EXPECT_THAT(qemuArguments(machine, Acceleration::emulation),
+              Contains("virtio-net-pci,netdev=net0"));
+}
+
+TEST(QemuArguments, OpenABlockDeviceAsOneAndAReadOnlyDiskToRead) {
+  auto machine = configuration();
+  machine.storageDevices = {{std::make_shared<QemuDiskAttachment>("/dev/sdz", DiskKind::blockDevice,
+                                                                  DiskAccess::readOnly)}};
+
+  EXPECT_THAT(qemuArguments(machine, Acceleration::emulation),
+              Contains("driver=raw,node-name=disk0,discard=unmap,read-only=on,"
+                       "file.driver=host_device,file.filename=/dev/sdz,file.aio=threads,"
+                       "file.discard=unmap"));
+}
+
+TEST(QemuArguments, GiveAMachineWithoutDevicesNone) {
+  auto machine = configuration();
+  machine.graphicsDevices.clear();
+  machine.storageDevices.clear();
+  machine.networkDevices.clear();
+  machine.entropyDevices.clear();
+  machine.keyboards.clear();
+  machine.pointingDevices.clear();
+  machine.directorySharingDevices.clear();
+
+  const auto arguments = qemuArguments(machine, Acceleration::emulation);
+
+  for (const char* part : {"VGA", "virtio-", "usb-", "-netdev", "-fsdev", "-object"}) {
+    EXPECT_THAT(arguments, Not(Contains(HasSubstr(part)))) << part;
+  }
+}
+
+}  // namespace
+}  // namespace parlen::qemu

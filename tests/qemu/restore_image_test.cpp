@@ -1,0 +1,180 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "host_fixture.h"
+#include "platform/qemu/image_paths.h"
+#include "platform/qemu/restore_image.h"
+
+namespace parlen::qemu {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+class RestoreImageTest : public HostTest {
+ protected:
+  using Loaded = platform::Result<std::shared_ptr<const platform::RestoreImage>>;
+
+  Loaded load(const std::string& name) {
+    std::optional<Loaded> result;
+    host().restoration().loadRestoreImage(path(name),
+                                          [&](Loaded loaded) { result = std::move(loaded); });
+    runUntil([&] { return result.has_value(); });
+    return *result;
+  }
+  /// What is said about an image that is refused; empty for one that is not.
+  std::string complaint(const std::string& name) {
+    const Loaded loaded = load(name);
+    return loaded ? "" : loaded.error().description;
+  }
+  std::string sentence(const std::string& name, const std::string& end) const {
+    return "the restore image " + path(name) + " " + end;
+  }
+  /// A raw disk with a boot signature and some data, of 4 MiB.
+  void makeRawDisk(const std::string& name) {
+    constexpr std::size_t length = 4UL * 1024UL * 1024UL;
+    std::string disk(length, '\0');
+    disk.replace(510, 2, "\x55\xaa");
+    disk.replace(length / 2, 100, std::string(100, 'x'));
+    ASSERT_TRUE(files().write(path(name), disk));
+  }
+  platform::Result<> install(const std::string& image, const std::string& guest) {
+    const auto machine = host().machines().createMachine(makeGuest(guest));
+    EXPECT_TRUE(files().setLength(path(guest + "/disk"), 8UL * 1024UL * 1024UL));
+    const auto installer = host().restoration().createInstaller(*machine, path(image));
+    std::optional<platform::Result<>> result;
+    installer->install([&](platform::Result<> installed) { result = std::move(installed); });
+    runUntil([&] { return result.has_value(); });
+    return *result;
+  }
+};
+
+TEST_F(RestoreImageTest, MayBeOfAnyFormatThatIsCompleteInItself) {
+  makeRawDisk("raw");
+  for (const std::string format : {"qcow2", "vmdk", "vdi", "vhdx", "vpc", "qcow", "qed"}) {
+    shell("qemu-img convert -f raw -O " + format + " raw " + format);
+
+    EXPECT_EQ(complaint(format), "");
+    const auto installed = install(format, "guest-" + format);
+
+    EXPECT_TRUE(installed) << installed.error().description;
+    const std::string disk = files().read(path("guest-" + format + "/disk")).value();
+    EXPECT_EQ(disk.substr(0, 4UL * 1024UL * 1024UL), files().read(path("raw")).value()) << format;
+  }
+}
+
+TEST_F(RestoreImageTest, NeedsNothingInParticular) {
+  makeRawDisk("raw");
+
+  const auto needs = load("raw").value()->mostFeaturefulSupportedConfiguration();
+
+  ASSERT_TRUE(needs);
+  EXPECT_EQ(needs->minimumCPUCount, 1);
+  EXPECT_EQ(needs->minimumMemorySize, 0U);
+}
+
+TEST_F(RestoreImageTest, IsADiskAndNotJustAnyFile) {
+  ASSERT_TRUE(files().write(path("text"), std::string(5000, 'x')));
+  ASSERT_TRUE(files().write(path("nothing"), ""));
+
+  EXPECT_EQ(complaint("text"), sentence("text", "is not a disk image"));
+  EXPECT_EQ(complaint("nothing"), sentence("nothing", "is empty"));
+}
+
+TEST_F(RestoreImageTest, IsAFileThatCanBeRead) {
+  ASSERT_TRUE(files().createDirectories(path("folder")));
+  ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+
+  EXPECT_EQ(complaint("missing"),
+            "could not read the restore image " + path("missing") + ": No such file or directory");
+  EXPECT_EQ(complaint("folder"),
+            "could not read the restore image " + path("folder") + ": Is a directory");
+  EXPECT_EQ(complaint("fifo"),
+            "could not read the restore image " + path("fifo") + ": it is not a file");
+}
+
+TEST_F(RestoreImageTest, DoesNotReachOtherFiles) {
+  shell("qemu-img create -f qcow2 base 1M");
+  shell("qemu-img create -f qcow2 -b base -F qcow2 overlay");
+  shell("qemu-img create -f qcow2 -o data_file=data.raw split 1M");
+  shell("qemu-img create -f vmdk -o subformat=monolithicFlat flat.vmdk 1M");
+  shell(
+      "qemu-img create -f vmdk base.vmdk 1M && "
+      "qemu-img create -f vmdk -b base.vmdk -F vmdk overlay.vmdk");
+  shell("qemu-img create -f qed base.qed 1M && qemu-img create -f qed -b base.qed -F qed over.qed");
+
+  EXPECT_EQ(complaint("overlay"), sentence("overlay", "needs a backing file"));
+  EXPECT_EQ(complaint("split"), sentence("split", "keeps its data in another file"));
+  EXPECT_EQ(complaint("flat.vmdk"),
+            sentence("flat.vmdk", "is a VMDK descriptor, which names other files"));
+  EXPECT_EQ(complaint("overlay.vmdk"), sentence("overlay.vmdk", "needs a backing file"));
+  EXPECT_EQ(complaint("over.qed"), sentence("over.qed", "needs a backing file"));
+}
+
+TEST_F(RestoreImageTest, IsWhole) {
+  makeRawDisk("raw");
+  shell("qemu-img convert -f raw -O qcow2 raw whole && head -c 270000 whole > truncated");
+
+  EXPECT_THAT(complaint("truncated"), HasSubstr(sentence("truncated", "is damaged: ")));
+}
+
+TEST_F(RestoreImageTest, IsWholeInAFormatWhoseCheckDoesNotLook) {
+  makeRawDisk("raw");
+  shell("head -c 3000000 /dev/urandom | dd of=raw bs=1M seek=1 conv=notrunc status=none");
+  for (const std::string format : {"vdi", "qcow"}) {
+    shell("qemu-img convert -f raw -O " + format + " raw whole." + format +
+          " && truncate -s -1500000 whole." + format + " && qemu-img convert -f raw -O " + format +
+          " raw good." + format);
+
+    EXPECT_THAT(complaint("whole." + format), HasSubstr("is damaged: ")) << format;
+    EXPECT_EQ(complaint("good." + format), "") << format;
+  }
+}
+
+TEST_F(RestoreImageTest, WithABrokenHeaderIsNamedWithTheToolsReason) {
+  ASSERT_TRUE(files().write(path("broken"),
+                            "QFI\xfb" + std::string("\0\0\0\3", 4) + std::string(100, '\0')));
+
+  EXPECT_THAT(complaint("broken"), HasSubstr(sentence("broken", "cannot be read: ")));
+}
+
+TEST_F(RestoreImageTest, MayHaveANameThatLooksLikeAnOptionOrAList) {
+  for (const std::string name : {"-f", "a,b=c", "json:{}", "nbd:localhost:1", "with blank"}) {
+    makeRawDisk(name);
+
+    EXPECT_EQ(complaint(name), "");
+    EXPECT_TRUE(install(name, "guest of " + name)) << name;
+  }
+}
+
+TEST(ImagePaths, AreNeverTakenForAnythingElse) {
+  EXPECT_EQ(fileNode("-f"), "file:-f");
+  EXPECT_EQ(fileNode("nbd:localhost:1"), "file:nbd:localhost:1");
+  EXPECT_EQ(fileNode("json:{}"), "file:json:{}");
+  EXPECT_EQ(deviceNode("/dev/sdz"), "host_device:/dev/sdz");
+}
+
+TEST_F(RestoreImageTest, IsInstalledOnlyAsItWasExamined) {
+  makeRawDisk("raw");
+  EXPECT_THAT(install("raw", "early").error().description, EndsWith("has not been loaded"));
+  ASSERT_EQ(complaint("raw"), "");
+  ASSERT_TRUE(files().write(path("raw"), "QFI\xfb"));
+
+  EXPECT_THAT(install("raw", "late").error().description,
+              EndsWith("has changed since it was examined"));
+}
+
+TEST_F(RestoreImageTest, KeepsTheHolesOfTheDisk) {
+  makeRawDisk("raw");
+  ASSERT_EQ(complaint("raw"), "");
+
+  ASSERT_TRUE(install("raw", "guest"));
+
+  struct stat status{};
+  ASSERT_EQ(stat(path("guest/disk").c_str(), &status), 0);
+  EXPECT_EQ(status.st_size, 8 * 1024 * 1024);
+  EXPECT_LT(status.st_blocks * 512, 1024 * 1024);
+}
+
+}  // namespace
+}  // namespace parlen::qemu

@@ -1,0 +1,98 @@
+#include "platform/qemu/storage.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "support/temporary_directory.h"
+#include "support/test_system.h"
+
+namespace parlen::qemu {
+namespace {
+
+using testing::HasSubstr;
+
+class Storage : public testing::Test {
+ protected:
+  platform::Files& files() { return system_.files(); }
+  std::string path(const std::string& name) const { return directory_ / name; }
+
+  /// A firmware of the test's own, so that none needs to be installed.
+  const GuestPlatform& firmware() {
+    variables_ = path("variables");
+    std::string volume(1000, '\xff');
+    volume.replace(40, 4, "_FVH");
+    EXPECT_TRUE(files().write(variables_, volume));
+    platform_.firmwareVariables = variables_.c_str();
+    return platform_;
+  }
+
+ private:
+  test::TemporaryDirectory directory_;
+  test::TestSystem system_;
+  std::string variables_;
+  GuestPlatform platform_{};
+};
+
+TEST_F(Storage, IsCreatedAsACopyOfTheFirmwaresVariables) {
+  const GuestPlatform& platform = firmware();
+
+  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), platform));
+
+  EXPECT_EQ(files().read(path("aux")), files().read(path("variables")));
+  EXPECT_TRUE(checkAuxiliaryStorage(path("aux"), platform));
+}
+
+TEST_F(Storage, IsNotCreatedWhereEvenALinkIs) {
+  const GuestPlatform& platform = firmware();
+  ASSERT_EQ(symlink("nowhere", path("aux").c_str()), 0);
+
+  const auto created = createAuxiliaryStorage(path("aux"), platform);
+
+  ASSERT_FALSE(created);
+  EXPECT_EQ(created.error().description, "could not create " + path("aux") + ": File exists");
+}
+
+TEST_F(Storage, OfAnotherLengthOrContentIsDamaged) {
+  const GuestPlatform& platform = firmware();
+  std::string good = files().read(path("variables")).value();
+  std::string withoutSignature = good;
+  withoutSignature[40] = 'x';
+
+  for (const std::string& bytes : {std::string(), good.substr(1), good + "x", withoutSignature}) {
+    ASSERT_TRUE(files().write(path("aux"), bytes));
+    const auto checked = checkAuxiliaryStorage(path("aux"), platform);
+    ASSERT_FALSE(checked);
+    EXPECT_THAT(checked.error().description, HasSubstr(path("aux") + " is damaged"));
+  }
+}
+
+TEST_F(Storage, ThatIsMissingIsNamedWithTheReason) {
+  const auto checked = checkAuxiliaryStorage(path("aux"), firmware());
+
+  ASSERT_FALSE(checked);
+  EXPECT_EQ(checked.error().description,
+            "could not open the auxiliary storage " + path("aux") + ": No such file or directory");
+}
+
+TEST_F(Storage, AttachesAFileAsADisk) {
+  ASSERT_TRUE(files().write(path("disk"), ""));
+
+  const auto disk = attachDisk(path("disk"), DiskAccess::readWrite);
+
+  ASSERT_TRUE(disk);
+  EXPECT_EQ(disk->path(), path("disk"));
+  EXPECT_EQ(disk->kind(), DiskKind::file);
+}
+
+TEST_F(Storage, RefusesADirectoryAndAFifoAsADiskWithoutWaiting) {
+  ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+
+  EXPECT_FALSE(attachDisk(path(""), DiskAccess::readWrite));
+  const auto fifo = attachDisk(path("fifo"), DiskAccess::readWrite);
+  ASSERT_FALSE(fifo);
+  EXPECT_EQ(fifo.error().description, "could not open the disk image " + path("fifo") +
+                                          ": it is neither a file nor a block device");
+}
+
+}  // namespace
+}  // namespace parlen::qemu
