@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/system.h"
+#include "platform/linux/system.h"
 #include "platform/qemu/host.h"
 #include "support/machine_story.h"
 #include "support/temporary_directory.h"

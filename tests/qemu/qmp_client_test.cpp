@@ -7,7 +7,7 @@
 #include <array>
 #include <cstring>
 
-#include "platform/posix/poll_loop.h"
+#include "platform/linux/poll_loop.h"
 #include "support/run_until.h"
 
 namespace parlen::qemu {

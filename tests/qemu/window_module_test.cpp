@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "platform/posix/poll_loop.h"
+#include "platform/linux/poll_loop.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::qemu {

@@ -1,4 +1,4 @@
-#include "platform/posix/system.h"
+#include "platform/linux/system.h"
 #include "support/real_system.h"
 
 namespace parlen::test {

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "platform/posix/loop.h"
+#include "platform/linux/loop.h"
 
 namespace parlen::gtk {
 

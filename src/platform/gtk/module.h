@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "platform/error.h"
-#include "platform/posix/descriptor.h"
-#include "platform/posix/loop.h"
+#include "platform/linux/descriptor.h"
+#include "platform/linux/loop.h"
 #include "platform/virtual_machine.h"
 #include "platform/window_system.h"
 

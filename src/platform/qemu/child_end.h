@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/posix/child_process.h"
+#include "platform/linux/child_process.h"
 
 namespace parlen::qemu {
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "platform/posix/descriptor.h"
+#include "platform/linux/descriptor.h"
 #include "platform/virtual_machine.h"
 
 namespace parlen::qemu {

@@ -5,7 +5,7 @@
 
 #include "platform/gtk/module.h"
 #include "platform/host.h"
-#include "platform/posix/loop.h"
+#include "platform/linux/loop.h"
 #include "platform/qemu/capabilities.h"
 #include "platform/qemu/headless_application.h"
 #include "platform/qemu/identities.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/loop.h"
+#include "platform/linux/loop.h"
 #include "platform/qemu/restore_image.h"
 #include "platform/qemu/tool_run.h"
 

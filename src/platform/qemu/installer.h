@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/host.h"
-#include "platform/posix/loop.h"
+#include "platform/linux/loop.h"
 #include "platform/qemu/convert_progress.h"
 #include "platform/qemu/restore_image.h"
 #include "platform/qemu/storage.h"

@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/posix/descriptor.h"
+#include "platform/linux/descriptor.h"
 
 namespace parlen::qemu {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/host.h"
-#include "platform/posix/loop.h"
+#include "platform/linux/loop.h"
 
 namespace parlen::qemu {
 

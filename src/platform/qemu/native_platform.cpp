@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/posix/system.h"
+#include "platform/linux/system.h"
 #include "platform/qemu/host.h"
 
 namespace parlen::platform {

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/posix/error.h"
+#include "platform/linux/error.h"
 
 namespace parlen::qemu {
 

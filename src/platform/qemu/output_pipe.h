@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "platform/error.h"
-#include "platform/posix/descriptor.h"
-#include "platform/posix/loop.h"
+#include "platform/linux/descriptor.h"
+#include "platform/linux/loop.h"
 
 namespace parlen::qemu {
 

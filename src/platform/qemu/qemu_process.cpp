@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/posix/error.h"
+#include "platform/linux/error.h"
 #include "platform/qemu/die_with_parent.h"
 #include "platform/qemu/qemu_arguments.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/child_process.h"
+#include "platform/linux/child_process.h"
 #include "platform/qemu/last_message.h"
 #include "platform/qemu/output_pipe.h"
 #include "platform/qemu/qmp_client.h"

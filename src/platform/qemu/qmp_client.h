@@ -12,8 +12,8 @@
 #include <string_view>
 
 #include "platform/error.h"
-#include "platform/posix/descriptor.h"
-#include "platform/posix/loop.h"
+#include "platform/linux/descriptor.h"
+#include "platform/linux/loop.h"
 #include "platform/qemu/qmp_parser.h"
 
 namespace parlen::qemu {

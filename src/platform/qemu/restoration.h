@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/host.h"
-#include "platform/posix/loop.h"
+#include "platform/linux/loop.h"
 #include "platform/qemu/image_examination.h"
 
 namespace parlen::qemu {

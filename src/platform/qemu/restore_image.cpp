@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
-#include "platform/posix/descriptor.h"
-#include "platform/posix/error.h"
+#include "platform/linux/descriptor.h"
+#include "platform/linux/error.h"
 #include "platform/qemu/errors.h"
 #include "platform/qemu/identities.h"
 #include "platform/qemu/image_header.h"

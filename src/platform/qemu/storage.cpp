@@ -8,8 +8,8 @@
 #include <cerrno>
 #include <string_view>
 
-#include "platform/posix/descriptor.h"
-#include "platform/posix/error.h"
+#include "platform/linux/descriptor.h"
+#include "platform/linux/error.h"
 #include "platform/qemu/errors.h"
 
 namespace parlen::qemu {

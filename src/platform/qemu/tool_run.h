@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/posix/child_process.h"
+#include "platform/linux/child_process.h"
 #include "platform/qemu/last_message.h"
 #include "platform/qemu/output_pipe.h"
 

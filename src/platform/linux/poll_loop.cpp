@@ -1,0 +1,164 @@
+#include "platform/linux/poll_loop.h"
+
+#include <sys/eventfd.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <utility>
+
+namespace parlen::posix {
+namespace {
+
+using std::chrono::nanoseconds;
+
+// Longer than any run, short enough that adding it to the clock cannot overflow.
+constexpr std::chrono::hours longestDelay{24 * 365 * 100};
+
+nanoseconds readClock(clockid_t clock) {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return std::chrono::seconds(time.tv_sec) + nanoseconds(time.tv_nsec);
+}
+
+timespec toTimespec(nanoseconds duration) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
+  return {.tv_sec = seconds.count(), .tv_nsec = (duration - seconds).count()};
+}
+
+}  // namespace
+
+// Touches only what it shares with the loop, so that it may outlive the loop.
+class PollLoop::Watch final : public DescriptorWatch {
+ public:
+  explicit Watch(std::shared_ptr<Watched> watched) : watched_(std::move(watched)) {}
+  ~Watch() override { watched_->ended = true; }
+
+ private:
+  std::shared_ptr<Watched> watched_;
+};
+
+nanoseconds PollLoop::now() const { return readClock(CLOCK_BOOTTIME); }
+
+nanoseconds PollLoop::systemUptime() const { return readClock(CLOCK_MONOTONIC); }
+
+void PollLoop::post(platform::Work work) {
+  const std::scoped_lock lock(mutex_);
+  queue_.push_back(std::move(work));
+  // One wake-up for each sleep is enough; a full counter cannot happen.
+  if (std::exchange(sleeping_, false)) eventfd_write(wake_.get(), 1);
+}
+
+void PollLoop::postDelayed(std::chrono::milliseconds delay, platform::Work work) {
+  if (delay <= std::chrono::milliseconds::zero()) return post(std::move(work));
+  const nanoseconds wait = std::min<std::chrono::milliseconds>(delay, longestDelay);
+  delayed_.emplace(readClock(CLOCK_MONOTONIC) + wait, std::move(work));
+}
+
+std::unique_ptr<DescriptorWatch> PollLoop::watch(int descriptor, Readiness readiness,
+                                                 platform::Work ready) {
+  const short events = readiness == Readiness::readable ? POLLIN : POLLOUT;
+  watches_.push_back(std::make_shared<Watched>(Watched{descriptor, events, std::move(ready)}));
+  return std::make_unique<Watch>(watches_.back());
+}
+
+void PollLoop::run() {
+  for (;;) turn();
+}
+
+void PollLoop::turn() {
+  waitForSomething();
+  queueDueWork();
+  std::unique_lock lock(mutex_);
+  const std::size_t count = queue_.size();
+  lock.unlock();
+  runReadyWatches();
+  runQueued(count);
+  // Last: drawing takes its time, and the queued work has waited for its moment.
+  dispatchForeign();
+}
+
+void PollLoop::waitForSomething() {
+  listWatches();
+  const nanoseconds longestWait = prepareForeign();
+  const bool mayWait = prepareToSleep();
+  polled_.front().fd = wake_.get();
+  const timespec timeout =
+      toTimespec(mayWait ? std::min(timeUntilDue(), longestWait) : nanoseconds::zero());
+  if (ppoll(polled_.data(), polled_.size(), &timeout, nullptr) < 0) {
+    // Interrupted, or out of memory: nothing is known to be ready, the next turn asks again.
+    for (pollfd& entry : polled_) entry.revents = 0;
+  }
+  const std::scoped_lock lock(mutex_);
+  sleeping_ = false;
+  eventfd_t count = 0;
+  if (polled_.front().revents != 0) eventfd_read(wake_.get(), &count);
+}
+
+void PollLoop::listWatches() {
+  std::erase_if(watches_, [](const auto& watched) { return watched->ended; });
+  polled_.assign(1, {-1, POLLIN, 0});  // the wake, which may not be there yet
+  for (const auto& watched : watches_) {
+    polled_.push_back({watched->descriptor, watched->events, 0});
+  }
+  polledWatches_ = watches_.size();
+}
+
+nanoseconds PollLoop::prepareForeign() {
+  prepared_ = foreign_;
+  if (prepared_ == nullptr) return longestDelay;
+  return std::min<nanoseconds>(prepared_->prepare(polled_), longestDelay);
+}
+
+void PollLoop::dispatchForeign() {
+  // Work of this turn may have ended the service.
+  if (prepared_ == nullptr || prepared_ != foreign_) return;
+  prepared_->dispatch(std::span(polled_).subspan(1 + polledWatches_));
+}
+
+bool PollLoop::prepareToSleep() {
+  const std::scoped_lock lock(mutex_);
+  if (!queue_.empty()) return false;
+  if (!wake_) wake_ = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  // Without it a post from another thread would never be noticed.
+  if (!wake_) std::abort();
+  sleeping_ = true;
+  return true;
+}
+
+nanoseconds PollLoop::timeUntilDue() const {
+  if (delayed_.empty()) return longestDelay;
+  return std::max(delayed_.begin()->first - readClock(CLOCK_MONOTONIC), nanoseconds::zero());
+}
+
+void PollLoop::queueDueWork() {
+  if (delayed_.empty()) return;
+  const auto due = delayed_.upper_bound(readClock(CLOCK_MONOTONIC));
+  const std::scoped_lock lock(mutex_);
+  for (auto next = delayed_.begin(); next != due; next = delayed_.erase(next)) {
+    queue_.push_back(std::move(next->second));
+  }
+}
+
+void PollLoop::runReadyWatches() {
+  // A handler may add watches, behind those that were polled, and end any.
+  for (std::size_t i = 0; i < polledWatches_; ++i) {
+    if (polled_[1 + i].revents == 0 || watches_[i]->ended) continue;
+    const std::shared_ptr<Watched> watched = watches_[i];
+    watched->ready();
+  }
+}
+
+void PollLoop::runQueued(std::size_t count) {
+  for (; count > 0; --count) {
+    std::unique_lock lock(mutex_);
+    const platform::Work work = std::move(queue_.front());
+    queue_.pop_front();
+    lock.unlock();
+    work();
+  }
+}
+
+}  // namespace parlen::posix

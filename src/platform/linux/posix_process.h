@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/linux/loop.h"
+#include "platform/process.h"
+
+namespace parlen::posix {
+
+/// This process.
+class PosixProcess final : public platform::Process {
+ public:
+  explicit PosixProcess(Loop& loop) : loop_(loop) {}
+
+  std::unique_ptr<platform::SignalSource> watchSignal(platform::TerminationSignal signal,
+                                                      platform::Work handler) override;
+  /// A child that a signal ended has the status that shells give it: 128 and the signal's number.
+  platform::Result<int> runAndWait(const std::string& program,
+                                   const std::vector<std::string>& arguments) override;
+
+ private:
+  [[noreturn]] void endWith(int status) override;
+  [[noreturn]] void endInTrap() override;
+
+  Loop& loop_;
+};
+
+}  // namespace parlen::posix
