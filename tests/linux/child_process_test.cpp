@@ -18,11 +18,11 @@
 namespace parlen::test {
 namespace {
 
-using posix::ChildExit;
-using posix::ChildOptions;
-using posix::ChildProcess;
-using posix::PollLoop;
-using posix::spawnChild;
+using linux::ChildExit;
+using linux::ChildOptions;
+using linux::ChildProcess;
+using linux::PollLoop;
+using linux::spawnChild;
 
 ChildOptions shell(const std::string& script) {
   ChildOptions options;
@@ -139,8 +139,8 @@ TEST(ChildProcess, PlacesDescriptorsWhoseNumbersCross) {
   const TemporaryDirectory directory;
   putFile(directory / "a", "from a");
   putFile(directory / "b", "from b");
-  const posix::Descriptor a(open((directory / "a").c_str(), O_RDONLY | O_CLOEXEC));
-  const posix::Descriptor b(open((directory / "b").c_str(), O_RDONLY | O_CLOEXEC));
+  const linux::Descriptor a(open((directory / "a").c_str(), O_RDONLY | O_CLOEXEC));
+  const linux::Descriptor b(open((directory / "b").c_str(), O_RDONLY | O_CLOEXEC));
   const std::string aNumber = std::to_string(a.get());
   const std::string bNumber = std::to_string(b.get());
   ChildOptions options = shell("cat <&" + bNumber + "; cat <&" + aNumber + "; cat");
@@ -154,7 +154,7 @@ TEST(ChildProcess, HasNoDescriptorThatIsNotListed) {
   const Pipe pipe = makePipe();
   const int leaking = dup(pipe.writing.get());  // without close-on-exec
   ASSERT_GE(leaking, 3);
-  const posix::Descriptor leak(leaking);
+  const linux::Descriptor leak(leaking);
   ChildOptions options = shell("ls -1 /proc/self/fd | tr '\\n' ' '");
   options.descriptors = {{9, pipe.writing.get()}};
 

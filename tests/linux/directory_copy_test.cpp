@@ -25,8 +25,8 @@
 namespace parlen::test {
 namespace {
 
-using posix::copyDirectoryTree;
-using posix::Descriptor;
+using linux::copyDirectoryTree;
+using linux::Descriptor;
 using testing::HasSubstr;
 
 bool isRoot() { return geteuid() == 0; }
@@ -395,8 +395,8 @@ TEST_F(DirectoryCopyTest, CopiesDeepTrees) {
     here = Descriptor(openat(here.get(), name.c_str(), O_PATH | O_CLOEXEC));
     ASSERT_TRUE(here) << i;
   }
-  posix::PollLoop loop;
-  ASSERT_EQ(0, posix::PosixProcess(loop).runAndWait("/bin/rm", {"-rf", from(), to()}));
+  linux::PollLoop loop;
+  ASSERT_EQ(0, linux::PosixProcess(loop).runAndWait("/bin/rm", {"-rf", from(), to()}));
 }
 
 TEST_F(DirectoryCopyTest, LeavesTheSourceAndItsOwnDescriptorsAlone) {

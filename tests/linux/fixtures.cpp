@@ -21,7 +21,7 @@ void leaveLoop() { throw LoopLeft(); }
 Pipe makePipe(int flags) {
   int ends[2];
   if (pipe2(ends, flags | O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  return {posix::Descriptor(ends[0]), posix::Descriptor(ends[1])};
+  return {linux::Descriptor(ends[0]), linux::Descriptor(ends[1])};
 }
 
 int inChild(const std::function<int()>& body) {
@@ -39,7 +39,7 @@ void putFile(const std::string& path, std::string_view content) {
 }
 
 std::string fileContent(const std::string& path) {
-  const posix::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const linux::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file) throw std::runtime_error("could not read " + path);
   return readAll(file.get());
 }

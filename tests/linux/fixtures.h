@@ -17,8 +17,8 @@ void serve(platform::EventLoop& loop);
 [[noreturn]] void leaveLoop();
 
 struct Pipe {
-  posix::Descriptor reading;
-  posix::Descriptor writing;
+  linux::Descriptor reading;
+  linux::Descriptor writing;
 };
 Pipe makePipe(int flags = 0);
 

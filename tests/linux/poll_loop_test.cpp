@@ -15,9 +15,9 @@
 namespace parlen::test {
 namespace {
 
-using posix::DescriptorWatch;
-using posix::PollLoop;
-using posix::Readiness;
+using linux::DescriptorWatch;
+using linux::PollLoop;
+using linux::Readiness;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 
@@ -238,7 +238,7 @@ TEST(PollLoop, HasClocksThatNeverGoBack) {
 }
 
 // Another library's loop that watches one descriptor and notes what it is told.
-class RecordingForeignLoop final : public posix::ForeignLoop {
+class RecordingForeignLoop final : public linux::ForeignLoop {
  public:
   explicit RecordingForeignLoop(int descriptor) : descriptor_(descriptor) {}
 

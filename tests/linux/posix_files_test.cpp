@@ -20,9 +20,9 @@
 namespace parlen::test {
 namespace {
 
+using linux::Descriptor;
+using linux::PosixFiles;
 using platform::PlatformError;
-using posix::Descriptor;
-using posix::PosixFiles;
 
 PlatformError posixError(int code, const std::string& description) {
   return {"NSPOSIXErrorDomain", code, description};

@@ -16,9 +16,9 @@
 namespace parlen::test {
 namespace {
 
-using posix::makePosixSystem;
-using posix::PollLoop;
-using posix::PosixProcess;
+using linux::makePosixSystem;
+using linux::PollLoop;
+using linux::PosixProcess;
 
 TEST(PosixProcess, ExitsWithTheStatus) {
   const int status = inChild([] {

@@ -20,9 +20,9 @@
 namespace parlen::test {
 namespace {
 
-using posix::Descriptor;
-using posix::PollLoop;
-using posix::PosixStreams;
+using linux::Descriptor;
+using linux::PollLoop;
+using linux::PosixStreams;
 
 std::string pattern(std::size_t size) {
   std::string bytes(size, '\0');
@@ -267,7 +267,7 @@ TEST(PosixStreams, EndsItsReaderWhileItWaits) {
   const Pipe pipe = makePipe();
   PollLoop loop;
   std::optional<PosixStreams> streams;
-  streams.emplace(posix::StreamDescriptors{pipe.reading.get(), -1, -1}, loop);
+  streams.emplace(linux::StreamDescriptors{pipe.reading.get(), -1, -1}, loop);
   streams->readInput([](std::string_view) { FAIL(); });
 
   streams.reset();
@@ -279,7 +279,7 @@ TEST(PosixStreams, DeliversNothingOnceItIsGone) {
   pipe.writing.close();
   PollLoop loop;
   std::optional<PosixStreams> streams;
-  streams.emplace(posix::StreamDescriptors{pipe.reading.get(), -1, -1}, loop);
+  streams.emplace(linux::StreamDescriptors{pipe.reading.get(), -1, -1}, loop);
   // In the queue before anything that the reader may put there.
   loop.post([&] {
     streams.reset();
@@ -342,15 +342,15 @@ TEST(PosixStreams, DoesNotHandAReservedOutputToChildren) {
 
 TEST(Inbox, IsFullAtItsLimitUntilItIsDrained) {
   std::size_t handled = 0;
-  posix::Inbox inbox([&](std::string_view chunk) { handled += chunk.size(); });
+  linux::Inbox inbox([&](std::string_view chunk) { handled += chunk.size(); });
 
-  EXPECT_TRUE(inbox.add(std::string(posix::Inbox::limit - 1, 'x')));
+  EXPECT_TRUE(inbox.add(std::string(linux::Inbox::limit - 1, 'x')));
   EXPECT_FALSE(inbox.isFull());
   EXPECT_FALSE(inbox.add("x")) << "one drain is enough for both";
   EXPECT_TRUE(inbox.isFull());
   inbox.drain();
 
-  EXPECT_EQ(posix::Inbox::limit, handled);
+  EXPECT_EQ(linux::Inbox::limit, handled);
   pollfd wake{inbox.wake(), POLLIN, 0};
   EXPECT_EQ(1, poll(&wake, 1, 0));
   EXPECT_FALSE(inbox.isFull());

@@ -12,9 +12,9 @@
 namespace parlen::test {
 namespace {
 
+using linux::PollLoop;
+using linux::watchSignal;
 using platform::TerminationSignal;
-using posix::PollLoop;
-using posix::watchSignal;
 using testing::ElementsAre;
 
 TEST(SignalSource, RunsItsHandlerOnTheLoop) {

@@ -15,8 +15,8 @@
 namespace parlen::test {
 namespace {
 
-using posix::copyContent;
-using posix::Descriptor;
+using linux::copyContent;
+using linux::Descriptor;
 
 constexpr std::size_t mebibyte = 1 << 20;
 

@@ -8,7 +8,7 @@
 namespace parlen::test {
 namespace {
 
-using posix::TicketQueue;
+using linux::TicketQueue;
 
 TEST(TicketQueue, RunsWorkOnTheCallingThreadBeforeItReturns) {
   TicketQueue queue("output");

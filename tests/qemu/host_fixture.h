@@ -19,7 +19,7 @@ class HostTest : public testing::Test {
  protected:
   void SetUp() override;
 
-  posix::Loop& loop() { return system_->posixLoop(); }
+  linux::Loop& loop() { return system_->posixLoop(); }
   platform::Files& files() { return system_->files(); }
   QemuHost& host() { return host_; }
   const std::vector<std::string>& warnings() const { return warnings_; }
@@ -39,7 +39,7 @@ class HostTest : public testing::Test {
 
  private:
   test::TemporaryDirectory directory_;
-  std::unique_ptr<posix::PosixSystem> system_ = posix::makePosixSystem();
+  std::unique_ptr<linux::PosixSystem> system_ = linux::makePosixSystem();
   std::vector<std::string> warnings_;
   QemuHost host_{system_->posixLoop(),
                  [this](std::string_view text) { warnings_.emplace_back(text); }, [] {}};

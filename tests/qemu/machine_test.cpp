@@ -211,7 +211,7 @@ TEST_F(QemuMachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
   const pid_t tool = ::fork();
   if (tool == 0) {
     MachineStory story;
-    const auto system = posix::makePosixSystem();
+    const auto system = linux::makePosixSystem();
     QemuHost own(system->posixLoop(), [](std::string_view) {}, [] {});
     const auto machine = own.machines().createMachine(configuration);
     machine->start([&](const platform::Result<>&) {

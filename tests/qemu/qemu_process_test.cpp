@@ -40,7 +40,7 @@ class QemuProcessTest : public testing::Test {
 
   std::vector<std::string> heard;
   std::optional<QemuExit> end;
-  std::unique_ptr<posix::PosixSystem> system_ = posix::makePosixSystem();
+  std::unique_ptr<linux::PosixSystem> system_ = linux::makePosixSystem();
   std::unique_ptr<QemuProcess> process;
 };
 

@@ -13,7 +13,7 @@
 namespace parlen::qemu {
 namespace {
 
-using posix::Descriptor;
+using linux::Descriptor;
 
 struct Received {
   std::string bytes;
@@ -52,7 +52,7 @@ class QmpClientTest : public testing::Test {
     client_.emplace(loop_, Descriptor(ends[1]), QmpClient::Handlers{});
   }
 
-  posix::PollLoop loop_;
+  linux::PollLoop loop_;
   Descriptor peer_;
   std::optional<QmpClient> client_;
 };
@@ -89,7 +89,7 @@ TEST_F(QmpClientTest, KeepsEachViewersSocketAtItsOwnCommand) {
 
   Received received;
   std::vector<std::size_t> bytesBefore;  // each viewer's socket came with what followed these
-  const auto reading = loop_.watch(peer_.get(), posix::Readiness::readable, [&] {
+  const auto reading = loop_.watch(peer_.get(), linux::Readiness::readable, [&] {
     const std::size_t before = received.bytes.size();
     receive(peer_, 1024, received);
     while (bytesBefore.size() < received.descriptors.size()) bytesBefore.push_back(before);

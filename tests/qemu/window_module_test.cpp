@@ -34,7 +34,7 @@ TEST(WindowModule, IsNamedWithEveryPlaceWhereItIsMissing) {
 TEST(WindowModule, IsRefusedWithTheLoadersReasonIfItIsNoLibrary) {
   const test::TemporaryDirectory folder;
   const std::string path = folder.path() + "/module.so";
-  const posix::Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  const linux::Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
   ASSERT_EQ(4, write(file.get(), "text", 4));
 
   const auto module = loadWindowModule({"/none/a.so", path});
@@ -52,7 +52,7 @@ TEST(WindowModule, IsRefusedIfItIsAnotherLibrary) {
 }
 
 TEST(WindowModule, IsNotEvenLookedForWithoutADisplay) {
-  posix::PollLoop loop;
+  linux::PollLoop loop;
   const auto desktop = openDesktop({}, {loop, [](std::string_view) {}, nullptr});
 
   ASSERT_FALSE(desktop);

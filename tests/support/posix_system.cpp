@@ -3,6 +3,6 @@
 
 namespace parlen::test {
 
-std::unique_ptr<platform::System> makeRealSystem() { return posix::makePosixSystem(); }
+std::unique_ptr<platform::System> makeRealSystem() { return linux::makePosixSystem(); }
 
 }  // namespace parlen::test

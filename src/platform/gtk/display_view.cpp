@@ -18,7 +18,7 @@ void takeNoKeysForItself(VncDisplay* display) {
 
 }  // namespace
 
-DisplayView::DisplayView(Connect connect, posix::Descriptor socket,
+DisplayView::DisplayView(Connect connect, linux::Descriptor socket,
                          const platform::MachineViewOptions& options)
     : GtkMachineView(vnc_display_new()), connect_(std::move(connect)) {
   VncDisplay* display = displayOf(widget());
@@ -41,7 +41,7 @@ DisplayView::~DisplayView() {
   vnc_display_close(displayOf(widget()));
 }
 
-void DisplayView::open(posix::Descriptor socket) {
+void DisplayView::open(linux::Descriptor socket) {
   if (socket) vnc_display_open_fd(displayOf(widget()), socket.release());
 }
 

@@ -3,7 +3,7 @@
 namespace parlen::gtk {
 
 // The context is this thread's for good: a source that another thread adds then wakes the wait.
-GlibLoop::GlibLoop(posix::Loop& loop) : loop_(loop) {
+GlibLoop::GlibLoop(linux::Loop& loop) : loop_(loop) {
   g_main_context_acquire(context_);
   loop_.serve(this);
 }

@@ -10,9 +10,9 @@ namespace parlen::gtk {
 
 /// GLib's default main context, served by the program's own loop. The program must not run GLib's
 /// loop itself.
-class GlibLoop final : public posix::ForeignLoop {
+class GlibLoop final : public linux::ForeignLoop {
  public:
-  explicit GlibLoop(posix::Loop& loop);
+  explicit GlibLoop(linux::Loop& loop);
   ~GlibLoop() override;
   GlibLoop(const GlibLoop&) = delete;
   GlibLoop& operator=(const GlibLoop&) = delete;
@@ -21,7 +21,7 @@ class GlibLoop final : public posix::ForeignLoop {
   void dispatch(std::span<const pollfd> polled) override;
 
  private:
-  posix::Loop& loop_;
+  linux::Loop& loop_;
   GMainContext* context_ = g_main_context_default();
   int priority_ = 0;                // the last wait's: less urgent sources are not looked at
   std::vector<GPollFD> wanted_{8};  // room for what the context wants to poll

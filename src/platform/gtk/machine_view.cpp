@@ -18,7 +18,7 @@ std::shared_ptr<GtkMachineView> makeView(const ConnectDisplay& connectDisplay,
                                          platform::VirtualMachine& machine,
                                          const platform::MachineViewOptions& options) {
   auto connect = [connectDisplay, &machine] { return connectDisplay(machine); };
-  std::optional<posix::Descriptor> socket = connect();
+  std::optional<linux::Descriptor> socket = connect();
   if (!socket) return std::make_shared<TestPictureView>();
   return std::make_shared<DisplayView>(std::move(connect), *std::move(socket), options);
 }

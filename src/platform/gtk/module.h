@@ -33,11 +33,11 @@ inline constexpr std::string_view errorDomain = "ParlenWindowErrorDomain";
 /// nowhere; none that is open if that cannot be had. Nothing for a machine without a display: its
 /// view shows a test picture. Main thread.
 using ConnectDisplay =
-    std::function<std::optional<posix::Descriptor>(platform::VirtualMachine& machine)>;
+    std::function<std::optional<linux::Descriptor>(platform::VirtualMachine& machine)>;
 
 /// What the module works with; all of it lives until the process ends.
 struct Surroundings {
-  posix::Loop& loop;
+  linux::Loop& loop;
   platform::WarningSink warn;
   ConnectDisplay connectDisplay;
 };

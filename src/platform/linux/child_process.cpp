@@ -11,7 +11,7 @@
 #include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 // The header of glibc 2.36 declares pidfd_open without C linkage.
@@ -74,4 +74,4 @@ platform::Result<std::unique_ptr<ChildProcess>> spawnChild(Loop& loop, const Chi
   return process;
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

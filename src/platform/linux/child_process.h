@@ -10,7 +10,7 @@
 #include "platform/error.h"
 #include "platform/linux/loop.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// How a child ended: by `exit` with a status, or by a signal.
 struct ChildExit {
@@ -44,4 +44,4 @@ class ChildProcess {
 platform::Result<std::unique_ptr<ChildProcess>> spawnChild(Loop& loop, const ChildOptions& options,
                                                            std::function<void(ChildExit)> exited);
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -14,7 +14,7 @@
 #include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 // Everything that the child needs, made before the fork: after it, only async-signal-safe calls are
@@ -205,4 +205,4 @@ ChildExit reapChild(pid_t child) {
   return {.status = std::nullopt, .signal = WTERMSIG(status)};
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

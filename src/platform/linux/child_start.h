@@ -5,7 +5,7 @@
 #include "platform/error.h"
 #include "platform/linux/child_process.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// Forks and executes. The value is the child's id; the caller reaps it. After an error there is no
 /// child.
@@ -14,4 +14,4 @@ platform::Result<pid_t> startChild(const ChildOptions& options);
 /// Waits for the child's end and reaps it.
 ChildExit reapChild(pid_t child);
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string>
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 constexpr mode_t modeBits = 07777;
@@ -90,4 +90,4 @@ int copyAttributesAt(const struct stat& status, int directory, const char* name)
   return utimensat(directory, name, timesOf(status).data(), AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

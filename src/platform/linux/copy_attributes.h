@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// Gives an open file or directory the owner, extended attributes, mode and times of another one,
 /// whose status is given. The owner is given as far as the process may; attributes that the
@@ -14,4 +14,4 @@ int copyAttributes(int source, const struct stat& status, int target);
 /// these only the system itself could have extended attributes; they are left out.
 int copyAttributesAt(const struct stat& status, int directory, const char* name);
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

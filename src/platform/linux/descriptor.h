@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// Owns an open file descriptor; -1 is none.
 class Descriptor {
@@ -28,4 +28,4 @@ class Descriptor {
   int number_;
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -12,7 +12,7 @@
 #include "platform/linux/error.h"
 #include "platform/linux/tree_copy.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 using platform::Result;
@@ -91,4 +91,4 @@ Result<> copyDirectoryTree(const std::string& from, const std::string& to) {
   return TreeCopy(source, target).run(std::move(sourceTop), std::move(targetTop));
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

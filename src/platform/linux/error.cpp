@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 std::string systemReason(int code) {
   // Not strerror: it may translate, and it shares a buffer among threads.
@@ -22,4 +22,4 @@ std::unexpected<platform::PlatformError> failure(std::string_view attempt, int c
       platform::PlatformError{std::string(errorDomain), code, std::move(description)});
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

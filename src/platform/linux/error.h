@@ -5,7 +5,7 @@
 
 #include "platform/error.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// The domain of errors whose code is an errno value.
 inline constexpr std::string_view errorDomain = "NSPOSIXErrorDomain";
@@ -18,4 +18,4 @@ std::unexpected<platform::PlatformError> failure(std::string_view attempt, int c
 std::unexpected<platform::PlatformError> failure(std::string_view attempt, int code,
                                                  std::string_view reason);
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

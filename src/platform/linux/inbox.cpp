@@ -1,6 +1,6 @@
 #include "platform/linux/inbox.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 bool Inbox::add(std::string_view bytes) {
   const std::scoped_lock lock(mutex_);
@@ -43,4 +43,4 @@ bool Inbox::closed() {
   return closed_;
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

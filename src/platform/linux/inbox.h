@@ -10,7 +10,7 @@
 #include "platform/linux/descriptor.h"
 #include "platform/streams.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// What has been read and not yet been handled: one thread adds, the main thread drains. Shared
 /// with the drains that are still queued when the reader is gone.
@@ -50,4 +50,4 @@ class Inbox {
   bool closed_ = false;
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -10,7 +10,7 @@
 
 #include "platform/linux/inbox.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 constexpr std::size_t chunkSize = std::size_t{64} * 1024;
@@ -93,4 +93,4 @@ void InputReader::forward(std::string_view bytes) {
   loop_.post([inbox = inbox_] { inbox->drain(); });
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

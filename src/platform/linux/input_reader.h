@@ -11,7 +11,7 @@
 #include "platform/linux/descriptor.h"
 #include "platform/streams.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// Lets the reader see that a write to a standard stream has not returned yet.
 class WriteActivity {
@@ -62,4 +62,4 @@ class InputReader {
   std::optional<pthread_t> thread_;
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

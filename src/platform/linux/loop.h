@@ -9,7 +9,7 @@
 
 #include "platform/event_loop.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// Keeps a watch on a descriptor; destroying it ends the watch (never the descriptor). May be
 /// destroyed from inside any handler, its own included.
@@ -43,4 +43,4 @@ class Loop : public platform::EventLoop {
   virtual void serve(ForeignLoop* foreign) = 0;
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

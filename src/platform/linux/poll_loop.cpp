@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <utility>
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 using std::chrono::nanoseconds;
@@ -161,4 +161,4 @@ void PollLoop::runQueued(std::size_t count) {
   }
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

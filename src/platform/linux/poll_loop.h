@@ -12,7 +12,7 @@
 #include "platform/linux/descriptor.h"
 #include "platform/linux/loop.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// The main queue. A turn waits until there is something to do, then runs the handlers of ready
 /// descriptors, then the work that was queued or had become due before the turn began to run
@@ -65,4 +65,4 @@ class PollLoop final : public Loop {
   ForeignLoop* prepared_ = nullptr;  // whose descriptors the last wait polled
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -10,7 +10,7 @@
 #include "platform/linux/error.h"
 #include "platform/linux/posix_files.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 using platform::Result;
@@ -123,4 +123,4 @@ void PosixFiles::createEmptyFile(const std::string& path) {
   const Descriptor file(open(path.c_str(), creating, fileMode));
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -15,7 +15,7 @@
 #include "platform/linux/directory_copy.h"
 #include "platform/linux/error.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 using platform::Result;
@@ -108,4 +108,4 @@ Result<> PosixFiles::removeFile(const std::string& path) {
   return {};
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

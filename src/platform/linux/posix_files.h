@@ -2,7 +2,7 @@
 
 #include "platform/files.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// The file system through system calls. Stateless.
 class PosixFiles final : public platform::Files {
@@ -29,4 +29,4 @@ class PosixFiles final : public platform::Files {
   platform::Result<> removeFile(const std::string& path) override;
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -8,7 +8,7 @@
 #include "platform/linux/child_start.h"
 #include "platform/linux/signal_source.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 // Not std::exit: nothing is buffered, and destructors would wait for threads.
 void PosixProcess::endWith(int status) { _exit(status); }
@@ -17,7 +17,7 @@ void PosixProcess::endInTrap() { std::abort(); }
 
 std::unique_ptr<platform::SignalSource> PosixProcess::watchSignal(
     platform::TerminationSignal signal, platform::Work handler) {
-  return posix::watchSignal(loop_, signal, std::move(handler));
+  return linux::watchSignal(loop_, signal, std::move(handler));
 }
 
 platform::Result<int> PosixProcess::runAndWait(const std::string& program,
@@ -32,4 +32,4 @@ platform::Result<int> PosixProcess::runAndWait(const std::string& program,
   return ended.status.value_or(128 + ended.signal);
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

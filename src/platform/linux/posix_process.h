@@ -3,7 +3,7 @@
 #include "platform/linux/loop.h"
 #include "platform/process.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// This process.
 class PosixProcess final : public platform::Process {
@@ -23,4 +23,4 @@ class PosixProcess final : public platform::Process {
   Loop& loop_;
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

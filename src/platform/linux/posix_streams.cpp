@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <utility>
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 // What to do about the errno of a failed write. Waiting for a reader keeps every byte, also on a
@@ -53,4 +53,4 @@ void PosixStreams::readInput(InputHandler handler) {
   reader_ = std::make_unique<InputReader>(descriptors_.input, loop_, writes_, std::move(handler));
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -8,7 +8,7 @@
 #include "platform/linux/input_reader.h"
 #include "platform/streams.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// The descriptors that serve as standard streams.
 struct StreamDescriptors {
@@ -42,4 +42,4 @@ class PosixStreams final : public platform::StandardStreams {
   std::unique_ptr<InputReader> reader_;
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

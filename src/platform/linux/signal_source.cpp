@@ -11,7 +11,7 @@
 
 #include "platform/linux/descriptor.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 using platform::TerminationSignal;
@@ -75,4 +75,4 @@ std::unique_ptr<platform::SignalSource> watchSignal(Loop& loop, TerminationSigna
   return std::make_unique<EventSource>(loop, static_cast<std::size_t>(signal), std::move(handler));
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -5,7 +5,7 @@
 #include "platform/linux/loop.h"
 #include "platform/process.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// Takes over a termination signal: each delivery runs `handler` on the loop. The newest source of
 /// a signal hears it. When the source is gone the signal stays caught, without effect; a program
@@ -13,4 +13,4 @@ namespace parlen::posix {
 std::unique_ptr<platform::SignalSource> watchSignal(Loop& loop, platform::TerminationSignal signal,
                                                     platform::Work handler);
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <memory>
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 constexpr off_t kernelChunk = off_t{256} << 20;  // for one call that moves the data by itself
@@ -113,4 +113,4 @@ int copyContent(int source, const struct stat& status, int target) {
   return ftruncate(target, status.st_size) == 0 ? 0 : errno;
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

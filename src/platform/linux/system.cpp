@@ -9,7 +9,7 @@
 #include "platform/linux/posix_streams.h"
 #include "platform/linux/ticket_queue.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 // open takes the lowest free number, so going upwards fills each gap itself.
@@ -48,4 +48,4 @@ std::unique_ptr<PosixSystem> makePosixSystem() {
   return std::make_unique<ThisSystem>();
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -5,7 +5,7 @@
 #include "platform/linux/loop.h"
 #include "platform/platform.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// The operating system's services on any POSIX system.
 class PosixSystem : public platform::System {
@@ -23,4 +23,4 @@ class PosixSystem : public platform::System {
 /// for.
 std::unique_ptr<PosixSystem> makePosixSystem();
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -1,6 +1,6 @@
 #include "platform/linux/ticket_queue.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 template <class Action>
@@ -30,4 +30,4 @@ void TicketQueue::sync(const platform::Work& work) {
   work();
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -8,7 +8,7 @@
 
 #include "platform/event_loop.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// A serial queue without a thread: each submitter takes a ticket and runs its work itself when the
 /// ticket's turn has come. Work that throws gives its turn up too.
@@ -25,4 +25,4 @@ class TicketQueue final : public platform::SerialQueue {
   std::uint64_t served_ = 0;      // guarded by mutex_
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -12,7 +12,7 @@
 #include "platform/linux/error.h"
 #include "platform/linux/sparse_copy.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 namespace {
 
 using platform::Result;
@@ -149,4 +149,4 @@ Result<> TreeCopy::failed(const std::string& path, int code) const {
   return failure("copy " + from_ + below + " to " + to_ + below, code);
 }
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -10,7 +10,7 @@
 #include "platform/error.h"
 #include "platform/linux/descriptor.h"
 
-namespace parlen::posix {
+namespace parlen::linux {
 
 /// One copy of a directory with all that is in it into a new, empty one. The directories that are
 /// being copied are kept in a list rather than on the stack, so that no depth can overflow it.
@@ -54,4 +54,4 @@ class TreeCopy {
   std::map<FileId, std::string> linked_;  // where the first of several links was copied to
 };
 
-}  // namespace parlen::posix
+}  // namespace parlen::linux

@@ -7,6 +7,6 @@
 namespace parlen::qemu {
 
 /// "has ended with status 1", "was ended by signal 9 (Killed)".
-std::string describe(const posix::ChildExit& exit);
+std::string describe(const linux::ChildExit& exit);
 
 }  // namespace parlen::qemu

@@ -9,15 +9,15 @@
 
 namespace parlen::qemu {
 
-std::optional<posix::Descriptor> connectDisplay(platform::VirtualMachine& machine) {
+std::optional<linux::Descriptor> connectDisplay(platform::VirtualMachine& machine) {
   auto* ours = dynamic_cast<QemuMachine*>(&machine);
   if (ours == nullptr) return std::nullopt;
   std::array<int, 2> ends{};
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
-    return posix::Descriptor();
+    return linux::Descriptor();
   }
-  ours->connectDisplay(posix::Descriptor(ends[1]));
-  return posix::Descriptor(ends[0]);
+  ours->connectDisplay(linux::Descriptor(ends[1]));
+  return linux::Descriptor(ends[0]);
 }
 
 }  // namespace parlen::qemu

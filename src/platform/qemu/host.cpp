@@ -7,7 +7,7 @@
 
 namespace parlen::qemu {
 
-QemuHost::QemuHost(posix::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput)
+QemuHost::QemuHost(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput)
     : loop_(loop),
       warn_(std::move(warn)),
       reserveOutput_(std::move(reserveOutput)),

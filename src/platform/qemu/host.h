@@ -18,7 +18,7 @@ namespace parlen::qemu {
 class QemuHost : public platform::Host {
  public:
   /// `reserveOutput` runs before any code is loaded that may print.
-  QemuHost(posix::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput);
+  QemuHost(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput);
 
   platform::HostCapabilities& capabilities() override { return capabilities_; }
   platform::GuestIdentities& identities() override { return identities_; }
@@ -28,7 +28,7 @@ class QemuHost : public platform::Host {
   platform::Result<platform::WindowSystem*> windowSystem() override;
 
  private:
-  posix::Loop& loop_;
+  linux::Loop& loop_;
   platform::WarningSink warn_;
   platform::Work reserveOutput_;
   QemuCapabilities capabilities_;

@@ -15,7 +15,7 @@ constexpr std::string_view rawFormat = "raw";
 
 }  // namespace
 
-ImageExamination::ImageExamination(posix::Loop& loop, std::string path,
+ImageExamination::ImageExamination(linux::Loop& loop, std::string path,
                                    std::function<void(Found)> done)
     : loop_(loop), path_(std::move(path)), done_(std::move(done)) {}
 

@@ -17,7 +17,7 @@ class ImageExamination {
  public:
   using Found = platform::Result<std::shared_ptr<const QemuRestoreImage>>;
 
-  ImageExamination(posix::Loop& loop, std::string path, std::function<void(Found)> done);
+  ImageExamination(linux::Loop& loop, std::string path, std::function<void(Found)> done);
 
   /// Called once. `done` runs on the main queue in a later turn, exactly once.
   void start();
@@ -35,7 +35,7 @@ class ImageExamination {
   void refuse(const std::string& why);  // a sentence's end, whose beginning is the path
   void finish(Found found);
 
-  posix::Loop& loop_;
+  linux::Loop& loop_;
   std::string path_;
   std::function<void(Found)> done_;
   ImageFront front_;

@@ -28,7 +28,7 @@ std::string nodeOf(const QemuDiskAttachment& disk) {
 
 }  // namespace
 
-QemuInstaller::QemuInstaller(posix::Loop& loop,
+QemuInstaller::QemuInstaller(linux::Loop& loop,
                              Result<std::shared_ptr<const QemuRestoreImage>> image,
                              Result<std::shared_ptr<const QemuDiskAttachment>> disk)
     : loop_(loop), image_(std::move(image)), disk_(std::move(disk)) {}

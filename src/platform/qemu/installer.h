@@ -18,7 +18,7 @@ namespace parlen::qemu {
 class QemuInstaller : public platform::Installer {
  public:
   /// What cannot be installed (`image` and `disk` may be errors) fails when it is asked for.
-  QemuInstaller(posix::Loop& loop, platform::Result<std::shared_ptr<const QemuRestoreImage>> image,
+  QemuInstaller(linux::Loop& loop, platform::Result<std::shared_ptr<const QemuRestoreImage>> image,
                 platform::Result<std::shared_ptr<const QemuDiskAttachment>> disk);
 
   double fractionCompleted() const override { return fraction_; }
@@ -32,7 +32,7 @@ class QemuInstaller : public platform::Installer {
   void reached(double fraction);
   void finished(const ToolResult& result);
 
-  posix::Loop& loop_;
+  linux::Loop& loop_;
   platform::Result<std::shared_ptr<const QemuRestoreImage>> image_;
   platform::Result<std::shared_ptr<const QemuDiskAttachment>> disk_;
   double fraction_ = 0;

@@ -17,7 +17,7 @@
 namespace parlen::qemu {
 namespace {
 
-using posix::Descriptor;
+using linux::Descriptor;
 
 constexpr std::size_t pageSize = 4096;
 constexpr std::uint64_t codeAddress = 0x1000;

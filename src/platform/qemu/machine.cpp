@@ -21,7 +21,7 @@ constexpr const char* deaf = "QEMU does not listen any more";
 
 }  // namespace
 
-QemuMachine::QemuMachine(posix::Loop& loop, platform::WarningSink warn,
+QemuMachine::QemuMachine(linux::Loop& loop, platform::WarningSink warn,
                          platform::MachineConfiguration configuration)
     : loop_(loop), warn_(std::move(warn)), configuration_(std::move(configuration)) {}
 
@@ -67,7 +67,7 @@ Acceleration QemuMachine::chooseAcceleration() {
 /// unheard.
 void QemuMachine::ready() {
   takesCommands_ = true;
-  for (posix::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
+  for (linux::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
   process_->control().execute("cont", [this](const Result<>& result) { started(result); });
 }
 
@@ -80,13 +80,13 @@ void QemuMachine::started(const Result<>& result) {
   }
 }
 
-void QemuMachine::connectDisplay(posix::Descriptor socket) {
+void QemuMachine::connectDisplay(linux::Descriptor socket) {
   if (life_ == Life::over) return;
   if (!takesCommands_) return viewers_.push_back(std::move(socket));
   addViewer(std::move(socket));
 }
 
-void QemuMachine::addViewer(posix::Descriptor socket) {
+void QemuMachine::addViewer(linux::Descriptor socket) {
   process_->control().addViewer(std::move(socket), [this](const Result<>& result) {
     if (!result) warn_("cannot show the guest's display: " + result.error().description);
   });

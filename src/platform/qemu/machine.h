@@ -16,14 +16,14 @@ namespace parlen::qemu {
 /// destroyed ends its guest at once and calls nobody any more.
 class QemuMachine : public platform::VirtualMachine {
  public:
-  QemuMachine(posix::Loop& loop, platform::WarningSink warn,
+  QemuMachine(linux::Loop& loop, platform::WarningSink warn,
               platform::MachineConfiguration configuration);
 
   const platform::MachineConfiguration& configuration() const { return configuration_; }
 
   /// Gives `socket` the guest's display and keyboard, as soon as the machine has them; closes it
   /// when the machine is over.
-  void connectDisplay(posix::Descriptor socket);
+  void connectDisplay(linux::Descriptor socket);
 
   void setDelegate(platform::VirtualMachineDelegate* delegate) override { delegate_ = delegate; }
   std::int64_t state() const override { return static_cast<std::int64_t>(state_); }
@@ -47,7 +47,7 @@ class QemuMachine : public platform::VirtualMachine {
   Acceleration chooseAcceleration();
   void ready();
   void started(const platform::Result<>& result);
-  void addViewer(posix::Descriptor socket);
+  void addViewer(linux::Descriptor socket);
 
   // What QEMU says.
   void happened(const QmpEvent& event);
@@ -64,7 +64,7 @@ class QemuMachine : public platform::VirtualMachine {
   void later(platform::Work work);
   void deliver(platform::Completion& completion, platform::Result<> result);
 
-  posix::Loop& loop_;
+  linux::Loop& loop_;
   platform::WarningSink warn_;
   const platform::MachineConfiguration configuration_;
   platform::VirtualMachineDelegate* delegate_ = nullptr;
@@ -74,7 +74,7 @@ class QemuMachine : public platform::VirtualMachine {
   bool diskFailureTold_ = false;
   std::optional<std::string> shutdownReason_;  // QEMU has announced its end
   bool takesCommands_ = false;
-  std::vector<posix::Descriptor> viewers_;  // that came before QEMU took commands
+  std::vector<linux::Descriptor> viewers_;  // that came before QEMU took commands
   platform::Completion startDone_;
   std::optional<std::string> startFailure_;  // QEMU runs, but not the guest
   platform::Completion toggleDone_;          // of the pause or the resumption under way

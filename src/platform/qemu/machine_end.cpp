@@ -5,7 +5,7 @@
 namespace parlen::qemu {
 namespace {
 
-std::string exitText(const posix::ChildExit& exit) { return "QEMU " + describe(exit); }
+std::string exitText(const linux::ChildExit& exit) { return "QEMU " + describe(exit); }
 
 std::string withMessage(std::string sentence, const std::string& message) {
   // A warning from long ago is not why it ended.

@@ -12,7 +12,7 @@ namespace parlen::qemu {
 
 using platform::Result;
 
-QemuMachineFactory::QemuMachineFactory(posix::Loop& loop, platform::WarningSink warn,
+QemuMachineFactory::QemuMachineFactory(linux::Loop& loop, platform::WarningSink warn,
                                        platform::HostCapabilities& capabilities)
     : loop_(loop), warn_(std::move(warn)), capabilities_(capabilities) {}
 

@@ -7,7 +7,7 @@ namespace parlen::qemu {
 
 class QemuMachineFactory : public platform::MachineFactory {
  public:
-  QemuMachineFactory(posix::Loop& loop, platform::WarningSink warn,
+  QemuMachineFactory(linux::Loop& loop, platform::WarningSink warn,
                      platform::HostCapabilities& capabilities);
 
   std::shared_ptr<const platform::AuxiliaryStorage> openAuxiliaryStorage(
@@ -22,7 +22,7 @@ class QemuMachineFactory : public platform::MachineFactory {
       const platform::MachineConfiguration& configuration) override;
 
  private:
-  posix::Loop& loop_;
+  linux::Loop& loop_;
   platform::WarningSink warn_;
   platform::HostCapabilities& capabilities_;
 };

@@ -19,7 +19,7 @@ class LinuxPlatform final : public NativePlatform {
   }
 
  private:
-  std::unique_ptr<posix::PosixSystem> system_ = posix::makePosixSystem();
+  std::unique_ptr<linux::PosixSystem> system_ = linux::makePosixSystem();
 };
 
 }  // namespace

@@ -11,19 +11,19 @@
 
 namespace parlen::qemu {
 
-platform::Result<std::unique_ptr<OutputPipe>> OutputPipe::open(posix::Loop& loop, Sink sink) {
+platform::Result<std::unique_ptr<OutputPipe>> OutputPipe::open(linux::Loop& loop, Sink sink) {
   std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return posix::failure("make a pipe", errno);
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return linux::failure("make a pipe", errno);
   std::unique_ptr<OutputPipe> pipe(
-      new OutputPipe(posix::Descriptor(ends[0]), posix::Descriptor(ends[1]), std::move(sink)));
+      new OutputPipe(linux::Descriptor(ends[0]), linux::Descriptor(ends[1]), std::move(sink)));
   // Only this end: a child does not expect that its standard error refuses to wait.
   ::fcntl(pipe->ownEnd_.get(), F_SETFL, O_NONBLOCK);
-  pipe->watch_ = loop.watch(pipe->ownEnd_.get(), posix::Readiness::readable,
+  pipe->watch_ = loop.watch(pipe->ownEnd_.get(), linux::Readiness::readable,
                             [pipe = pipe.get()] { pipe->drain(); });
   return pipe;
 }
 
-OutputPipe::OutputPipe(posix::Descriptor ownEnd, posix::Descriptor childEnd, Sink sink)
+OutputPipe::OutputPipe(linux::Descriptor ownEnd, linux::Descriptor childEnd, Sink sink)
     : ownEnd_(std::move(ownEnd)), childEnd_(std::move(childEnd)), sink_(std::move(sink)) {}
 
 void OutputPipe::drain() {

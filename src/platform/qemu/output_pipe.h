@@ -15,7 +15,7 @@ class OutputPipe {
  public:
   using Sink = std::function<void(std::string_view)>;
 
-  static platform::Result<std::unique_ptr<OutputPipe>> open(posix::Loop& loop, Sink sink);
+  static platform::Result<std::unique_ptr<OutputPipe>> open(linux::Loop& loop, Sink sink);
 
   /// What the child is to be given.
   int childEnd() const { return childEnd_.get(); }
@@ -27,12 +27,12 @@ class OutputPipe {
   void drain();
 
  private:
-  OutputPipe(posix::Descriptor ownEnd, posix::Descriptor childEnd, Sink sink);
+  OutputPipe(linux::Descriptor ownEnd, linux::Descriptor childEnd, Sink sink);
 
-  posix::Descriptor ownEnd_;
-  posix::Descriptor childEnd_;
+  linux::Descriptor ownEnd_;
+  linux::Descriptor childEnd_;
   Sink sink_;
-  std::unique_ptr<posix::DescriptorWatch> watch_;
+  std::unique_ptr<linux::DescriptorWatch> watch_;
 };
 
 }  // namespace parlen::qemu

@@ -20,7 +20,7 @@ std::string_view fileName(std::string_view path) { return path.substr(path.rfind
 }  // namespace
 
 platform::Result<std::unique_ptr<QemuProcess>> QemuProcess::start(
-    posix::Loop& loop, const std::string& emulator, const std::vector<std::string>& arguments,
+    linux::Loop& loop, const std::string& emulator, const std::vector<std::string>& arguments,
     Handlers handlers) {
   std::unique_ptr<QemuProcess> process(new QemuProcess(emulator, std::move(handlers.ended)));
   if (auto spawned = process->spawn(loop, emulator, arguments, std::move(handlers.control));
@@ -33,20 +33,20 @@ platform::Result<std::unique_ptr<QemuProcess>> QemuProcess::start(
 QemuProcess::QemuProcess(const std::string& emulator, std::function<void(const QemuExit&)> ended)
     : messages_(fileName(emulator)), ended_(std::move(ended)) {}
 
-platform::Result<> QemuProcess::spawn(posix::Loop& loop, const std::string& emulator,
+platform::Result<> QemuProcess::spawn(linux::Loop& loop, const std::string& emulator,
                                       const std::vector<std::string>& arguments,
                                       QmpClient::Handlers handlers) {
   std::array<int, 2> ends{};
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
-    return posix::failure("make QEMU's control socket", errno);
+    return linux::failure("make QEMU's control socket", errno);
   }
-  posix::Descriptor own(ends[0]);
-  const posix::Descriptor child(ends[1]);
+  linux::Descriptor own(ends[0]);
+  const linux::Descriptor child(ends[1]);
   auto output = OutputPipe::open(loop, [this](std::string_view bytes) { messages_.add(bytes); });
   if (!output) return std::unexpected(std::move(output).error());
   output_ = *std::move(output);
 
-  auto started = posix::spawnChild(loop,
+  auto started = linux::spawnChild(loop,
                                    {.program = emulator,
                                     .arguments = arguments,
                                     .descriptors = {{1, output_->childEnd()},
@@ -54,7 +54,7 @@ platform::Result<> QemuProcess::spawn(posix::Loop& loop, const std::string& emul
                                                     {controlDescriptor, child.get()}},
                                     .newSession = true,
                                     .beforeExec = dieWithParent},
-                                   [this](const posix::ChildExit& exit) { finish(exit); });
+                                   [this](const linux::ChildExit& exit) { finish(exit); });
   if (!started) return std::unexpected(std::move(started).error());
   child_ = *std::move(started);
   output_->closeChildEnd();
@@ -64,7 +64,7 @@ platform::Result<> QemuProcess::spawn(posix::Loop& loop, const std::string& emul
 
 void QemuProcess::kill() { child_->kill(SIGKILL); }
 
-void QemuProcess::finish(const posix::ChildExit& exit) {
+void QemuProcess::finish(const linux::ChildExit& exit) {
   output_->drain();
   control_->drain();
   const QemuExit result{.exit = exit, .lastMessage = messages_.text()};

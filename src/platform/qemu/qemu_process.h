@@ -14,7 +14,7 @@ namespace parlen::qemu {
 
 /// How QEMU ended, and the last thing that it said.
 struct QemuExit {
-  posix::ChildExit exit;
+  linux::ChildExit exit;
   std::string lastMessage;
 };
 
@@ -29,7 +29,7 @@ class QemuProcess {
   };
 
   static platform::Result<std::unique_ptr<QemuProcess>> start(
-      posix::Loop& loop, const std::string& emulator, const std::vector<std::string>& arguments,
+      linux::Loop& loop, const std::string& emulator, const std::vector<std::string>& arguments,
       Handlers handlers);
 
   QmpClient& control() { return *control_; }
@@ -38,15 +38,15 @@ class QemuProcess {
 
  private:
   QemuProcess(const std::string& emulator, std::function<void(const QemuExit&)> ended);
-  platform::Result<> spawn(posix::Loop& loop, const std::string& emulator,
+  platform::Result<> spawn(linux::Loop& loop, const std::string& emulator,
                            const std::vector<std::string>& arguments, QmpClient::Handlers handlers);
-  void finish(const posix::ChildExit& exit);
+  void finish(const linux::ChildExit& exit);
 
   LastMessage messages_;
   std::function<void(const QemuExit&)> ended_;
   std::unique_ptr<OutputPipe> output_;
   std::unique_ptr<QmpClient> control_;
-  std::unique_ptr<posix::ChildProcess> child_;
+  std::unique_ptr<linux::ChildProcess> child_;
 };
 
 }  // namespace parlen::qemu

@@ -12,9 +12,9 @@
 
 namespace parlen::qemu {
 
-QmpClient::QmpClient(posix::Loop& loop, posix::Descriptor socket, Handlers handlers)
+QmpClient::QmpClient(linux::Loop& loop, linux::Descriptor socket, Handlers handlers)
     : loop_(loop), socket_(std::move(socket)), handlers_(std::move(handlers)) {
-  reading_ = loop_.watch(socket_.get(), posix::Readiness::readable, [this] { drain(); });
+  reading_ = loop_.watch(socket_.get(), linux::Readiness::readable, [this] { drain(); });
 }
 
 void QmpClient::execute(std::string_view command, Replied replied) {
@@ -23,7 +23,7 @@ void QmpClient::execute(std::string_view command, Replied replied) {
 }
 
 /// QEMU keeps the descriptor under a name until the next command takes it.
-void QmpClient::addViewer(posix::Descriptor socket, Replied replied) {
+void QmpClient::addViewer(linux::Descriptor socket, Replied replied) {
   passengers_.push_back({.offset = unsent_.size(), .descriptor = std::move(socket)});
   append("getfd", R"({"fdname":"viewer"})", [](const platform::Result<>&) {});
   append("add_client", R"({"protocol":"vnc","fdname":"viewer","skipauth":true})",
@@ -81,7 +81,7 @@ void QmpClient::flush() {
       forget(static_cast<std::size_t>(count));
     } else if (errno == EAGAIN) {
       if (!writing_) {
-        writing_ = loop_.watch(socket_.get(), posix::Readiness::writable, [this] { flush(); });
+        writing_ = loop_.watch(socket_.get(), linux::Readiness::writable, [this] { flush(); });
       }
       return;
     } else if (errno != EINTR) {

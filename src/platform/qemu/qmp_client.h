@@ -28,7 +28,7 @@ class QmpClient {
   };
   using Replied = std::function<void(platform::Result<>)>;
 
-  QmpClient(posix::Loop& loop, posix::Descriptor socket, Handlers handlers);
+  QmpClient(linux::Loop& loop, linux::Descriptor socket, Handlers handlers);
 
   /// Sends a command without arguments. `replied` runs when QEMU has answered, or never if QEMU
   /// ends before that.
@@ -36,7 +36,7 @@ class QmpClient {
 
   /// Makes `socket` a viewer of the guest's display; one may be connected at any time. `replied`
   /// runs as with `execute`.
-  void addViewer(posix::Descriptor socket, Replied replied);
+  void addViewer(linux::Descriptor socket, Replied replied);
 
   /// Whether QEMU can still hear and answer.
   bool isOpen() const { return reading_ != nullptr; }
@@ -53,16 +53,16 @@ class QmpClient {
   void flush();
   void close();
 
-  posix::Loop& loop_;
-  posix::Descriptor socket_;
+  linux::Loop& loop_;
+  linux::Descriptor socket_;
   Handlers handlers_;
   QmpParser parser_;
-  std::unique_ptr<posix::DescriptorWatch> reading_;
-  std::unique_ptr<posix::DescriptorWatch> writing_;
+  std::unique_ptr<linux::DescriptorWatch> reading_;
+  std::unique_ptr<linux::DescriptorWatch> writing_;
   // A descriptor travels with the first byte of the command that needs it.
   struct Passenger {
     std::size_t offset;  // of that byte in `unsent_`
-    posix::Descriptor descriptor;
+    linux::Descriptor descriptor;
   };
 
   std::string unsent_;

@@ -13,7 +13,7 @@ namespace parlen::qemu {
 
 class QemuRestoration : public platform::Restoration {
  public:
-  explicit QemuRestoration(posix::Loop& loop) : loop_(loop) {}
+  explicit QemuRestoration(linux::Loop& loop) : loop_(loop) {}
 
   void loadRestoreImage(const std::string& path, Loaded done) override;
   /// An image that has not been loaded, or has changed since, fails to install.
@@ -21,7 +21,7 @@ class QemuRestoration : public platform::Restoration {
       platform::VirtualMachine& machine, const std::string& restoreImagePath) override;
 
  private:
-  posix::Loop& loop_;
+  linux::Loop& loop_;
   // What was found out about an image is needed again for its installation. Nothing is taken away:
   // a process loads one image.
   std::vector<std::unique_ptr<ImageExamination>> examinations_;

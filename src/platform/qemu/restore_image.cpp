@@ -43,16 +43,16 @@ QemuRestoreImage::mostFeaturefulSupportedConfiguration() const {
 platform::Result<ImageFront> readImageFront(const std::string& path) {
   const std::string attempt = "read the restore image " + path;
   // Non-blocking, so that a FIFO is refused instead of waited for.
-  const posix::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (!file) return posix::failure(attempt, errno);
+  const linux::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (!file) return linux::failure(attempt, errno);
   struct stat status{};
-  if (::fstat(file.get(), &status) != 0) return posix::failure(attempt, errno);
-  if (S_ISDIR(status.st_mode)) return posix::failure(attempt, EISDIR);
+  if (::fstat(file.get(), &status) != 0) return linux::failure(attempt, errno);
+  if (S_ISDIR(status.st_mode)) return linux::failure(attempt, EISDIR);
   if (!S_ISREG(status.st_mode)) return refusal("could not " + attempt + ": it is not a file");
 
   ImageFront front{.header = std::string(imageHeaderLength, '\0'), .stamp = stampFrom(status)};
   const ssize_t count = ::pread(file.get(), front.header.data(), front.header.size(), 0);
-  if (count < 0) return posix::failure(attempt, errno);
+  if (count < 0) return linux::failure(attempt, errno);
   front.header.resize(static_cast<std::size_t>(count));
   return front;
 }

@@ -15,8 +15,8 @@
 namespace parlen::qemu {
 namespace {
 
+using linux::Descriptor;
 using platform::Result;
-using posix::Descriptor;
 
 /// Non-blocking, so that a FIFO in the file's place is refused instead of waited for.
 Descriptor openExisting(const std::string& path, int access) {
@@ -26,7 +26,7 @@ Descriptor openExisting(const std::string& path, int access) {
 Result<> writeAll(const Descriptor& to, std::string_view bytes, const std::string& path) {
   while (!bytes.empty()) {
     const ssize_t written = ::write(to.get(), bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) return posix::failure("write " + path, errno);
+    if (written < 0 && errno != EINTR) return linux::failure("write " + path, errno);
     if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
   }
   return {};
@@ -39,7 +39,7 @@ Result<> copyAll(const Descriptor& from, const Descriptor& to, const std::string
     const ssize_t count = ::read(from.get(), buffer.data(), buffer.size());
     if (count == 0) return {};
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return posix::failure("copy the firmware's variables to " + path, errno);
+    if (count < 0) return linux::failure("copy the firmware's variables to " + path, errno);
     const auto written = writeAll(to, {buffer.data(), static_cast<std::size_t>(count)}, path);
     if (!written) return written;
   }
@@ -67,21 +67,21 @@ bool hasVolumeHeader(const Descriptor& file) {
 Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& platform) {
   const std::string original = platform.firmwareVariables;
   const Descriptor from = openExisting(original, O_RDONLY);
-  if (!from) return posix::failure("read " + original, errno);
+  if (!from) return linux::failure("read " + original, errno);
   constexpr mode_t mode = 0666;  // less what the user's mask takes away
   Descriptor to(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-  if (!to) return posix::failure("create " + path, errno);
+  if (!to) return linux::failure("create " + path, errno);
   const auto copied = copyAll(from, to, path);
-  if (copied && !to.close()) return posix::failure("write " + path, errno);
+  if (copied && !to.close()) return linux::failure("write " + path, errno);
   return copied;
 }
 
 Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform) {
   const std::string original = platform.firmwareVariables;
   const Descriptor file = openExisting(path, O_RDWR);
-  if (!file) return posix::failure("open the auxiliary storage " + path, errno);
+  if (!file) return linux::failure("open the auxiliary storage " + path, errno);
   const Descriptor pattern = openExisting(original, O_RDONLY);
-  if (!pattern) return posix::failure("read " + original, errno);
+  if (!pattern) return linux::failure("read " + original, errno);
   if (lengthOf(file) == lengthOf(pattern) && hasVolumeHeader(file)) return {};
   return refusal("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
 }
@@ -89,9 +89,9 @@ Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& pla
 Result<QemuDiskAttachment> attachDisk(const std::string& path, DiskAccess access) {
   const std::string attempt = "open the disk image " + path;
   const Descriptor file = openExisting(path, access == DiskAccess::readOnly ? O_RDONLY : O_RDWR);
-  if (!file) return posix::failure(attempt, errno);
+  if (!file) return linux::failure(attempt, errno);
   struct stat status{};
-  if (::fstat(file.get(), &status) != 0) return posix::failure(attempt, errno);
+  if (::fstat(file.get(), &status) != 0) return linux::failure(attempt, errno);
   if (S_ISREG(status.st_mode)) return QemuDiskAttachment(path, DiskKind::file, access);
   if (S_ISBLK(status.st_mode)) return QemuDiskAttachment(path, DiskKind::blockDevice, access);
   return refusal("could not " + attempt + ": it is neither a file nor a block device");

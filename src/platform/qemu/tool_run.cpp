@@ -13,7 +13,7 @@ std::string ToolResult::reason() const {
   return lastMessage.empty() ? "it " + describe(exit) : lastMessage;
 }
 
-platform::Result<std::unique_ptr<ToolRun>> ToolRun::start(posix::Loop& loop,
+platform::Result<std::unique_ptr<ToolRun>> ToolRun::start(linux::Loop& loop,
                                                           std::string_view program,
                                                           std::vector<std::string> arguments,
                                                           Handlers handlers) {
@@ -26,7 +26,7 @@ platform::Result<std::unique_ptr<ToolRun>> ToolRun::start(posix::Loop& loop,
 ToolRun::ToolRun(std::string_view program, std::function<void(const ToolResult&)> ended)
     : messages_(program), ended_(std::move(ended)) {}
 
-platform::Result<> ToolRun::spawn(posix::Loop& loop, std::string_view program,
+platform::Result<> ToolRun::spawn(linux::Loop& loop, std::string_view program,
                                   std::vector<std::string> arguments, OutputPipe::Sink output) {
   const auto path = findProgram(program);
   if (!path) return refusal(std::string(program) + " is not installed");
@@ -38,13 +38,13 @@ platform::Result<> ToolRun::spawn(posix::Loop& loop, std::string_view program,
   errors_ = *std::move(errors);
 
   auto child =
-      posix::spawnChild(loop,
+      linux::spawnChild(loop,
                         {.program = *path,
                          .arguments = std::move(arguments),
                          .descriptors = {{1, output_->childEnd()}, {2, errors_->childEnd()}},
                          .newSession = true,
                          .beforeExec = dieWithParent},
-                        [this](const posix::ChildExit& exit) { finish(exit); });
+                        [this](const linux::ChildExit& exit) { finish(exit); });
   if (!child) return std::unexpected(std::move(child).error());
   child_ = *std::move(child);
   output_->closeChildEnd();
@@ -52,7 +52,7 @@ platform::Result<> ToolRun::spawn(posix::Loop& loop, std::string_view program,
   return {};
 }
 
-void ToolRun::finish(const posix::ChildExit& exit) {
+void ToolRun::finish(const linux::ChildExit& exit) {
   output_->drain();
   errors_->drain();
   const ToolResult result{.exit = exit, .lastMessage = messages_.text()};

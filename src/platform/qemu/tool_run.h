@@ -14,7 +14,7 @@ namespace parlen::qemu {
 
 /// How a tool ended, and the last thing that it said on its standard error.
 struct ToolResult {
-  posix::ChildExit exit;
+  linux::ChildExit exit;
   std::string lastMessage;
 
   bool succeeded() const { return exit.status == 0; }
@@ -32,22 +32,22 @@ class ToolRun {
   };
 
   /// `program` is looked up in PATH.
-  static platform::Result<std::unique_ptr<ToolRun>> start(posix::Loop& loop,
+  static platform::Result<std::unique_ptr<ToolRun>> start(linux::Loop& loop,
                                                           std::string_view program,
                                                           std::vector<std::string> arguments,
                                                           Handlers handlers);
 
  private:
   ToolRun(std::string_view program, std::function<void(const ToolResult&)> ended);
-  platform::Result<> spawn(posix::Loop& loop, std::string_view program,
+  platform::Result<> spawn(linux::Loop& loop, std::string_view program,
                            std::vector<std::string> arguments, OutputPipe::Sink output);
-  void finish(const posix::ChildExit& exit);
+  void finish(const linux::ChildExit& exit);
 
   LastMessage messages_;
   std::function<void(const ToolResult&)> ended_;
   std::unique_ptr<OutputPipe> output_;
   std::unique_ptr<OutputPipe> errors_;
-  std::unique_ptr<posix::ChildProcess> child_;
+  std::unique_ptr<linux::ChildProcess> child_;
 };
 
 }  // namespace parlen::qemu
