@@ -17,6 +17,31 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
   target_compile_options(parlen_options INTERFACE -Wno-maybe-uninitialized -Wno-restrict)
 endif()
 
+# Builds of every day parse the standard library once, not once per file. The other builds (clang,
+# release) see each file with its own includes alone, so that none can be forgotten.
+option(PARLEN_PRECOMPILED_HEADERS "Precompile the standard library's headers" OFF)
+if(PARLEN_PRECOMPILED_HEADERS)
+  file(WRITE ${CMAKE_BINARY_DIR}/empty.cpp "")
+  add_library(parlen_precompiled OBJECT ${CMAKE_BINARY_DIR}/empty.cpp)
+  target_link_libraries(parlen_precompiled PRIVATE parlen_options)
+  target_precompile_headers(parlen_precompiled PRIVATE
+    <algorithm> <array> <chrono> <cstdint> <expected> <functional> <map> <memory> <mutex>
+    <optional> <string> <string_view> <utility> <variant> <vector>)
+  if(PARLEN_TESTS)
+    add_library(parlen_precompiled_tests OBJECT ${CMAKE_BINARY_DIR}/empty.cpp)
+    target_link_libraries(parlen_precompiled_tests PRIVATE parlen_options GTest::gtest GTest::gmock)
+    target_precompile_headers(parlen_precompiled_tests PRIVATE
+      <gmock/gmock.h> <gtest/gtest.h> <algorithm> <chrono> <expected> <fstream> <functional> <thread>)
+  endif()
+endif()
+
+# parlen_precompile(<target> <parlen_precompiled or parlen_precompiled_tests>)
+function(parlen_precompile target headers)
+  if(TARGET ${headers})
+    target_precompile_headers(${target} REUSE_FROM ${headers})
+  endif()
+endfunction()
+
 # parlen_folder(<folder> SOURCES <files...> LINKS <targets...>)
 #
 # The static library parlen_<folder> out of src/<folder>. Its headers are included as "<folder>/name.h", and
@@ -37,6 +62,7 @@ function(parlen_folder folder)
     add_library(parlen_${name} STATIC ${arg_SOURCES})
     target_include_directories(parlen_${name} PUBLIC ${view})
     target_link_libraries(parlen_${name} PUBLIC ${arg_LINKS} PRIVATE parlen_options)
+    parlen_precompile(parlen_${name} parlen_precompiled)
   else()
     add_library(parlen_${name} INTERFACE)
     target_include_directories(parlen_${name} INTERFACE ${view})
@@ -51,6 +77,7 @@ function(parlen_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} parlen_options GTest::gtest_main GTest::gmock)
+  parlen_precompile(${name} parlen_precompiled_tests)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${name})
 endfunction()
 
