@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace parlen::platform {
 
@@ -20,6 +21,13 @@ struct PlatformError {
 
 template <class Value = void>
 using Result = std::expected<Value, PlatformError>;
+
+/// An error to return. Each host binds `domain` to its own; `sentence` becomes the description.
+inline std::unexpected<PlatformError> error(std::string_view domain, std::int64_t code,
+                                            std::string sentence) {
+  return std::unexpected(PlatformError{
+      .domain = std::string(domain), .code = code, .description = std::move(sentence)});
+}
 
 /// Called exactly once with how an operation ended, never from inside the call that was given it.
 using Completion = std::function<void(Result<>)>;
