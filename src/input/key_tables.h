@@ -7,9 +7,9 @@
 #include <optional>
 #include <string_view>
 
-/// The keys of a US ANSI keyboard. Key codes are macOS virtual key codes: they name a place on the
-/// keyboard, not a character (the `kVK_` constants, the `kVK_ANSI_` ones for what types a
-/// character). A host with other codes translates them at its edge.
+#include "platform/key_codes.h"
+
+/// What a request may name, and the keys of a US ANSI keyboard that it means.
 namespace parlen {
 
 template <class Value>
@@ -42,34 +42,33 @@ struct NameTable {
 /// The key codes of the keys that have a name in a chord. The modifiers' are those of the left-hand
 /// keys; no chord presses one as its final key, but typing has to move them.
 inline constexpr NameTable<std::uint16_t, 18> vmNamedKeys{{{
-    {"return", 36},
-    {"tab", 48},
-    {"space", 49},
-    {"delete", 51},  // to the left: the backspace key
-    {"escape", 53},
-    {"forward-delete", 117},
-    {"home", 115},
-    {"end", 119},
-    {"page-up", 116},
-    {"page-down", 121},
-    {"left", 123},
-    {"right", 124},
-    {"down", 125},
-    {"up", 126},
-    {"cmd", 55},
-    {"shift", 56},
-    {"option", 58},
-    {"ctrl", 59},
+    {"return", vk::returnKey},
+    {"tab", vk::tab},
+    {"space", vk::space},
+    {"delete", vk::deleteKey},  // backspace
+    {"escape", vk::escape},
+    {"forward-delete", vk::forwardDelete},
+    {"home", vk::home},
+    {"end", vk::end},
+    {"page-up", vk::pageUp},
+    {"page-down", vk::pageDown},
+    {"left", vk::leftArrow},
+    {"right", vk::rightArrow},
+    {"down", vk::downArrow},
+    {"up", vk::upArrow},
+    {"cmd", vk::command},
+    {"shift", vk::shift},
+    {"option", vk::option},
+    {"ctrl", vk::control},
 }}};
 
-/// What each modifier sets in a key event's modifier flags (macOS layout): the flag of the kind in
-/// the upper 16 bits, and below it the bit of the left-hand key. A real key sets both, and a guest
-/// may look at either.
+/// What each modifier sets in a key event's modifier flags: the flag of its kind and the bit of the
+/// left-hand key. A real key sets both, and a guest may look at either.
 inline constexpr NameTable<std::uint64_t, 4> vmModifierFlags{{{
-    {"cmd", 0x100000 | 0x8},
-    {"shift", 0x20000 | 0x2},
-    {"option", 0x80000 | 0x20},
-    {"ctrl", 0x40000 | 0x1},
+    {"cmd", modifier::command | modifier::leftCommandKey},
+    {"shift", modifier::shift | modifier::leftShiftKey},
+    {"option", modifier::option | modifier::leftOptionKey},
+    {"ctrl", modifier::control | modifier::leftControlKey},
 }}};
 
 /// How a character is typed: the key, and whether Shift is held.
@@ -116,56 +115,56 @@ class CharKeyTable {
 
 inline constexpr CharKeyTable vmCharKeys{{
     // The letters, row by row as they lie.
-    {'q', 'Q', 12},
-    {'w', 'W', 13},
-    {'e', 'E', 14},
-    {'r', 'R', 15},
-    {'t', 'T', 17},
-    {'y', 'Y', 16},
-    {'u', 'U', 32},
-    {'i', 'I', 34},
-    {'o', 'O', 31},
-    {'p', 'P', 35},
-    {'a', 'A', 0},
-    {'s', 'S', 1},
-    {'d', 'D', 2},
-    {'f', 'F', 3},
-    {'g', 'G', 5},
-    {'h', 'H', 4},
-    {'j', 'J', 38},
-    {'k', 'K', 40},
-    {'l', 'L', 37},
-    {'z', 'Z', 6},
-    {'x', 'X', 7},
-    {'c', 'C', 8},
-    {'v', 'V', 9},
-    {'b', 'B', 11},
-    {'n', 'N', 45},
-    {'m', 'M', 46},
+    {'q', 'Q', vk::ansiQ},
+    {'w', 'W', vk::ansiW},
+    {'e', 'E', vk::ansiE},
+    {'r', 'R', vk::ansiR},
+    {'t', 'T', vk::ansiT},
+    {'y', 'Y', vk::ansiY},
+    {'u', 'U', vk::ansiU},
+    {'i', 'I', vk::ansiI},
+    {'o', 'O', vk::ansiO},
+    {'p', 'P', vk::ansiP},
+    {'a', 'A', vk::ansiA},
+    {'s', 'S', vk::ansiS},
+    {'d', 'D', vk::ansiD},
+    {'f', 'F', vk::ansiF},
+    {'g', 'G', vk::ansiG},
+    {'h', 'H', vk::ansiH},
+    {'j', 'J', vk::ansiJ},
+    {'k', 'K', vk::ansiK},
+    {'l', 'L', vk::ansiL},
+    {'z', 'Z', vk::ansiZ},
+    {'x', 'X', vk::ansiX},
+    {'c', 'C', vk::ansiC},
+    {'v', 'V', vk::ansiV},
+    {'b', 'B', vk::ansiB},
+    {'n', 'N', vk::ansiN},
+    {'m', 'M', vk::ansiM},
     // The digit row.
-    {'`', '~', 50},
-    {'1', '!', 18},
-    {'2', '@', 19},
-    {'3', '#', 20},
-    {'4', '$', 21},
-    {'5', '%', 23},
-    {'6', '^', 22},
-    {'7', '&', 26},
-    {'8', '*', 28},
-    {'9', '(', 25},
-    {'0', ')', 29},
-    {'-', '_', 27},
-    {'=', '+', 24},
+    {'`', '~', vk::ansiGrave},
+    {'1', '!', vk::ansi1},
+    {'2', '@', vk::ansi2},
+    {'3', '#', vk::ansi3},
+    {'4', '$', vk::ansi4},
+    {'5', '%', vk::ansi5},
+    {'6', '^', vk::ansi6},
+    {'7', '&', vk::ansi7},
+    {'8', '*', vk::ansi8},
+    {'9', '(', vk::ansi9},
+    {'0', ')', vk::ansi0},
+    {'-', '_', vk::ansiMinus},
+    {'=', '+', vk::ansiEqual},
     // The rest.
-    {'[', '{', 33},
-    {']', '}', 30},
-    {'\\', '|', 42},
-    {';', ':', 41},
-    {'\'', '"', 39},
-    {',', '<', 43},
-    {'.', '>', 47},
-    {'/', '?', 44},
-    {' ', ' ', 49},
+    {'[', '{', vk::ansiLeftBracket},
+    {']', '}', vk::ansiRightBracket},
+    {'\\', '|', vk::ansiBackslash},
+    {';', ':', vk::ansiSemicolon},
+    {'\'', '"', vk::ansiQuote},
+    {',', '<', vk::ansiComma},
+    {'.', '>', vk::ansiPeriod},
+    {'/', '?', vk::ansiSlash},
+    {' ', ' ', vk::space},
 }};
 
 }  // namespace parlen
