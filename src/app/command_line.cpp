@@ -4,8 +4,8 @@
 #include <charconv>
 #include <iterator>
 
-#include "events/die.h"
 #include "events/error_code.h"
+#include "events/event_stream.h"
 
 namespace parlen {
 

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "app/native_windows.h"
-#include "events/die.h"
 #include "events/error_code.h"
 #include "events/event_stream.h"
 #include "platform/simulated/host.h"

@@ -5,7 +5,6 @@
 
 #include "bundle/settings.h"
 #include "bundle/vm_bundle.h"
-#include "events/die.h"
 #include "events/error_code.h"
 #include "events/event_stream.h"
 #include "platform/platform.h"

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "bundle/settings.h"
-#include "events/die.h"
 #include "events/error_code.h"
+#include "events/event_stream.h"
 #include "platform/display.h"
 #include "platform/platform.h"
 

@@ -55,6 +55,11 @@ void emitProgress(double fraction) {
        std::string(digits.data(), static_cast<std::size_t>(length)) + "}");
 }
 
+void die(std::string_view code, std::string_view message) {
+  emitError(code, message);
+  platform::system().process().exit(1);
+}
+
 void warn(std::string_view text) {
   platform::system().streams().writeError("parlen-mac-vm: " + std::string(text) + "\n");
 }

@@ -42,6 +42,9 @@ void emitGuestPower(std::string_view state);
 /// Writes the fraction with four decimals; it is not clamped.
 void emitProgress(double fraction);
 
+/// Writes an `error` event and ends the process with status 1.
+[[noreturn]] void die(std::string_view code, std::string_view message);
+
 /// Writes a prefixed line to standard error, past the queue and unordered with the events.
 void warn(std::string_view text);
 

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "bundle/vm_bundle.h"
-#include "events/die.h"
 #include "events/error_code.h"
 #include "events/event_stream.h"
 #include "install/installation.h"

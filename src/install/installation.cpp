@@ -7,7 +7,6 @@
 
 #include "bundle/configuration.h"
 #include "bundle/settings.h"
-#include "events/die.h"
 #include "events/error_code.h"
 #include "events/event_stream.h"
 #include "platform/platform.h"

@@ -7,7 +7,6 @@
 
 #include "events/error_code.h"
 #include "events/event_stream.h"
-#include "events/vm_errors.h"
 #include "platform/platform.h"
 
 namespace parlen {

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "events/die.h"
 #include "events/error_code.h"
+#include "events/event_stream.h"
 #include "platform/platform.h"
 #include "window/geometry.h"
 #include "window/window_size_request.h"

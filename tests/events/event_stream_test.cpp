@@ -5,7 +5,6 @@
 #include <thread>
 #include <vector>
 
-#include "events/die.h"
 #include "platform/platform.h"
 #include "support/test_system.h"
 

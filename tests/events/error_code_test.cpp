@@ -1,4 +1,4 @@
-#include "events/vm_errors.h"
+#include "events/error_code.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,7 @@
-#include "events/vm_errors.h"
+#include "events/error_code.h"
 
 #include <array>
 #include <cstddef>
-
-#include "events/error_code.h"
 
 namespace parlen {
 namespace {
