@@ -69,18 +69,18 @@ Result<> detach(const VMBundle& copy, const std::string& member) {
   return {};
 }
 
-VMSettings settingsForCopy(const VMBundle& copy, const std::string& macAddress) {
+VMSettings settingsForCopy(const VMBundle& copy, const platform::MacAddress& address) {
   // A clone of a bundle without settings has an unknown disk size, recorded as 0.
   VMSettings settings = loadSettings(copy).value_or(VMSettings{.macAddress = {},
                                                                .cpuCount = defaultCpuCount(),
                                                                .memoryBytes = defaultMemoryBytes(),
                                                                .diskGb = 0});
-  settings.macAddress = macAddress;
+  settings.macAddress = platform::toString(address);
   return settings;
 }
 
-void writeNewSettings(const VMBundle& copy, const std::string& macAddress) {
-  const VMSettings settings = settingsForCopy(copy, macAddress);
+void writeNewSettings(const VMBundle& copy, const platform::MacAddress& address) {
+  const VMSettings settings = settingsForCopy(copy, address);
   orDie(detach(copy, copy.settings()));
   orDie(saveSettings(settings, copy));
 }
@@ -115,16 +115,12 @@ void cloneVM(const std::string& from, const std::string& to, MachineIdChoice mac
   orDie(files.copyDirectory(source.root(), copy.root()));
   warnOfSharedFiles(copy);
   makeWritable(copy.root());
-  const std::string macAddress =
-      platform::toString(platform::host().identities().randomMacAddress());
-  writeNewSettings(copy, macAddress);
-  const bool regenerate = machineId == MachineIdChoice::regenerate;
-  if (regenerate) writeNewIdentifier(copy);
+  const platform::MacAddress address = platform::host().identities().randomMacAddress();
+  writeNewSettings(copy, address);
+  if (machineId == MachineIdChoice::regenerate) writeNewIdentifier(copy);
   resetShare(copy);
 
-  emit(R"({"type":"cloned","from":)" + jsonEscapeRepaired(source.root()) + R"(,"to":)" +
-       jsonEscapeRepaired(copy.root()) + R"(,"macAddress":)" + jsonEscape(macAddress) +
-       R"(,"machineIdentifier":")" + (regenerate ? "regenerated" : "kept") + R"("})");
+  emitCloned(source.root(), copy.root(), address, machineId);
   platform::system().process().exit(0);
 }
 

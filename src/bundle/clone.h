@@ -2,9 +2,9 @@
 
 #include <string>
 
-namespace parlen {
+#include "events/event_stream.h"
 
-enum class MachineIdChoice { keep, regenerate };
+namespace parlen {
 
 /// Copies the bundle at `from` to `to`, which must be no directory, and gives the copy a network
 /// address of its own and, on request, an identifier of its own. Paths as typed. Ends the process:

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdio>
+#include <utility>
 
 #include "platform/platform.h"
 #include "text/json_writer.h"
@@ -13,16 +14,34 @@ namespace parlen {
 // Set by start-up; see the declaration.
 constinit std::unique_ptr<platform::SerialQueue> outputQueue;
 
+namespace {
+
+void writeLine(std::string_view line) {
+  std::string bytes(line);
+  bytes += '\n';
+  platform::system().streams().writeOutput(bytes);
+}
+
+/// `value` without its fraction. Traps if that is no 64-bit number.
+std::string integer(double value) {
+  constexpr double limit = 9223372036854775808.0;  // 2^63
+  if (!(value >= -limit && value < limit)) platform::system().process().trap();
+  return std::to_string(static_cast<std::int64_t>(value));
+}
+
+std::string json(const platform::Rect& rect) {
+  return R"({"x":)" + integer(rect.x) + R"(,"y":)" + integer(rect.y) + R"(,"width":)" +
+         integer(rect.width) + R"(,"height":)" + integer(rect.height) + "}";
+}
+
+}  // namespace
+
 std::string jsonEscape(std::string_view text) { return text::quoteJson(text).value_or("\"\""); }
 
 std::string jsonEscapeRepaired(std::string_view text) { return jsonEscape(text::repairUtf8(text)); }
 
 void emit(std::string_view line) {
-  outputQueue->sync([line] {
-    std::string bytes(line);
-    bytes += '\n';
-    platform::system().streams().writeOutput(bytes);
-  });
+  outputQueue->sync([line] { writeLine(line); });
 }
 
 void emitReady() { emit(R"({"type":"ready","proto":)" + std::to_string(vmProto) + "}"); }
@@ -31,19 +50,14 @@ void emitState(std::string_view state) {
   emit(R"({"type":"state","state":")" + std::string(state) + R"("})");
 }
 
-void emitStopped(bool crashed, std::string_view reason) {
-  emit(R"({"type":"state","state":"stopped","crashed":)" + std::string(crashed ? "true" : "false") +
-       R"(,"reason":)" + jsonEscapeRepaired(reason) + "}");
-}
-
 void emitError(std::string_view code, std::string_view message) {
   emit(R"({"type":"error","code":")" + std::string(code) + R"(","message":)" +
        jsonEscapeRepaired(message) + "}");
 }
 
-void emitGuestPower(std::string_view state) {
-  emit(R"({"type":")" + std::string(guestPowerEvent) + R"(","state":")" + std::string(state) +
-       R"("})");
+void die(std::string_view code, std::string_view message) {
+  emitError(code, message);
+  platform::system().process().exit(1);
 }
 
 void emitProgress(double fraction) {
@@ -55,9 +69,66 @@ void emitProgress(double fraction) {
        std::string(digits.data(), static_cast<std::size_t>(length)) + "}");
 }
 
-void die(std::string_view code, std::string_view message) {
-  emitError(code, message);
-  platform::system().process().exit(1);
+void emitCreated(std::string_view bundle) {
+  emit(R"({"type":"created","bundle":)" + jsonEscapeRepaired(bundle) + "}");
+}
+
+void emitStopped(bool crashed, std::string_view reason) {
+  emit(R"({"type":"state","state":"stopped","crashed":)" + std::string(crashed ? "true" : "false") +
+       R"(,"reason":)" + jsonEscapeRepaired(reason) + "}");
+}
+
+void emitGuestPower(std::string_view state) {
+  emit(R"({"type":")" + std::string(guestPowerEvent) + R"(","state":")" + std::string(state) +
+       R"("})");
+}
+
+void emitInputDone(std::string_view verb) {
+  emit(R"({"type":"input-done","input":")" + std::string(verb) + R"("})");
+}
+
+void emitWindowAction(std::string_view action) {
+  emit(R"({"type":"window-action","action":")" + std::string(action) + R"("})");
+}
+
+void emitCloned(std::string_view from, std::string_view to, const platform::MacAddress& address,
+                MachineIdChoice choice) {
+  emit(R"({"type":"cloned","from":)" + jsonEscapeRepaired(from) + R"(,"to":)" +
+       jsonEscapeRepaired(to) + R"(,"macAddress":")" + platform::toString(address) +
+       R"(","machineIdentifier":")" +
+       (choice == MachineIdChoice::regenerate ? "regenerated" : "kept") + R"("})");
+}
+
+bool emitStatus(const StatusReport& report) {
+  text::JsonObject members{
+      {"auxiliaryStorage", report.auxiliaryStorage},
+      {"bundle", report.bundle},
+      {"disk", report.disk},
+      {"exists", report.exists},
+      {"guestConfig", report.guestConfig},
+      {"hardwareModel", report.hardwareModel},
+      {"machineIdentifier", report.machineIdentifier},
+      {"supported", report.supported},
+      {"type", "status"},
+  };
+  const auto add = [&members](const char* name, const auto& known) {
+    if (known) members.emplace(name, *known);
+  };
+  add("cpuCount", report.cpuCount);
+  add("diskBytes", report.diskBytes);
+  add("diskGb", report.diskGb);
+  add("macAddress", report.macAddress);
+  add("memoryBytes", report.memoryBytes);
+
+  const auto line = text::writeCompactSorted(std::move(members));
+  if (line) emit(*line);
+  return line.has_value();
+}
+
+void emitWindowSize(const platform::Rect& content, const platform::Rect& frame) {
+  // One whole line or none: every number is converted before the first byte is written.
+  writeLine(R"({"type":"window-size","content":)" + json(content) + R"(,"frame":)" + json(frame) +
+            "}");
 }
 
 void warn(std::string_view text) {

@@ -86,7 +86,7 @@ void GuiInputDriver::releaseModifiers(const Stroke& stroke) {
 }
 
 void GuiInputDriver::finish(const InputRequest& request) {
-  emit(R"({"type":"input-done","input":")" + request.verb + R"("})");
+  emitInputDone(request.verb);
   draining_ = false;
   drainIfIdle();
 }

@@ -101,7 +101,7 @@ void reportProgress(const platform::Installer& installer, std::int64_t& lastPerc
 void finish(const Result<>& result, const VMBundle& bundle) {
   installProgress.reset();
   if (!result) fail(result.error());
-  emit(R"({"type":"created","bundle":)" + jsonEscapeRepaired(bundle.root()) + "}");
+  emitCreated(bundle.root());
   platform::system().process().exit(0);
 }
 

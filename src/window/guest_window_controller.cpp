@@ -16,11 +16,6 @@ namespace {
 using platform::ActivationPolicy;
 using platform::BarLabel;
 
-/// `action` is one of the program's own words.
-void emitWindowAction(std::string_view action) {
-  emit(R"({"type":"window-action","action":")" + std::string(action) + R"("})");
-}
-
 /// A way to get the window out of sight, for a process that has come without a menu bar.
 void ensureMainMenu(platform::WindowSystem& windows) {
   if (!windows.hasMainMenu()) windows.setMainMenu({{{"Hide", "hide:", ""}}});

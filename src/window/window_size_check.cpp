@@ -1,7 +1,5 @@
 #include "window/window_size_check.h"
 
-#include <cstdint>
-
 #include "events/error_code.h"
 #include "events/event_stream.h"
 #include "platform/platform.h"
@@ -9,21 +7,6 @@
 #include "window/window_size_request.h"
 
 namespace parlen {
-namespace {
-
-/// `value` without its fraction. Traps if that is no 64-bit number.
-std::string integer(double value) {
-  constexpr double limit = 9223372036854775808.0;  // 2^63
-  if (!(value >= -limit && value < limit)) platform::system().process().trap();
-  return std::to_string(static_cast<std::int64_t>(value));
-}
-
-std::string json(const platform::Rect& rect) {
-  return R"({"x":)" + integer(rect.x) + R"(,"y":)" + integer(rect.y) + R"(,"width":)" +
-         integer(rect.width) + R"(,"height":)" + integer(rect.height) + "}";
-}
-
-}  // namespace
 
 void windowSizeCheck(const std::optional<std::string>& guest,
                      const std::optional<std::string>& scale,
@@ -36,10 +19,7 @@ void windowSizeCheck(const std::optional<std::string>& guest,
   }
   const GuestFrames frames = guestWindowFrame(request->guestPixels, request->guestScale,
                                               request->visibleFrame, request->chrome);
-  // One whole line or none: every number is converted before the first byte is written.
-  const std::string line = R"({"type":"window-size","content":)" + json(frames.content) +
-                           R"(,"frame":)" + json(frames.frame) + "}\n";
-  platform::system().streams().writeOutput(line);
+  emitWindowSize(frames.content, frames.frame);
   platform::system().process().exit(0);
 }
 
