@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <optional>
 #include <string>
 
@@ -82,6 +83,15 @@ TEST(ChildProcess, PassesArgumentsUnchanged) {
   options.arguments = {"%s|", "a b", "", "$HOME", "\"x"};
 
   EXPECT_EQ("a b||$HOME|\"x|", outputOf(options));
+}
+
+TEST(ChildProcess, StartsAnInstalledProgramWithAnEmptyPath) {
+  EXPECT_EQ(0, inChild([] {
+              setenv("PATH", "", 1);
+              ChildOptions options;
+              options.program = "true";
+              return runToEnd(options).status.value_or(128);
+            }));
 }
 
 TEST(ChildProcess, FailsToStartWithTheReasonWhenThereIsNoSuchProgram) {

@@ -19,7 +19,7 @@ struct ChildExit {
 };
 
 struct ChildOptions {
-  std::string program;                 // a path, or a name that is looked up in PATH
+  std::string program;                 // a path, or a name for findProgram
   std::vector<std::string> arguments;  // without the program itself
   /// {descriptor in the child, descriptor here}. What is not listed is closed in the child, except
   /// that 0, 1 and 2 become /dev/null.

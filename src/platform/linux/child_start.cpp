@@ -8,11 +8,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
-#include <string_view>
+#include <utility>
 
 #include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
+#include "platform/linux/find_program.h"
 
 namespace parlen::linux {
 namespace {
@@ -20,7 +20,7 @@ namespace {
 // Everything that the child needs, made before the fork: after it, only async-signal-safe calls are
 // left, because another thread may have held any lock at that moment.
 struct ChildPlan {
-  std::vector<std::string> candidates;  // the paths to try to execute, in order
+  std::string path;
   std::vector<char*> arguments;
   std::vector<int> moved;  // room for one descriptor of each pair
   std::vector<int> kept;   // the descriptors that survive exec, sorted
@@ -28,24 +28,9 @@ struct ChildPlan {
   int parent = getpid();
 };
 
-std::vector<std::string> findCandidates(const std::string& program) {
-  if (program.find('/') != std::string::npos) return {program};
-  const char* path = std::getenv("PATH");
-  std::string_view rest = path != nullptr ? path : "/usr/local/bin:/usr/bin:/bin";
-  std::vector<std::string> candidates;
-  for (bool more = true; more;) {
-    const std::size_t colon = rest.find(':');
-    std::string directory(rest.substr(0, colon));
-    candidates.push_back((directory.empty() ? "." : directory) + "/" + program);
-    more = colon != std::string_view::npos;
-    if (more) rest.remove_prefix(colon + 1);
-  }
-  return candidates;
-}
-
-ChildPlan makePlan(const ChildOptions& options) {
+ChildPlan makePlan(const ChildOptions& options, std::string path) {
   ChildPlan plan;
-  plan.candidates = findCandidates(options.program);
+  plan.path = std::move(path);
   // exec takes pointers to what it does not change.
   plan.arguments.push_back(const_cast<char*>(options.program.c_str()));
   for (const std::string& argument : options.arguments) {
@@ -113,18 +98,6 @@ void resetSignals() {
   sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-// Like a shell: a file that may not be executed does not end the search, but is what is reported.
-int execute(const ChildPlan& plan) {
-  int result = ENOENT;
-  for (const std::string& candidate : plan.candidates) {
-    execve(candidate.c_str(), plan.arguments.data(), environ);
-    if (errno == ENOENT || errno == ENOTDIR) continue;
-    result = errno;
-    if (errno != EACCES) break;
-  }
-  return result;
-}
-
 int becomeProgram(const ChildOptions& options, ChildPlan& plan, int& report) {
   if (options.newSession) setsid();
   if (const int code = moveAway(options, plan, report)) return code;
@@ -132,7 +105,8 @@ int becomeProgram(const ChildOptions& options, ChildPlan& plan, int& report) {
   if (const int code = closeRestAtExec(plan)) return code;
   resetSignals();
   if (options.beforeExec != nullptr) options.beforeExec(plan.parent);
-  return execute(plan);
+  execve(plan.path.c_str(), plan.arguments.data(), environ);
+  return errno;
 }
 
 [[noreturn]] void runChild(const ChildOptions& options, ChildPlan& plan, int report) {
@@ -175,7 +149,9 @@ int readReport(int report) {
 
 platform::Result<pid_t> startChild(const ChildOptions& options) {
   const std::string attempt = "start " + options.program;
-  ChildPlan plan = makePlan(options);
+  auto path = findProgram(options.program);
+  if (!path) return failure(attempt, path.error());
+  ChildPlan plan = makePlan(options, std::move(*path));
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return failure(attempt, errno);
   Descriptor reading(ends[0]);
