@@ -20,7 +20,7 @@ void checkInfo(std::string_view input) {
 }
 
 void checkModel(std::string_view input) {
-  const auto model = QemuHardwareModel::parse(input);
+  const auto model = HardwareModel::parse(input);
   require(model == nullptr || model->dataRepresentation() == input);
 }
 

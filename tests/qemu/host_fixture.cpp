@@ -24,7 +24,7 @@ platform::MachineConfiguration HostTest::makeGuest(const std::string& folder) {
   files().createEmptyFile(root + "/disk");
   EXPECT_TRUE(files().setLength(root + "/disk", diskLength));
 
-  const auto model = std::make_shared<QemuHardwareModel>(*nativeGuestPlatform());
+  const auto model = std::make_shared<HardwareModel>(*nativeGuestPlatform());
   platform::MachineConfiguration configuration;
   configuration.hardwareModel = model;
   configuration.machineIdentifier = host_.identities().newMachineIdentifier();

@@ -21,7 +21,7 @@ class HostTest : public testing::Test {
 
   linux::Loop& loop() { return system_->posixLoop(); }
   platform::Files& files() { return system_->files(); }
-  QemuHost& host() { return host_; }
+  Host& host() { return host_; }
   const std::vector<std::string>& warnings() const { return warnings_; }
 
   std::string path(const std::string& name) const { return directory_ / name; }
@@ -41,8 +41,8 @@ class HostTest : public testing::Test {
   test::TemporaryDirectory directory_;
   std::unique_ptr<linux::PosixSystem> system_ = linux::makePosixSystem();
   std::vector<std::string> warnings_;
-  QemuHost host_{system_->posixLoop(),
-                 [this](std::string_view text) { warnings_.emplace_back(text); }, [] {}};
+  Host host_{system_->posixLoop(), [this](std::string_view text) { warnings_.emplace_back(text); },
+             [] {}};
 };
 
 /// The children of a process, this one's by default.

@@ -28,7 +28,7 @@ bool isAlive(int pid) {
   return status >> number >> name >> state && state != "Z";
 }
 
-class QemuMachineTest : public HostTest {
+class MachineTest : public HostTest {
  protected:
   /// QEMU's process: the only child.
   static int qemu() {
@@ -38,7 +38,7 @@ class QemuMachineTest : public HostTest {
   }
 };
 
-TEST_F(QemuMachineTest, EndsWithAnErrorWhenQemuIsKilledWhileItRuns) {
+TEST_F(MachineTest, EndsWithAnErrorWhenQemuIsKilledWhileItRuns) {
   MachineStory story;
   const auto machine = runningMachine(story);
 
@@ -50,7 +50,7 @@ TEST_F(QemuMachineTest, EndsWithAnErrorWhenQemuIsKilledWhileItRuns) {
   EXPECT_EQ(machine->state(), static_cast<int>(MachineState::error));
 }
 
-TEST_F(QemuMachineTest, FailsToStartWhenQemuIsKilledWhileItStarts) {
+TEST_F(MachineTest, FailsToStartWhenQemuIsKilledWhileItStarts) {
   MachineStory story;
   const auto machine = machineOf(makeGuest("guest"), story);
   machine->start(story.tell("start"));
@@ -62,7 +62,7 @@ TEST_F(QemuMachineTest, FailsToStartWhenQemuIsKilledWhileItStarts) {
   EXPECT_EQ(story.lastError, "QEMU was ended by signal 9 (Killed) while it was starting");
 }
 
-TEST_F(QemuMachineTest, EndsWithAnErrorWhenQemuIsKilledAfterAStopRequest) {
+TEST_F(MachineTest, EndsWithAnErrorWhenQemuIsKilledAfterAStopRequest) {
   MachineStory story;
   const auto machine = runningMachine(story);
   ASSERT_TRUE(machine->requestStop());
@@ -73,7 +73,7 @@ TEST_F(QemuMachineTest, EndsWithAnErrorWhenQemuIsKilledAfterAStopRequest) {
   EXPECT_THAT(story.happened, ElementsAre("started", "stopped with an error"));
 }
 
-TEST_F(QemuMachineTest, FailsAPauseUnderWayBeforeItReportsThatQemuWasKilled) {
+TEST_F(MachineTest, FailsAPauseUnderWayBeforeItReportsThatQemuWasKilled) {
   MachineStory story;
   const auto machine = runningMachine(story);
   const int pid = qemu();
@@ -86,7 +86,7 @@ TEST_F(QemuMachineTest, FailsAPauseUnderWayBeforeItReportsThatQemuWasKilled) {
   EXPECT_THAT(story.happened, ElementsAre("started", "pause failed", "stopped with an error"));
 }
 
-TEST_F(QemuMachineTest, SaysWhoAskedQemuToEnd) {
+TEST_F(MachineTest, SaysWhoAskedQemuToEnd) {
   MachineStory story;
   const auto machine = runningMachine(story);
 
@@ -97,7 +97,7 @@ TEST_F(QemuMachineTest, SaysWhoAskedQemuToEnd) {
   EXPECT_THAT(story.lastError, HasSubstr("asked to end by a signal: terminating on signal 15"));
 }
 
-TEST_F(QemuMachineTest, StopsHardEvenIfQemuHearsNothing) {
+TEST_F(MachineTest, StopsHardEvenIfQemuHearsNothing) {
   MachineStory story;
   const auto machine = runningMachine(story);
   ::kill(qemu(), SIGSTOP);
@@ -109,7 +109,7 @@ TEST_F(QemuMachineTest, StopsHardEvenIfQemuHearsNothing) {
   EXPECT_THAT(children(), IsEmpty());
 }
 
-TEST_F(QemuMachineTest, CompletesAHardStopOnlyWhenTheProcessIsGone) {
+TEST_F(MachineTest, CompletesAHardStopOnlyWhenTheProcessIsGone) {
   MachineStory story;
   const auto machine = runningMachine(story);
   const int pid = qemu();
@@ -123,7 +123,7 @@ TEST_F(QemuMachineTest, CompletesAHardStopOnlyWhenTheProcessIsGone) {
   runUntil([&] { return story.has("stopped"); });
 }
 
-TEST_F(QemuMachineTest, LeavesNoProcessBehindWhenItIsDestroyed) {
+TEST_F(MachineTest, LeavesNoProcessBehindWhenItIsDestroyed) {
   MachineStory story;
   auto machine = runningMachine(story);
 
@@ -132,7 +132,7 @@ TEST_F(QemuMachineTest, LeavesNoProcessBehindWhenItIsDestroyed) {
   EXPECT_THAT(children(), IsEmpty());
 }
 
-TEST_F(QemuMachineTest, TakesNoStopRequestWhileItIsPaused) {
+TEST_F(MachineTest, TakesNoStopRequestWhileItIsPaused) {
   MachineStory story;
   const auto machine = runningMachine(story);
   machine->pause(story.tell("paused"));
@@ -142,7 +142,7 @@ TEST_F(QemuMachineTest, TakesNoStopRequestWhileItIsPaused) {
   EXPECT_FALSE(machine->requestStop());
 }
 
-TEST_F(QemuMachineTest, RunsWithCommasInItsPaths) {
+TEST_F(MachineTest, RunsWithCommasInItsPaths) {
   auto configuration = makeGuest("a,b,readonly=on");
   ASSERT_TRUE(files().createDirectories(path("in,put")));
   configuration.directorySharingDevices = {
@@ -156,7 +156,7 @@ TEST_F(QemuMachineTest, RunsWithCommasInItsPaths) {
   EXPECT_THAT(story.happened, ElementsAre("started")) << story.lastError;
 }
 
-TEST_F(QemuMachineTest, FailsToStartWithoutAFolderToShareAndNamesIt) {
+TEST_F(MachineTest, FailsToStartWithoutAFolderToShareAndNamesIt) {
   auto configuration = makeGuest("guest");
   configuration.directorySharingDevices = {
       {.tag = "one", .path = path("missing"), .access = platform::ShareAccess::readOnly}};
@@ -170,7 +170,7 @@ TEST_F(QemuMachineTest, FailsToStartWithoutAFolderToShareAndNamesIt) {
   EXPECT_THAT(story.lastError, HasSubstr(path("missing")));
 }
 
-TEST_F(QemuMachineTest, SaysThatTheDiskIsInUse) {
+TEST_F(MachineTest, SaysThatTheDiskIsInUse) {
   const auto configuration = makeGuest("first");
   auto second = makeGuest("second");
   second.storageDevices = configuration.storageDevices;
@@ -189,21 +189,21 @@ TEST_F(QemuMachineTest, SaysThatTheDiskIsInUse) {
   EXPECT_THAT(story.lastError, HasSubstr(path("first/disk")));
 }
 
-TEST_F(QemuMachineTest, WarnsOnceThatItEmulates) {
+TEST_F(MachineTest, WarnsOnceThatItEmulates) {
   MachineStory story;
   const auto machine = runningMachine(story);
 
   EXPECT_THAT(warnings(), SizeIs(kvmWorks() ? 0 : 1));
 }
 
-TEST_F(QemuMachineTest, RunsQemuInASessionOfItsOwn) {
+TEST_F(MachineTest, RunsQemuInASessionOfItsOwn) {
   MachineStory story;
   const auto machine = runningMachine(story);
 
   EXPECT_EQ(::getsid(qemu()), qemu());
 }
 
-TEST_F(QemuMachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
+TEST_F(MachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
   const auto configuration = makeGuest("guest");
   std::array<int, 2> ends{};
   ASSERT_EQ(::pipe(ends.data()), 0);
@@ -212,7 +212,7 @@ TEST_F(QemuMachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
   if (tool == 0) {
     MachineStory story;
     const auto system = linux::makePosixSystem();
-    QemuHost own(system->posixLoop(), [](std::string_view) {}, [] {});
+    Host own(system->posixLoop(), [](std::string_view) {}, [] {});
     const auto machine = own.machines().createMachine(configuration);
     machine->start([&](const platform::Result<>&) {
       const int pid = children().front();

@@ -14,21 +14,21 @@ using testing::HasSubstr;
 using testing::Not;
 
 platform::MachineConfiguration configuration() {
-  QemuMachineIdentifier::Bytes identifier{};
+  MachineIdentifier::Bytes identifier{};
   for (std::size_t i = 0; i < identifier.size(); ++i) {
     identifier[i] = static_cast<std::uint8_t>(i * 0x11);
   }
   platform::MachineConfiguration machine;
   machine.hardwareModel =
-      std::make_shared<QemuHardwareModel>(*findGuestPlatform("x86_64", "q35", "ovmf-4m"));
-  machine.machineIdentifier = std::make_shared<QemuMachineIdentifier>(identifier);
-  machine.auxiliaryStorage = std::make_shared<QemuAuxiliaryStorage>("/vms/one/AuxiliaryStorage");
+      std::make_shared<HardwareModel>(*findGuestPlatform("x86_64", "q35", "ovmf-4m"));
+  machine.machineIdentifier = std::make_shared<MachineIdentifier>(identifier);
+  machine.auxiliaryStorage = std::make_shared<AuxiliaryStorage>("/vms/one/AuxiliaryStorage");
   machine.cpuCount = 2;
   machine.memorySize = 4294967296;
   machine.graphicsDevices = {
       {.displays = {{.widthInPixels = 1920, .heightInPixels = 1200, .pixelsPerInch = 80}}}};
-  machine.storageDevices = {{std::make_shared<QemuDiskAttachment>(
-      "/vms/one/Disk.img", DiskKind::file, DiskAccess::readWrite)}};
+  machine.storageDevices = {{std::make_shared<DiskAttachment>("/vms/one/Disk.img", DiskKind::file,
+                                                              DiskAccess::readWrite)}};
   machine.networkDevices = {{.attachment = platform::NetworkAttachment::nat,
                              .macAddress = platform::parseMacAddress("02:00:00:0a:0b:0c")}};
   machine.entropyDevices = {platform::EntropyDevice::virtio};
@@ -40,9 +40,9 @@ platform::MachineConfiguration configuration() {
   return machine;
 }
 
-TEST(QemuArguments, DescribeTheWholeMachine) {
+TEST(Arguments, DescribeTheWholeMachine) {
   EXPECT_THAT(
-      qemuArguments(configuration(), Acceleration::emulation),
+      buildArguments(configuration(), Acceleration::emulation),
       ElementsAre(
           "-nodefaults", "-no-user-config", "-S",                               //
           "-machine", "q35,pflash0=firmware,pflash1=variables",                 //
@@ -75,47 +75,47 @@ TEST(QemuArguments, DescribeTheWholeMachine) {
           "-sandbox", "on,obsolete=deny,elevateprivileges=deny,spawn=deny,resourcecontrol=deny"));
 }
 
-TEST(QemuArguments, NameTheAcceleration) {
-  const auto arguments = qemuArguments(configuration(), Acceleration::kvm);
+TEST(Arguments, NameTheAcceleration) {
+  const auto arguments = buildArguments(configuration(), Acceleration::kvm);
 
   EXPECT_THAT(arguments, Contains("kvm"));
   EXPECT_THAT(arguments, Not(Contains("tcg")));
 }
 
-TEST(QemuArguments, DoubleTheCommasOfPaths) {
+TEST(Arguments, DoubleTheCommasOfPaths) {
   auto machine = configuration();
-  machine.auxiliaryStorage = std::make_shared<QemuAuxiliaryStorage>("/a,b,read-only=on");
+  machine.auxiliaryStorage = std::make_shared<AuxiliaryStorage>("/a,b,read-only=on");
   machine.storageDevices = {
-      {std::make_shared<QemuDiskAttachment>("/c,,d", DiskKind::file, DiskAccess::readWrite)}};
+      {std::make_shared<DiskAttachment>("/c,,d", DiskKind::file, DiskAccess::readWrite)}};
   machine.directorySharingDevices[0].path = ",e";
 
-  const auto arguments = qemuArguments(machine, Acceleration::emulation);
+  const auto arguments = buildArguments(machine, Acceleration::emulation);
 
   EXPECT_THAT(arguments, Contains(HasSubstr("file.filename=/a,,b,,read-only=on")));
   EXPECT_THAT(arguments, Contains(HasSubstr("file.filename=/c,,,,d,file.aio")));
   EXPECT_THAT(arguments, Contains(HasSubstr("path=,,e,security_model")));
 }
 
-TEST(QemuArguments, LeaveTheAddressToQemuIfThereIsNone) {
+TEST(Arguments, LeaveTheAddressToQemuIfThereIsNone) {
   auto machine = configuration();
   machine.networkDevices[0].macAddress.reset();
 
-  EXPECT_THAT(qemuArguments(machine, Acceleration::emulation),
+  EXPECT_THAT(buildArguments(machine, Acceleration::emulation),
               Contains("virtio-net-pci,netdev=net0"));
 }
 
-TEST(QemuArguments, OpenABlockDeviceAsOneAndAReadOnlyDiskToRead) {
+TEST(Arguments, OpenABlockDeviceAsOneAndAReadOnlyDiskToRead) {
   auto machine = configuration();
-  machine.storageDevices = {{std::make_shared<QemuDiskAttachment>("/dev/sdz", DiskKind::blockDevice,
-                                                                  DiskAccess::readOnly)}};
+  machine.storageDevices = {
+      {std::make_shared<DiskAttachment>("/dev/sdz", DiskKind::blockDevice, DiskAccess::readOnly)}};
 
-  EXPECT_THAT(qemuArguments(machine, Acceleration::emulation),
+  EXPECT_THAT(buildArguments(machine, Acceleration::emulation),
               Contains("driver=raw,node-name=disk0,discard=unmap,read-only=on,"
                        "file.driver=host_device,file.filename=/dev/sdz,file.aio=threads,"
                        "file.discard=unmap"));
 }
 
-TEST(QemuArguments, GiveAMachineWithoutDevicesNone) {
+TEST(Arguments, GiveAMachineWithoutDevicesNone) {
   auto machine = configuration();
   machine.graphicsDevices.clear();
   machine.storageDevices.clear();
@@ -125,7 +125,7 @@ TEST(QemuArguments, GiveAMachineWithoutDevicesNone) {
   machine.pointingDevices.clear();
   machine.directorySharingDevices.clear();
 
-  const auto arguments = qemuArguments(machine, Acceleration::emulation);
+  const auto arguments = buildArguments(machine, Acceleration::emulation);
 
   for (const char* part : {"VGA", "virtio-", "usb-", "-netdev", "-fsdev", "-object"}) {
     EXPECT_THAT(arguments, Not(Contains(HasSubstr(part)))) << part;

@@ -13,10 +13,9 @@ const platform::MachineLimits limits = limitsFor(4, 1024 * mebibyte);
 platform::MachineConfiguration valid() {
   platform::MachineConfiguration configuration;
   configuration.hardwareModel =
-      std::make_shared<QemuHardwareModel>(*findGuestPlatform("x86_64", "q35", "ovmf-4m"));
-  configuration.machineIdentifier =
-      std::make_shared<QemuMachineIdentifier>(QemuMachineIdentifier::Bytes{});
-  configuration.auxiliaryStorage = std::make_shared<QemuAuxiliaryStorage>("/aux");
+      std::make_shared<HardwareModel>(*findGuestPlatform("x86_64", "q35", "ovmf-4m"));
+  configuration.machineIdentifier = std::make_shared<MachineIdentifier>(MachineIdentifier::Bytes{});
+  configuration.auxiliaryStorage = std::make_shared<AuxiliaryStorage>("/aux");
   configuration.cpuCount = 4;
   configuration.memorySize = 1024 * mebibyte;
   return configuration;
@@ -81,8 +80,8 @@ TEST(Validation, RefusesAMulticastAddress) {
 
 TEST(Validation, RefusesWhatIsNotOfThisHost) {
   auto configuration = valid();
-  configuration.hardwareModel = QemuHardwareModel::parse(
-      R"({"architecture":"s390x","firmware":"none","machineType":"virtio"})");
+  configuration.hardwareModel =
+      HardwareModel::parse(R"({"architecture":"s390x","firmware":"none","machineType":"virtio"})");
   EXPECT_EQ(complaint(configuration), "the configuration has no hardware model of this host");
 
   configuration = valid();

@@ -18,18 +18,16 @@ std::uint64_t hostMemory() {
 
 }  // namespace
 
-bool QemuCapabilities::isSupported() {
+bool Capabilities::isSupported() {
   const GuestPlatform* platform = nativeGuestPlatform();
   return platform != nullptr && isInstalled(*platform);
 }
 
-std::int64_t QemuCapabilities::processorCount() {
+std::int64_t Capabilities::processorCount() {
   return std::max(1L, ::sysconf(_SC_NPROCESSORS_ONLN));
 }
 
-platform::MachineLimits QemuCapabilities::limits() {
-  return limitsFor(processorCount(), hostMemory());
-}
+platform::MachineLimits Capabilities::limits() { return limitsFor(processorCount(), hostMemory()); }
 
 platform::MachineLimits limitsFor(std::int64_t processors, std::uint64_t memory) {
   constexpr std::int64_t leastMaximum = 2;  // what a guest gets by default, even on one processor

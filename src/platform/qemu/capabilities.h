@@ -4,7 +4,7 @@
 
 namespace parlen::qemu {
 
-class QemuCapabilities : public platform::HostCapabilities {
+class Capabilities : public platform::HostCapabilities {
  public:
   bool isSupported() override;
   std::int64_t processorCount() override;

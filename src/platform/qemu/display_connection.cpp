@@ -10,7 +10,7 @@
 namespace parlen::qemu {
 
 std::optional<linux::Descriptor> connectDisplay(platform::VirtualMachine& machine) {
-  auto* ours = dynamic_cast<QemuMachine*>(&machine);
+  auto* ours = dynamic_cast<Machine*>(&machine);
   if (ours == nullptr) return std::nullopt;
   std::array<int, 2> ends{};
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {

@@ -7,23 +7,23 @@
 
 namespace parlen::qemu {
 
-QemuHost::QemuHost(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput)
+Host::Host(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput)
     : loop_(loop),
       warn_(std::move(warn)),
       reserveOutput_(std::move(reserveOutput)),
       application_(loop) {}
 
-platform::MachineFactory& QemuHost::machines() {
+platform::MachineFactory& Host::machines() {
   if (!machines_) machines_.emplace(loop_, warn_, capabilities_);
   return *machines_;
 }
 
-platform::Restoration& QemuHost::restoration() {
+platform::Restoration& Host::restoration() {
   if (!restoration_) restoration_.emplace(loop_);
   return *restoration_;
 }
 
-platform::Result<platform::WindowSystem*> QemuHost::windowSystem() {
+platform::Result<platform::WindowSystem*> Host::windowSystem() {
   if (!desktop_) {
     reserveOutput_();
     auto opened = openDesktop(readDisplayNames(), {loop_, warn_, connectDisplay});

@@ -15,10 +15,10 @@
 namespace parlen::qemu {
 
 /// Runs guests on QEMU. Making one looks at nothing; each part is made when it is first asked for.
-class QemuHost : public platform::Host {
+class Host : public platform::Host {
  public:
   /// `reserveOutput` runs before any code is loaded that may print.
-  QemuHost(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput);
+  Host(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput);
 
   platform::HostCapabilities& capabilities() override { return capabilities_; }
   platform::GuestIdentities& identities() override { return identities_; }
@@ -31,11 +31,11 @@ class QemuHost : public platform::Host {
   linux::Loop& loop_;
   platform::WarningSink warn_;
   platform::Work reserveOutput_;
-  QemuCapabilities capabilities_;
-  QemuIdentities identities_;
+  Capabilities capabilities_;
+  Identities identities_;
   HeadlessApplication application_;
-  std::optional<QemuMachineFactory> machines_;
-  std::optional<QemuRestoration> restoration_;
+  std::optional<MachineFactory> machines_;
+  std::optional<Restoration> restoration_;
   std::unique_ptr<gtk::Desktop> desktop_;
 };
 

@@ -42,29 +42,25 @@ std::array<std::uint8_t, size> randomBytes() {
 
 }  // namespace
 
-QemuHardwareModel::QemuHardwareModel(const GuestPlatform& platform)
+HardwareModel::HardwareModel(const GuestPlatform& platform)
     : text_(modelText(platform)), platform_(&platform) {}
 
-std::shared_ptr<const QemuHardwareModel> QemuHardwareModel::parse(std::string_view bytes) {
+std::shared_ptr<const HardwareModel> HardwareModel::parse(std::string_view bytes) {
   const auto value = text::parseJson(bytes);
   if (!value) return nullptr;
   const std::string* architecture = textMember(*value, architectureKey);
   const std::string* machineType = textMember(*value, machineTypeKey);
   const std::string* firmware = textMember(*value, firmwareKey);
   if (architecture == nullptr || machineType == nullptr || firmware == nullptr) return nullptr;
-  return std::shared_ptr<const QemuHardwareModel>(
-      new QemuHardwareModel(bytes, findGuestPlatform(*architecture, *machineType, *firmware)));
+  return std::shared_ptr<const HardwareModel>(
+      new HardwareModel(bytes, findGuestPlatform(*architecture, *machineType, *firmware)));
 }
 
-bool QemuHardwareModel::isSupported() const {
-  return platform_ != nullptr && isInstalled(*platform_);
-}
+bool HardwareModel::isSupported() const { return platform_ != nullptr && isInstalled(*platform_); }
 
-std::string QemuMachineIdentifier::dataRepresentation() const {
-  return {bytes_.begin(), bytes_.end()};
-}
+std::string MachineIdentifier::dataRepresentation() const { return {bytes_.begin(), bytes_.end()}; }
 
-std::string QemuMachineIdentifier::uuid() const {
+std::string MachineIdentifier::uuid() const {
   constexpr std::string_view digits = "0123456789abcdef";
   constexpr std::array hyphenBefore{4, 6, 8, 10};
   std::string text;
@@ -76,25 +72,23 @@ std::string QemuMachineIdentifier::uuid() const {
   return text;
 }
 
-std::shared_ptr<const platform::HardwareModel> QemuIdentities::hardwareModel(
-    std::string_view bytes) {
-  return QemuHardwareModel::parse(bytes);
+std::shared_ptr<const platform::HardwareModel> Identities::hardwareModel(std::string_view bytes) {
+  return HardwareModel::parse(bytes);
 }
 
-std::shared_ptr<const platform::MachineIdentifier> QemuIdentities::machineIdentifier(
+std::shared_ptr<const platform::MachineIdentifier> Identities::machineIdentifier(
     std::string_view bytes) {
-  QemuMachineIdentifier::Bytes copy{};
+  MachineIdentifier::Bytes copy{};
   if (bytes.size() != copy.size()) return nullptr;
   std::ranges::copy(bytes, copy.begin());
-  return std::make_shared<QemuMachineIdentifier>(copy);
+  return std::make_shared<MachineIdentifier>(copy);
 }
 
-std::shared_ptr<const platform::MachineIdentifier> QemuIdentities::newMachineIdentifier() {
-  return std::make_shared<QemuMachineIdentifier>(
-      randomBytes<QemuMachineIdentifier::Bytes{}.size()>());
+std::shared_ptr<const platform::MachineIdentifier> Identities::newMachineIdentifier() {
+  return std::make_shared<MachineIdentifier>(randomBytes<MachineIdentifier::Bytes{}.size()>());
 }
 
-platform::MacAddress QemuIdentities::randomMacAddress() {
+platform::MacAddress Identities::randomMacAddress() {
   return platform::locallyAdministered(randomBytes<platform::MacAddress{}.octets.size()>());
 }
 

@@ -12,12 +12,12 @@
 namespace parlen::qemu {
 
 /// A guest's hardware as a small JSON text: its architecture, machine type and firmware.
-class QemuHardwareModel : public platform::HardwareModel {
+class HardwareModel : public platform::HardwareModel {
  public:
   /// The model of a new guest of `platform`.
-  explicit QemuHardwareModel(const GuestPlatform& platform);
+  explicit HardwareModel(const GuestPlatform& platform);
   /// Null if the bytes are not such a text.
-  static std::shared_ptr<const QemuHardwareModel> parse(std::string_view bytes);
+  static std::shared_ptr<const HardwareModel> parse(std::string_view bytes);
 
   std::string dataRepresentation() const override { return text_; }
   bool isSupported() const override;
@@ -25,7 +25,7 @@ class QemuHardwareModel : public platform::HardwareModel {
   const GuestPlatform* platform() const { return platform_; }
 
  private:
-  QemuHardwareModel(std::string_view text, const GuestPlatform* platform)
+  HardwareModel(std::string_view text, const GuestPlatform* platform)
       : text_(text), platform_(platform) {}
 
   std::string text_;
@@ -33,10 +33,10 @@ class QemuHardwareModel : public platform::HardwareModel {
 };
 
 /// 16 random bytes, which the guest sees as the UUID of its board.
-class QemuMachineIdentifier : public platform::MachineIdentifier {
+class MachineIdentifier : public platform::MachineIdentifier {
  public:
   using Bytes = std::array<std::uint8_t, 16>;
-  explicit QemuMachineIdentifier(const Bytes& bytes) : bytes_(bytes) {}
+  explicit MachineIdentifier(const Bytes& bytes) : bytes_(bytes) {}
 
   std::string dataRepresentation() const override;
   /// "00112233-4455-6677-8899-aabbccddeeff".
@@ -46,7 +46,7 @@ class QemuMachineIdentifier : public platform::MachineIdentifier {
   Bytes bytes_;
 };
 
-class QemuIdentities : public platform::GuestIdentities {
+class Identities : public platform::GuestIdentities {
  public:
   std::shared_ptr<const platform::HardwareModel> hardwareModel(std::string_view bytes) override;
   std::shared_ptr<const platform::MachineIdentifier> machineIdentifier(

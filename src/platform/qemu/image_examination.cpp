@@ -92,7 +92,7 @@ void ImageExamination::mapped(const ToolResult& result) {
 }
 
 void ImageExamination::accept() {
-  finish(std::make_shared<const QemuRestoreImage>(path_, format_, front_.stamp));
+  finish(std::make_shared<const RestoreImage>(path_, format_, front_.stamp));
 }
 
 void ImageExamination::refuse(const std::string& why) {

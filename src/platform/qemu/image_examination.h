@@ -15,7 +15,7 @@ namespace parlen::qemu {
 /// (whoever made it must not get at other files of this host), whole, and a disk at all.
 class ImageExamination {
  public:
-  using Found = platform::Result<std::shared_ptr<const QemuRestoreImage>>;
+  using Found = platform::Result<std::shared_ptr<const RestoreImage>>;
 
   ImageExamination(linux::Loop& loop, std::string path, std::function<void(Found)> done);
 

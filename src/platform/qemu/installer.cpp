@@ -22,18 +22,17 @@ class Observation final : public platform::ProgressObservation {
   std::shared_ptr<const std::function<void()>> changed_;
 };
 
-std::string nodeOf(const QemuDiskAttachment& disk) {
+std::string nodeOf(const DiskAttachment& disk) {
   return disk.kind() == DiskKind::file ? fileNode(disk.path()) : deviceNode(disk.path());
 }
 
 }  // namespace
 
-QemuInstaller::QemuInstaller(linux::Loop& loop,
-                             Result<std::shared_ptr<const QemuRestoreImage>> image,
-                             Result<std::shared_ptr<const QemuDiskAttachment>> disk)
+Installer::Installer(linux::Loop& loop, Result<std::shared_ptr<const RestoreImage>> image,
+                     Result<std::shared_ptr<const DiskAttachment>> disk)
     : loop_(loop), image_(std::move(image)), disk_(std::move(disk)) {}
 
-std::unique_ptr<platform::ProgressObservation> QemuInstaller::observeProgress(
+std::unique_ptr<platform::ProgressObservation> Installer::observeProgress(
     std::function<void()> changed) {
   auto shared = std::make_shared<const std::function<void()>>(std::move(changed));
   observers_.push_back(shared);
@@ -42,7 +41,7 @@ std::unique_ptr<platform::ProgressObservation> QemuInstaller::observeProgress(
   return observation;
 }
 
-void QemuInstaller::install(Completion done) {
+void Installer::install(Completion done) {
   if (auto started = startConversion(); !started) {
     loop_.post([done = std::move(done), started = std::move(started)] { done(started); });
     return;
@@ -50,10 +49,10 @@ void QemuInstaller::install(Completion done) {
   done_ = std::move(done);
 }
 
-Result<> QemuInstaller::startConversion() {
+Result<> Installer::startConversion() {
   if (!image_) return std::unexpected(image_.error());
   if (!disk_) return std::unexpected(disk_.error());
-  const QemuRestoreImage& image = **image_;
+  const RestoreImage& image = **image_;
   if (stampOf(image.path()) != image.stamp()) {
     return refusal("the restore image " + image.path() + " has changed since it was examined");
   }
@@ -67,11 +66,11 @@ Result<> QemuInstaller::startConversion() {
   return {};
 }
 
-void QemuInstaller::progressed(std::string_view output) {
+void Installer::progressed(std::string_view output) {
   for (const double fraction : progress_.add(output)) reached(fraction);
 }
 
-void QemuInstaller::reached(double fraction) {
+void Installer::reached(double fraction) {
   if (std::exchange(fraction_, fraction) == fraction) return;
   // A handler may end any observation.
   const auto observers = observers_;
@@ -80,7 +79,7 @@ void QemuInstaller::reached(double fraction) {
   }
 }
 
-void QemuInstaller::finished(const ToolResult& result) {
+void Installer::finished(const ToolResult& result) {
   const auto done = std::move(done_);
   if (result.succeeded()) {
     reached(1);

@@ -15,11 +15,11 @@
 namespace parlen::qemu {
 
 /// Writes a restore image onto a guest's disk.
-class QemuInstaller : public platform::Installer {
+class Installer : public platform::Installer {
  public:
   /// What cannot be installed (`image` and `disk` may be errors) fails when it is asked for.
-  QemuInstaller(linux::Loop& loop, platform::Result<std::shared_ptr<const QemuRestoreImage>> image,
-                platform::Result<std::shared_ptr<const QemuDiskAttachment>> disk);
+  Installer(linux::Loop& loop, platform::Result<std::shared_ptr<const RestoreImage>> image,
+            platform::Result<std::shared_ptr<const DiskAttachment>> disk);
 
   double fractionCompleted() const override { return fraction_; }
   std::unique_ptr<platform::ProgressObservation> observeProgress(
@@ -33,8 +33,8 @@ class QemuInstaller : public platform::Installer {
   void finished(const ToolResult& result);
 
   linux::Loop& loop_;
-  platform::Result<std::shared_ptr<const QemuRestoreImage>> image_;
-  platform::Result<std::shared_ptr<const QemuDiskAttachment>> disk_;
+  platform::Result<std::shared_ptr<const RestoreImage>> image_;
+  platform::Result<std::shared_ptr<const DiskAttachment>> disk_;
   double fraction_ = 0;
   std::vector<std::weak_ptr<const std::function<void()>>> observers_;
   ConvertProgress progress_;

@@ -21,11 +21,11 @@ constexpr const char* deaf = "QEMU does not listen any more";
 
 }  // namespace
 
-QemuMachine::QemuMachine(linux::Loop& loop, platform::WarningSink warn,
-                         platform::MachineConfiguration configuration)
+Machine::Machine(linux::Loop& loop, platform::WarningSink warn,
+                 platform::MachineConfiguration configuration)
     : loop_(loop), warn_(std::move(warn)), configuration_(std::move(configuration)) {}
 
-void QemuMachine::start(Completion done) {
+void Machine::start(Completion done) {
   if (life_ != Life::unused) {
     return deliver(done, refusal("the machine has been started before"));
   }
@@ -37,9 +37,9 @@ void QemuMachine::start(Completion done) {
   }
 }
 
-Result<> QemuMachine::launch() {
-  const auto& model = static_cast<const QemuHardwareModel&>(*configuration_.hardwareModel);
-  const auto& storage = static_cast<const QemuAuxiliaryStorage&>(*configuration_.auxiliaryStorage);
+Result<> Machine::launch() {
+  const auto& model = static_cast<const HardwareModel&>(*configuration_.hardwareModel);
+  const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration_.auxiliaryStorage);
   const auto emulator = findProgram(model.platform()->emulator);
   if (!emulator) return refusal(std::string(model.platform()->emulator) + " is not installed");
   // QEMU would run with a damaged store, and the guest would wait for ever in its firmware.
@@ -47,7 +47,7 @@ Result<> QemuMachine::launch() {
   if (!usable) return usable;
 
   auto process =
-      QemuProcess::start(loop_, *emulator, qemuArguments(configuration_, chooseAcceleration()),
+      QemuProcess::start(loop_, *emulator, buildArguments(configuration_, chooseAcceleration()),
                          {.control = {.ready = [this] { ready(); },
                                       .event = [this](const QmpEvent& event) { happened(event); }},
                           .ended = [this](const QemuExit& exit) { processEnded(exit); }});
@@ -56,7 +56,7 @@ Result<> QemuMachine::launch() {
   return {};
 }
 
-Acceleration QemuMachine::chooseAcceleration() {
+Acceleration Machine::chooseAcceleration() {
   if (kvmWorks()) return Acceleration::kvm;
   warn_("this host has no hardware acceleration (KVM) that works: the guest is emulated, slowly");
   return Acceleration::emulation;
@@ -65,13 +65,13 @@ Acceleration QemuMachine::chooseAcceleration() {
 /// Only now have the devices been opened: a disk in use by another machine has ended QEMU before.
 /// The guest has waited until here, because what it does before QEMU is listened to would go
 /// unheard.
-void QemuMachine::ready() {
+void Machine::ready() {
   takesCommands_ = true;
   for (linux::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
   process_->control().execute("cont", [this](const Result<>& result) { started(result); });
 }
 
-void QemuMachine::started(const Result<>& result) {
+void Machine::started(const Result<>& result) {
   if (!result) {
     startFailure_ = "QEMU cannot start: " + result.error().description;
     process_->kill();
@@ -80,25 +80,25 @@ void QemuMachine::started(const Result<>& result) {
   }
 }
 
-void QemuMachine::connectDisplay(linux::Descriptor socket) {
+void Machine::connectDisplay(linux::Descriptor socket) {
   if (life_ == Life::over) return;
   if (!takesCommands_) return viewers_.push_back(std::move(socket));
   addViewer(std::move(socket));
 }
 
-void QemuMachine::addViewer(linux::Descriptor socket) {
+void Machine::addViewer(linux::Descriptor socket) {
   process_->control().addViewer(std::move(socket), [this](const Result<>& result) {
     if (!result) warn_("cannot show the guest's display: " + result.error().description);
   });
 }
 
-bool QemuMachine::move(MachineState from, MachineState to) {
+bool Machine::move(MachineState from, MachineState to) {
   if (state_ != from) return false;
   state_ = to;
   return true;
 }
 
-void QemuMachine::happened(const QmpEvent& event) {
+void Machine::happened(const QmpEvent& event) {
   if (event.name == "SHUTDOWN") {
     // A panic is told once more as the power-off that follows it; the first reason is the true one.
     if (!shutdownReason_) shutdownReason_ = event.textOf("reason");
@@ -119,14 +119,14 @@ void QemuMachine::happened(const QmpEvent& event) {
 }
 
 /// Many requests can fail at once; the parent is told once per pause.
-void QemuMachine::diskFailed(const QmpEvent& event) {
+void Machine::diskFailed(const QmpEvent& event) {
   if (event.textOf("action") != "stop" || std::exchange(diskFailureTold_, true)) return;
   const std::string_view what = event.textOf("operation") == "write" ? "writing" : "reading";
   warn_("the guest is paused: " + std::string(what) + " its disk failed (" +
         event.textOf("reason") + "); resuming tries again");
 }
 
-void QemuMachine::pause(Completion done) {
+void Machine::pause(Completion done) {
   if (!canPause()) return deliver(done, refusal("the machine is not running"));
   if (!process_->control().isOpen()) return deliver(done, refusal(deaf));
   state_ = MachineState::pausing;
@@ -136,7 +136,7 @@ void QemuMachine::pause(Completion done) {
   });
 }
 
-void QemuMachine::resume(Completion done) {
+void Machine::resume(Completion done) {
   if (!canResume()) return deliver(done, refusal("the machine is not paused"));
   if (!process_->control().isOpen()) return deliver(done, refusal(deaf));
   state_ = MachineState::resuming;
@@ -147,14 +147,14 @@ void QemuMachine::resume(Completion done) {
 }
 
 /// The event usually came first and has changed the state already; then it stays as it is now.
-void QemuMachine::toggled(MachineState to, MachineState back, Result<> result) {
+void Machine::toggled(MachineState to, MachineState back, Result<> result) {
   const MachineState between =
       to == MachineState::paused ? MachineState::pausing : MachineState::resuming;
   move(between, result ? to : back);
   deliver(toggleDone_, std::move(result));
 }
 
-Result<> QemuMachine::requestStop() {
+Result<> Machine::requestStop() {
   if (!canRequestStop()) return refusal("the machine is not running");
   if (!process_->control().isOpen()) return refusal(deaf);
   pressPowerButton();
@@ -162,7 +162,7 @@ Result<> QemuMachine::requestStop() {
 }
 
 /// A press is lost, without a sign, while firmware or an early kernel runs: press until it is gone.
-void QemuMachine::pressPowerButton() {
+void Machine::pressPowerButton() {
   if (shutdownReason_ || !process_->control().isOpen() || is(MachineState::stopping)) return;
   if (!std::exchange(powerButtonHeld_, true)) {
     process_->control().execute("system_powerdown",
@@ -174,7 +174,7 @@ void QemuMachine::pressPowerButton() {
   });
 }
 
-void QemuMachine::stop(Completion done) {
+void Machine::stop(Completion done) {
   if (life_ != Life::alive) return deliver(done, refusal("the machine is stopped already"));
   // One end is reported once: a second stop changes nothing and hears nothing.
   if (stopDone_) return;
@@ -185,7 +185,7 @@ void QemuMachine::stop(Completion done) {
 
 /// QEMU closes its files in order if it still listens, but not for longer than this: what it has
 /// written is the kernel's by then.
-void QemuMachine::endSoon() {
+void Machine::endSoon() {
   const bool takesCommands = !is(MachineState::starting) && process_->control().isOpen();
   if (takesCommands) process_->control().execute("quit", [](const Result<>&) {});
   if (!takesCommands && !shutdownReason_) return process_->kill();
@@ -195,13 +195,13 @@ void QemuMachine::endSoon() {
   });
 }
 
-void QemuMachine::processEnded(const QemuExit& exit) {
+void Machine::processEnded(const QemuExit& exit) {
   const bool wasStarting = startDone_ != nullptr && !shutdownReason_;
   if (wasStarting) return ended(startFailure_.value_or(startFailureOf(exit)));
   ended(failureOf(exit, shutdownReason_.value_or("")));
 }
 
-void QemuMachine::ended(const std::optional<std::string>& failure) {
+void Machine::ended(const std::optional<std::string>& failure) {
   const bool hadStarted = startDone_ == nullptr || !failure;
   const bool wasAskedFor = stopDone_ != nullptr;
   life_ = Life::over;
@@ -213,7 +213,7 @@ void QemuMachine::ended(const std::optional<std::string>& failure) {
 }
 
 /// Exactly one of the four ends.
-void QemuMachine::deliverEnd(const std::optional<std::string>& failure, bool hadStarted) {
+void Machine::deliverEnd(const std::optional<std::string>& failure, bool hadStarted) {
   if (stopDone_) {
     deliver(stopDone_, {});
   } else if (!hadStarted) {
@@ -230,13 +230,13 @@ void QemuMachine::deliverEnd(const std::optional<std::string>& failure, bool had
 }
 
 /// In the order of the calls, unless the machine has been destroyed by then.
-void QemuMachine::later(platform::Work work) {
+void Machine::later(platform::Work work) {
   loop_.post([work = std::move(work), alive = std::weak_ptr(alive_)] {
     if (!alive.expired()) work();
   });
 }
 
-void QemuMachine::deliver(Completion& completion, Result<> result) {
+void Machine::deliver(Completion& completion, Result<> result) {
   later([done = std::exchange(completion, nullptr), result = std::move(result)] { done(result); });
 }
 

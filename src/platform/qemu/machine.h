@@ -14,10 +14,10 @@ namespace parlen::qemu {
 
 /// One guest: a QEMU process from its start until the system has reaped it. A machine that is
 /// destroyed ends its guest at once and calls nobody any more.
-class QemuMachine : public platform::VirtualMachine {
+class Machine : public platform::VirtualMachine {
  public:
-  QemuMachine(linux::Loop& loop, platform::WarningSink warn,
-              platform::MachineConfiguration configuration);
+  Machine(linux::Loop& loop, platform::WarningSink warn,
+          platform::MachineConfiguration configuration);
 
   const platform::MachineConfiguration& configuration() const { return configuration_; }
 

@@ -12,19 +12,18 @@ namespace parlen::qemu {
 
 using platform::Result;
 
-QemuMachineFactory::QemuMachineFactory(linux::Loop& loop, platform::WarningSink warn,
-                                       platform::HostCapabilities& capabilities)
+MachineFactory::MachineFactory(linux::Loop& loop, platform::WarningSink warn,
+                               platform::HostCapabilities& capabilities)
     : loop_(loop), warn_(std::move(warn)), capabilities_(capabilities) {}
 
-std::shared_ptr<const platform::AuxiliaryStorage> QemuMachineFactory::openAuxiliaryStorage(
+std::shared_ptr<const platform::AuxiliaryStorage> MachineFactory::openAuxiliaryStorage(
     const std::string& path) {
-  return std::make_shared<QemuAuxiliaryStorage>(path);
+  return std::make_shared<AuxiliaryStorage>(path);
 }
 
-Result<std::shared_ptr<const platform::AuxiliaryStorage>>
-QemuMachineFactory::createAuxiliaryStorage(const std::string& path,
-                                           const platform::HardwareModel& model) {
-  const auto* ours = dynamic_cast<const QemuHardwareModel*>(&model);
+Result<std::shared_ptr<const platform::AuxiliaryStorage>> MachineFactory::createAuxiliaryStorage(
+    const std::string& path, const platform::HardwareModel& model) {
+  const auto* ours = dynamic_cast<const HardwareModel*>(&model);
   if (ours == nullptr || ours->platform() == nullptr) {
     return refusal("this host does not know the hardware model");
   }
@@ -34,22 +33,22 @@ QemuMachineFactory::createAuxiliaryStorage(const std::string& path,
   return openAuxiliaryStorage(path);
 }
 
-Result<std::shared_ptr<const platform::DiskAttachment>> QemuMachineFactory::attachDisk(
+Result<std::shared_ptr<const platform::DiskAttachment>> MachineFactory::attachDisk(
     const std::string& path, bool readOnly) {
   auto attachment = qemu::attachDisk(path, readOnly ? DiskAccess::readOnly : DiskAccess::readWrite);
   if (!attachment) return std::unexpected(std::move(attachment).error());
-  return std::make_shared<QemuDiskAttachment>(*std::move(attachment));
+  return std::make_shared<DiskAttachment>(*std::move(attachment));
 }
 
-std::string QemuMachineFactory::automountTag() { return std::string(shareTag); }
+std::string MachineFactory::automountTag() { return std::string(shareTag); }
 
-Result<> QemuMachineFactory::validate(const platform::MachineConfiguration& configuration) {
+Result<> MachineFactory::validate(const platform::MachineConfiguration& configuration) {
   return qemu::validate(configuration, capabilities_.limits());
 }
 
-std::unique_ptr<platform::VirtualMachine> QemuMachineFactory::createMachine(
+std::unique_ptr<platform::VirtualMachine> MachineFactory::createMachine(
     const platform::MachineConfiguration& configuration) {
-  return std::make_unique<QemuMachine>(loop_, warn_, configuration);
+  return std::make_unique<Machine>(loop_, warn_, configuration);
 }
 
 }  // namespace parlen::qemu

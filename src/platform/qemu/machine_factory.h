@@ -5,10 +5,10 @@
 
 namespace parlen::qemu {
 
-class QemuMachineFactory : public platform::MachineFactory {
+class MachineFactory : public platform::MachineFactory {
  public:
-  QemuMachineFactory(linux::Loop& loop, platform::WarningSink warn,
-                     platform::HostCapabilities& capabilities);
+  MachineFactory(linux::Loop& loop, platform::WarningSink warn,
+                 platform::HostCapabilities& capabilities);
 
   std::shared_ptr<const platform::AuxiliaryStorage> openAuxiliaryStorage(
       const std::string& path) override;

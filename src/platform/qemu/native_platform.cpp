@@ -14,8 +14,8 @@ class LinuxPlatform final : public NativePlatform {
   std::string_view hostName() const override { return "qemu"; }
   bool showsForeignMachines() const override { return true; }  // a test picture
   std::unique_ptr<Host> makeHost(WarningSink warn) override {
-    return std::make_unique<qemu::QemuHost>(system_->posixLoop(), std::move(warn),
-                                            [this] { system_->reserveOutput(); });
+    return std::make_unique<qemu::Host>(system_->posixLoop(), std::move(warn),
+                                        [this] { system_->reserveOutput(); });
   }
 
  private:

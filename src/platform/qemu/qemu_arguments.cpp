@@ -37,10 +37,9 @@ std::string rawNode(const std::string& name, std::string_view driver, const std:
 
 void addBoard(Arguments& arguments, const MachineConfiguration& configuration,
               Acceleration acceleration) {
-  const auto& model = static_cast<const QemuHardwareModel&>(*configuration.hardwareModel);
-  const auto& identifier =
-      static_cast<const QemuMachineIdentifier&>(*configuration.machineIdentifier);
-  const auto& storage = static_cast<const QemuAuxiliaryStorage&>(*configuration.auxiliaryStorage);
+  const auto& model = static_cast<const HardwareModel&>(*configuration.hardwareModel);
+  const auto& identifier = static_cast<const MachineIdentifier&>(*configuration.machineIdentifier);
+  const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration.auxiliaryStorage);
   arguments.add("-nodefaults");
   arguments.add("-no-user-config");
   arguments.add("-S");  // the guest waits until its events are heard
@@ -59,7 +58,7 @@ void addBoard(Arguments& arguments, const MachineConfiguration& configuration,
 
 /// An error of the disk pauses the guest instead of reaching it: once there is space again, it goes
 /// on with nothing lost.
-void addDisk(Arguments& arguments, const QemuDiskAttachment& disk, std::size_t index) {
+void addDisk(Arguments& arguments, const DiskAttachment& disk, std::size_t index) {
   const std::string name = "disk" + std::to_string(index);
   const bool isFile = disk.kind() == DiskKind::file;
   const bool readOnly = disk.access() == DiskAccess::readOnly;
@@ -109,7 +108,7 @@ void addShare(Arguments& arguments, const platform::DirectorySharingDevice& shar
 void addDevices(Arguments& arguments, const MachineConfiguration& configuration) {
   for (std::size_t i = 0; i < configuration.storageDevices.size(); ++i) {
     const auto& attachment = *configuration.storageDevices[i].attachment;
-    addDisk(arguments, static_cast<const QemuDiskAttachment&>(attachment), i);
+    addDisk(arguments, static_cast<const DiskAttachment&>(attachment), i);
   }
   for (std::size_t i = 0; i < configuration.networkDevices.size(); ++i) {
     addNetwork(arguments, configuration.networkDevices[i], i);
@@ -145,8 +144,8 @@ void addConnections(Arguments& arguments) {
 
 }  // namespace
 
-std::vector<std::string> qemuArguments(const MachineConfiguration& configuration,
-                                       Acceleration acceleration) {
+std::vector<std::string> buildArguments(const MachineConfiguration& configuration,
+                                        Acceleration acceleration) {
   Arguments arguments;
   addBoard(arguments, configuration, acceleration);
   addDevices(arguments, configuration);

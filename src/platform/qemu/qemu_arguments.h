@@ -17,8 +17,8 @@ inline constexpr int controlDescriptor = 3;
 inline constexpr std::string_view shareTag = "parlen-share";
 
 /// QEMU's arguments for a valid configuration of this host.
-std::vector<std::string> qemuArguments(const platform::MachineConfiguration& configuration,
-                                       Acceleration acceleration);
+std::vector<std::string> buildArguments(const platform::MachineConfiguration& configuration,
+                                        Acceleration acceleration);
 
 /// `value` as it stands inside an option of QEMU, where a comma ends the value.
 std::string escapeOption(std::string_view value);

@@ -11,9 +11,9 @@
 
 namespace parlen::qemu {
 
-class QemuRestoration : public platform::Restoration {
+class Restoration : public platform::Restoration {
  public:
-  explicit QemuRestoration(linux::Loop& loop) : loop_(loop) {}
+  explicit Restoration(linux::Loop& loop) : loop_(loop) {}
 
   void loadRestoreImage(const std::string& path, Loaded done) override;
   /// An image that has not been loaded, or has changed since, fails to install.
@@ -25,7 +25,7 @@ class QemuRestoration : public platform::Restoration {
   // What was found out about an image is needed again for its installation. Nothing is taken away:
   // a process loads one image.
   std::vector<std::unique_ptr<ImageExamination>> examinations_;
-  std::map<std::string, std::shared_ptr<const QemuRestoreImage>> loaded_;
+  std::map<std::string, std::shared_ptr<const RestoreImage>> loaded_;
 };
 
 }  // namespace parlen::qemu

@@ -31,11 +31,11 @@ std::optional<FileStamp> stampOf(const std::string& path) {
 }
 
 std::optional<platform::ConfigurationRequirements>
-QemuRestoreImage::mostFeaturefulSupportedConfiguration() const {
+RestoreImage::mostFeaturefulSupportedConfiguration() const {
   const GuestPlatform* platform = nativeGuestPlatform();
   if (platform == nullptr || !isInstalled(*platform)) return std::nullopt;
   return platform::ConfigurationRequirements{
-      .hardwareModel = std::make_shared<QemuHardwareModel>(*platform),
+      .hardwareModel = std::make_shared<HardwareModel>(*platform),
       .minimumCPUCount = 1,
       .minimumMemorySize = 0};
 }

@@ -27,9 +27,9 @@ struct FileStamp {
 std::optional<FileStamp> stampOf(const std::string& path);
 
 /// A disk image that has been found fit to be put onto a guest's disk.
-class QemuRestoreImage : public platform::RestoreImage {
+class RestoreImage : public platform::RestoreImage {
  public:
-  QemuRestoreImage(std::string path, std::string format, const FileStamp& stamp)
+  RestoreImage(std::string path, std::string format, const FileStamp& stamp)
       : path_(std::move(path)), format_(std::move(format)), stamp_(stamp) {}
 
   std::string path() const override { return path_; }

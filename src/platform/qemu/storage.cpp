@@ -86,14 +86,14 @@ Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& pla
   return refusal("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
 }
 
-Result<QemuDiskAttachment> attachDisk(const std::string& path, DiskAccess access) {
+Result<DiskAttachment> attachDisk(const std::string& path, DiskAccess access) {
   const std::string attempt = "open the disk image " + path;
   const Descriptor file = openExisting(path, access == DiskAccess::readOnly ? O_RDONLY : O_RDWR);
   if (!file) return linux::failure(attempt, errno);
   struct stat status{};
   if (::fstat(file.get(), &status) != 0) return linux::failure(attempt, errno);
-  if (S_ISREG(status.st_mode)) return QemuDiskAttachment(path, DiskKind::file, access);
-  if (S_ISBLK(status.st_mode)) return QemuDiskAttachment(path, DiskKind::blockDevice, access);
+  if (S_ISREG(status.st_mode)) return DiskAttachment(path, DiskKind::file, access);
+  if (S_ISBLK(status.st_mode)) return DiskAttachment(path, DiskKind::blockDevice, access);
   return refusal("could not " + attempt + ": it is neither a file nor a block device");
 }
 

@@ -9,9 +9,9 @@
 namespace parlen::qemu {
 
 /// The guest's own copy of the firmware's variable store.
-class QemuAuxiliaryStorage : public platform::AuxiliaryStorage {
+class AuxiliaryStorage : public platform::AuxiliaryStorage {
  public:
-  explicit QemuAuxiliaryStorage(std::string path) : path_(std::move(path)) {}
+  explicit AuxiliaryStorage(std::string path) : path_(std::move(path)) {}
   const std::string& path() const { return path_; }
 
  private:
@@ -21,9 +21,9 @@ class QemuAuxiliaryStorage : public platform::AuxiliaryStorage {
 enum class DiskKind { file, blockDevice };
 enum class DiskAccess { readOnly, readWrite };
 
-class QemuDiskAttachment : public platform::DiskAttachment {
+class DiskAttachment : public platform::DiskAttachment {
  public:
-  QemuDiskAttachment(std::string path, DiskKind kind, DiskAccess access)
+  DiskAttachment(std::string path, DiskKind kind, DiskAccess access)
       : path_(std::move(path)), kind_(kind), access_(access) {}
   const std::string& path() const { return path_; }
   DiskKind kind() const { return kind_; }
@@ -42,6 +42,6 @@ platform::Result<> createAuxiliaryStorage(const std::string& path, const GuestPl
 platform::Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform);
 
 /// Opens the image as the guest will, to hear now what would be refused then.
-platform::Result<QemuDiskAttachment> attachDisk(const std::string& path, DiskAccess access);
+platform::Result<DiskAttachment> attachDisk(const std::string& path, DiskAccess access);
 
 }  // namespace parlen::qemu

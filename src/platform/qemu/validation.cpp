@@ -37,19 +37,18 @@ Result<> validateNumbers(const MachineConfiguration& configuration, const Machin
 
 /// The handles must be this host's own, of a kind of guest that it knows.
 Result<> validateHandles(const MachineConfiguration& configuration) {
-  const auto* model = dynamic_cast<const QemuHardwareModel*>(configuration.hardwareModel.get());
+  const auto* model = dynamic_cast<const HardwareModel*>(configuration.hardwareModel.get());
   if (model == nullptr || model->platform() == nullptr) {
     return refusal("the configuration has no hardware model of this host");
   }
-  if (dynamic_cast<const QemuMachineIdentifier*>(configuration.machineIdentifier.get()) ==
-      nullptr) {
+  if (dynamic_cast<const MachineIdentifier*>(configuration.machineIdentifier.get()) == nullptr) {
     return refusal("the configuration has no machine identifier of this host");
   }
-  if (dynamic_cast<const QemuAuxiliaryStorage*>(configuration.auxiliaryStorage.get()) == nullptr) {
+  if (dynamic_cast<const AuxiliaryStorage*>(configuration.auxiliaryStorage.get()) == nullptr) {
     return refusal("the configuration has no auxiliary storage of this host");
   }
   const auto isOurs = [](const platform::StorageDevice& device) {
-    return dynamic_cast<const QemuDiskAttachment*>(device.attachment.get()) != nullptr;
+    return dynamic_cast<const DiskAttachment*>(device.attachment.get()) != nullptr;
   };
   if (!std::ranges::all_of(configuration.storageDevices, isOurs)) {
     return refusal("the configuration has a disk that is not of this host");
