@@ -1,7 +1,6 @@
 #include "fuzz.h"
-#include "platform/qemu/identities.h"
-#include "platform/qemu/image_header.h"
-#include "platform/qemu/image_info.h"
+#include "platform/qemu/handles.h"
+#include "platform/qemu/images.h"
 
 namespace parlen::qemu {
 namespace {

@@ -5,7 +5,7 @@
 #include <variant>
 
 #include "fuzz.h"
-#include "platform/qemu/convert_progress.h"
+#include "platform/qemu/images.h"
 #include "platform/qemu/last_message.h"
 
 namespace parlen::qemu {

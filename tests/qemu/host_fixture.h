@@ -8,6 +8,9 @@
 #include <vector>
 
 #include "platform/linux/system.h"
+#include "platform/qemu/configuration.h"
+#include "platform/qemu/guest_platform.h"
+#include "platform/qemu/handles.h"
 #include "platform/qemu/host.h"
 #include "support/machine_story.h"
 #include "support/temporary_directory.h"

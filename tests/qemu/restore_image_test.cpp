@@ -2,8 +2,6 @@
 #include <sys/stat.h>
 
 #include "host_fixture.h"
-#include "platform/qemu/image_paths.h"
-#include "platform/qemu/restore_image.h"
 
 namespace parlen::qemu {
 namespace {
@@ -145,13 +143,6 @@ TEST_F(RestoreImageTest, MayHaveANameThatLooksLikeAnOptionOrAList) {
     EXPECT_EQ(complaint(name), "");
     EXPECT_TRUE(install(name, "guest of " + name)) << name;
   }
-}
-
-TEST(ImagePaths, AreNeverTakenForAnythingElse) {
-  EXPECT_EQ(fileNode("-f"), "file:-f");
-  EXPECT_EQ(fileNode("nbd:localhost:1"), "file:nbd:localhost:1");
-  EXPECT_EQ(fileNode("json:{}"), "file:json:{}");
-  EXPECT_EQ(deviceNode("/dev/sdz"), "host_device:/dev/sdz");
 }
 
 TEST_F(RestoreImageTest, IsInstalledOnlyAsItWasExamined) {

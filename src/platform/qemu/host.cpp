@@ -1,11 +1,94 @@
 #include "platform/qemu/host.h"
 
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
 #include <utility>
 
-#include "platform/qemu/display_connection.h"
+#include "platform/linux/system.h"
+#include "platform/native.h"
+#include "platform/qemu/configuration.h"
+#include "platform/qemu/errors.h"
+#include "platform/qemu/guest_platform.h"
+#include "platform/qemu/machine.h"
 #include "platform/qemu/window_module.h"
 
 namespace parlen::qemu {
+namespace {
+
+using platform::Result;
+
+std::uint64_t hostMemory() {
+  const long pages = ::sysconf(_SC_PHYS_PAGES);
+  const long pageSize = ::sysconf(_SC_PAGESIZE);
+  if (pages <= 0 || pageSize <= 0) return 0;
+  return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
+}
+
+std::optional<linux::Descriptor> connectDisplay(platform::VirtualMachine& machine) {
+  auto* ours = dynamic_cast<Machine*>(&machine);
+  if (ours == nullptr) return std::nullopt;
+  std::array<int, 2> ends{};
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+    return linux::Descriptor();
+  }
+  ours->connectDisplay(linux::Descriptor(ends[1]));
+  return linux::Descriptor(ends[0]);
+}
+
+}  // namespace
+
+bool Capabilities::isSupported() {
+  const GuestPlatform* platform = nativeGuestPlatform();
+  return platform != nullptr && isInstalled(*platform);
+}
+
+std::int64_t Capabilities::processorCount() {
+  return std::max(1L, ::sysconf(_SC_NPROCESSORS_ONLN));
+}
+
+platform::MachineLimits Capabilities::limits() { return limitsFor(processorCount(), hostMemory()); }
+
+MachineFactory::MachineFactory(linux::Loop& loop, platform::WarningSink warn,
+                               platform::HostCapabilities& capabilities)
+    : loop_(loop), warn_(std::move(warn)), capabilities_(capabilities) {}
+
+std::shared_ptr<const platform::AuxiliaryStorage> MachineFactory::openAuxiliaryStorage(
+    const std::string& path) {
+  return std::make_shared<AuxiliaryStorage>(path);
+}
+
+Result<std::shared_ptr<const platform::AuxiliaryStorage>> MachineFactory::createAuxiliaryStorage(
+    const std::string& path, const platform::HardwareModel& model) {
+  const auto* ours = dynamic_cast<const HardwareModel*>(&model);
+  if (ours == nullptr || ours->platform() == nullptr) {
+    return refusal("this host does not know the hardware model");
+  }
+  if (auto created = qemu::createAuxiliaryStorage(path, *ours->platform()); !created) {
+    return std::unexpected(std::move(created).error());
+  }
+  return openAuxiliaryStorage(path);
+}
+
+Result<std::shared_ptr<const platform::DiskAttachment>> MachineFactory::attachDisk(
+    const std::string& path, bool readOnly) {
+  auto attachment = qemu::attachDisk(path, readOnly ? DiskAccess::readOnly : DiskAccess::readWrite);
+  if (!attachment) return std::unexpected(std::move(attachment).error());
+  return std::make_shared<DiskAttachment>(*std::move(attachment));
+}
+
+std::string MachineFactory::automountTag() { return std::string(shareTag); }
+
+Result<> MachineFactory::validate(const platform::MachineConfiguration& configuration) {
+  return qemu::validate(configuration, capabilities_.limits());
+}
+
+std::unique_ptr<platform::VirtualMachine> MachineFactory::createMachine(
+    const platform::MachineConfiguration& configuration) {
+  return std::make_unique<Machine>(loop_, warn_, configuration);
+}
 
 Host::Host(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput)
     : loop_(loop),
@@ -38,3 +121,26 @@ platform::Result<platform::WindowSystem*> Host::windowSystem() {
 }
 
 }  // namespace parlen::qemu
+
+namespace parlen::platform {
+namespace {
+
+class LinuxPlatform final : public NativePlatform {
+ public:
+  System& system() override { return *system_; }
+  std::string_view hostName() const override { return "qemu"; }
+  bool showsForeignMachines() const override { return true; }  // a test picture
+  std::unique_ptr<Host> makeHost(WarningSink warn) override {
+    return std::make_unique<qemu::Host>(system_->posixLoop(), std::move(warn),
+                                        [this] { system_->reserveOutput(); });
+  }
+
+ private:
+  std::unique_ptr<linux::PosixSystem> system_ = linux::makePosixSystem();
+};
+
+}  // namespace
+
+std::unique_ptr<NativePlatform> makeNativePlatform() { return std::make_unique<LinuxPlatform>(); }
+
+}  // namespace parlen::platform

@@ -1,18 +1,63 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
 
+#include "platform/application.h"
+#include "platform/error.h"
+#include "platform/event_loop.h"
 #include "platform/gtk/module.h"
 #include "platform/host.h"
 #include "platform/linux/loop.h"
-#include "platform/qemu/capabilities.h"
-#include "platform/qemu/headless_application.h"
-#include "platform/qemu/identities.h"
-#include "platform/qemu/machine_factory.h"
+#include "platform/qemu/handles.h"
 #include "platform/qemu/restoration.h"
 
 namespace parlen::qemu {
+
+class Capabilities : public platform::HostCapabilities {
+ public:
+  bool isSupported() override;
+  std::int64_t processorCount() override;
+  platform::MachineLimits limits() override;
+};
+
+class MachineFactory : public platform::MachineFactory {
+ public:
+  MachineFactory(linux::Loop& loop, platform::WarningSink warn,
+                 platform::HostCapabilities& capabilities);
+
+  std::shared_ptr<const platform::AuxiliaryStorage> openAuxiliaryStorage(
+      const std::string& path) override;
+  platform::Result<std::shared_ptr<const platform::AuxiliaryStorage>> createAuxiliaryStorage(
+      const std::string& path, const platform::HardwareModel& model) override;
+  platform::Result<std::shared_ptr<const platform::DiskAttachment>> attachDisk(
+      const std::string& path, bool readOnly) override;
+  std::string automountTag() override;
+  platform::Result<> validate(const platform::MachineConfiguration& configuration) override;
+  std::unique_ptr<platform::VirtualMachine> createMachine(
+      const platform::MachineConfiguration& configuration) override;
+
+ private:
+  linux::Loop& loop_;
+  platform::WarningSink warn_;
+  platform::HostCapabilities& capabilities_;
+};
+
+/// A process without windows: no desktop knows it, and none ends it for being idle.
+class HeadlessApplication : public platform::Application {
+ public:
+  explicit HeadlessApplication(platform::EventLoop& loop) : loop_(loop) {}
+
+  void setActivationPolicy(platform::ActivationPolicy) override {}
+  void disableAutomaticTermination(std::string_view) override {}
+  void run() override { loop_.run(); }
+
+ private:
+  platform::EventLoop& loop_;
+};
 
 /// Runs guests on QEMU. Making one looks at nothing; each part is made when it is first asked for.
 class Host : public platform::Host {

@@ -3,10 +3,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/machine_configuration.h"
-#include "platform/qemu/qemu_arguments.h"
+#include "platform/qemu/configuration.h"
 #include "platform/qemu/qemu_process.h"
 #include "platform/virtual_machine.h"
 
@@ -82,5 +83,13 @@ class Machine : public platform::VirtualMachine {
   std::unique_ptr<QemuProcess> process_;
   std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);
 };
+
+/// Why a machine that nobody stopped hard has ended: nothing if its guest has shut down and QEMU
+/// has ended in order, else a sentence. `shutdownReason` is what QEMU announced before it ended,
+/// empty if it announced nothing.
+std::optional<std::string> failureOf(const QemuExit& end, std::string_view shutdownReason);
+
+/// The same for a machine whose start had not completed.
+std::string startFailureOf(const QemuExit& end);
 
 }  // namespace parlen::qemu

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "platform/linux/error.h"
+#include "platform/qemu/configuration.h"
 #include "platform/qemu/die_with_parent.h"
-#include "platform/qemu/qemu_arguments.h"
 
 namespace parlen::qemu {
 namespace {

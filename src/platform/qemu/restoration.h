@@ -7,7 +7,7 @@
 
 #include "platform/host.h"
 #include "platform/linux/loop.h"
-#include "platform/qemu/image_examination.h"
+#include "platform/qemu/restore_image.h"
 
 namespace parlen::qemu {
 

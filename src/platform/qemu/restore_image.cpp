@@ -4,16 +4,20 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string_view>
+#include <utility>
 
 #include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
 #include "platform/qemu/errors.h"
-#include "platform/qemu/identities.h"
-#include "platform/qemu/image_header.h"
-#include "platform/qemu/installation.h"
+#include "platform/qemu/guest_platform.h"
+#include "platform/qemu/handles.h"
+#include "platform/qemu/images.h"
 
 namespace parlen::qemu {
 namespace {
+
+constexpr std::string_view rawFormat = "raw";
 
 FileStamp stampFrom(const struct stat& status) {
   return {.device = status.st_dev,
@@ -55,6 +59,94 @@ platform::Result<ImageFront> readImageFront(const std::string& path) {
   if (count < 0) return linux::failure(attempt, errno);
   front.header.resize(static_cast<std::size_t>(count));
   return front;
+}
+
+ImageExamination::ImageExamination(linux::Loop& loop, std::string path,
+                                   std::function<void(Found)> done)
+    : loop_(loop), path_(std::move(path)), done_(std::move(done)) {}
+
+void ImageExamination::start() {
+  auto front = readImageFront(path_);
+  if (!front) return finish(std::unexpected(std::move(front).error()));
+  front_ = *std::move(front);
+  if (front_.header.empty()) return refuse("is empty");
+  if (const auto reason = reachesOutside(front_.header)) return refuse(*reason);
+  askForFormat();
+}
+
+void ImageExamination::askForFormat() {
+  ask({"info", "--output=json", "--", fileNode(path_)},
+      [this](const ToolResult& result) { formatKnown(result); });
+}
+
+/// Starts the tool; what it writes is kept, up to a length that no honest answer has.
+void ImageExamination::ask(const std::vector<std::string>& arguments,
+                           std::function<void(const ToolResult&)> answered) {
+  constexpr std::size_t longestOutput = 64UL * 1024UL * 1024UL;
+  output_.clear();
+  auto run = ToolRun::start(loop_, imageTool, arguments,
+                            {.output =
+                                 [this](std::string_view bytes) {
+                                   if (output_.size() < longestOutput) output_.append(bytes);
+                                 },
+                             .ended = std::move(answered)});
+  if (!run) return finish(std::unexpected(std::move(run).error()));
+  run_ = *std::move(run);
+}
+
+void ImageExamination::formatKnown(const ToolResult& result) {
+  if (!result.succeeded()) return refuse("cannot be read: " + result.reason());
+  const auto format = usableFormat(output_);
+  if (!format) return refuse(format.error());
+  format_ = *format;
+  // Whatever has no format of its own is taken for a raw image.
+  if (format_ != rawFormat) return askWhetherWhole();
+  if (!looksLikeDisk(front_.header)) return refuse("is not a disk image");
+  accept();
+}
+
+/// A truncated image opens, and its missing end would be read as zeros.
+void ImageExamination::askWhetherWhole() {
+  ask({"check", "-q", "-f", format_, "--", fileNode(path_)},
+      [this](const ToolResult& result) { checked(result); });
+}
+
+void ImageExamination::checked(const ToolResult& result) {
+  constexpr int corrupt = 2;
+  constexpr int hasLeaks = 3;  // space in the image that nothing uses; the content is whole
+  constexpr int hasNoCheck = 63;
+  const int status = result.exit.status.value_or(-1);
+  if (status == 0 || status == hasLeaks || status == hasNoCheck) return askWhereDataEnds();
+  if (status == corrupt) return refuse("is damaged: " + result.reason());
+  refuse("cannot be checked: " + result.reason());
+}
+
+/// The check of some formats does not look whether the data is there.
+void ImageExamination::askWhereDataEnds() {
+  if (format_ == "qcow2" || format_ == "qed") return accept();  // theirs does
+  ask({"map", "--output=json", "-f", format_, "--", fileNode(path_)},
+      [this](const ToolResult& result) { mapped(result); });
+}
+
+void ImageExamination::mapped(const ToolResult& result) {
+  const auto end = result.succeeded() ? endOfData(output_) : std::nullopt;
+  if (!end) return refuse("cannot be checked: " + result.reason());
+  if (*end > static_cast<std::uint64_t>(front_.stamp.length)) {
+    return refuse("is damaged: the end of its data is missing");
+  }
+  accept();
+}
+
+void ImageExamination::accept() {
+  finish(std::make_shared<const RestoreImage>(path_, format_, front_.stamp));
+}
+
+void ImageExamination::refuse(const std::string& why) {
+  finish(refusal("the restore image " + path_ + " " + why));
+}
+
+void ImageExamination::finish(Found found) {
+  loop_.post([done = std::exchange(done_, nullptr), found = std::move(found)] { done(found); });
 }
 
 }  // namespace parlen::qemu

@@ -5,7 +5,7 @@
 #include "platform/qemu/child_end.h"
 #include "platform/qemu/die_with_parent.h"
 #include "platform/qemu/errors.h"
-#include "platform/qemu/installation.h"
+#include "platform/qemu/guest_platform.h"
 
 namespace parlen::qemu {
 

@@ -1,12 +1,24 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/error.h"
+#include "platform/host.h"
 #include "platform/machine_configuration.h"
 
 namespace parlen::qemu {
+
+inline constexpr std::uint64_t mebibyte = 1024 * 1024;
+
+/// The limits of a host with these resources.
+platform::MachineLimits limitsFor(std::int64_t processors, std::uint64_t memory);
+
+/// Whether a host with these limits runs such a machine. Looks at nothing but the values.
+platform::Result<> validate(const platform::MachineConfiguration& configuration,
+                            const platform::MachineLimits& limits);
 
 enum class Acceleration { kvm, emulation };
 

@@ -1,4 +1,4 @@
-#include "platform/qemu/installation.h"
+#include "platform/qemu/guest_platform.h"
 
 #include <sys/stat.h>
 #include <sys/utsname.h>

@@ -1,9 +1,8 @@
-#include "platform/qemu/installation.h"
+#include "platform/qemu/guest_platform.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "platform/qemu/kvm_probe.h"
 #include "support/temporary_directory.h"
 #include "support/test_system.h"
 
@@ -53,19 +52,6 @@ TEST(GuestPlatform, IsNotInstalledWithoutItsFirmware) {
   platform.firmwareCode = "/nowhere/firmware";
 
   EXPECT_FALSE(isInstalled(platform));
-}
-
-TEST(ProcessorInformation, NamesAProcessorThatRunsGuests) {
-  EXPECT_TRUE(hasVirtualizationFlag("processor\t: 0\nflags\t\t: fpu vmx sse\n"));
-  EXPECT_TRUE(hasVirtualizationFlag("flags\t\t: fpu svm"));
-  EXPECT_TRUE(hasVirtualizationFlag("flags : svm"));
-}
-
-TEST(ProcessorInformation, IsNotFooledByOtherWords) {
-  EXPECT_FALSE(hasVirtualizationFlag(""));
-  EXPECT_FALSE(hasVirtualizationFlag("flags\t\t: fpu svm_lock avmx vmxx\n"));
-  EXPECT_FALSE(hasVirtualizationFlag("vmx flags\t: vnmi\nmodel name: vmx\n"));
-  EXPECT_FALSE(hasVirtualizationFlag("flags"));
 }
 
 }  // namespace

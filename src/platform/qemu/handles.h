@@ -5,12 +5,14 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "platform/error.h"
 #include "platform/host.h"
-#include "platform/qemu/installation.h"
+#include "platform/machine_configuration.h"
+#include "platform/qemu/guest_platform.h"
 
 namespace parlen::qemu {
-
 /// A guest's hardware as a small JSON text: its architecture, machine type and firmware.
 class HardwareModel : public platform::HardwareModel {
  public:
@@ -46,6 +48,33 @@ class MachineIdentifier : public platform::MachineIdentifier {
   Bytes bytes_;
 };
 
+/// The guest's own copy of the firmware's variable store.
+class AuxiliaryStorage : public platform::AuxiliaryStorage {
+ public:
+  explicit AuxiliaryStorage(std::string path) : path_(std::move(path)) {}
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+enum class DiskKind { file, blockDevice };
+enum class DiskAccess { readOnly, readWrite };
+
+class DiskAttachment : public platform::DiskAttachment {
+ public:
+  DiskAttachment(std::string path, DiskKind kind, DiskAccess access)
+      : path_(std::move(path)), kind_(kind), access_(access) {}
+  const std::string& path() const { return path_; }
+  DiskKind kind() const { return kind_; }
+  DiskAccess access() const { return access_; }
+
+ private:
+  std::string path_;
+  DiskKind kind_;
+  DiskAccess access_;
+};
+
 class Identities : public platform::GuestIdentities {
  public:
   std::shared_ptr<const platform::HardwareModel> hardwareModel(std::string_view bytes) override;
@@ -54,5 +83,14 @@ class Identities : public platform::GuestIdentities {
   std::shared_ptr<const platform::MachineIdentifier> newMachineIdentifier() override;
   platform::MacAddress randomMacAddress() override;
 };
+
+/// Copies the firmware's empty store to `path`, where nothing may be.
+platform::Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& platform);
+
+/// Whether the file at `path` can be a guest's store: its length and its volume header.
+platform::Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform);
+
+/// Opens the image as the guest will, to hear now what would be refused then.
+platform::Result<DiskAttachment> attachDisk(const std::string& path, DiskAccess access);
 
 }  // namespace parlen::qemu

@@ -1,0 +1,173 @@
+#include "platform/qemu/images.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+
+#include "text/json_reader.h"
+
+namespace parlen::qemu {
+namespace {
+
+using text::JsonValue;
+
+// ---- headers ----
+
+/// An unsigned number of 8 bytes, the greatest first; 0 beyond the header's end.
+std::uint64_t bigEndian(std::string_view header, std::size_t at) {
+  constexpr std::size_t width = 8;
+  if (at > header.size() || header.size() - at < width) return 0;
+  std::uint64_t value = 0;
+  for (const char byte : header.substr(at, width)) {
+    value = value << 8U | static_cast<unsigned char>(byte);
+  }
+  return value;
+}
+
+bool holds(std::string_view header, std::size_t at, std::string_view bytes) {
+  return at <= header.size() && header.substr(at).starts_with(bytes);
+}
+
+/// A descriptor is a text: comments and blank lines, then its version.
+bool isVmdkDescriptor(std::string_view header) {
+  while (true) {
+    const std::size_t end = header.find('\n');
+    const std::string_view line = header.substr(0, end);
+    const std::size_t blanks = std::min(line.find_first_not_of(" \t\r"), line.size());
+    if (line.substr(blanks).starts_with("version=")) return true;
+    if (end == std::string_view::npos || (blanks < line.size() && line[0] != '#')) return false;
+    header.remove_prefix(end + 1);
+  }
+}
+
+// ---- what qemu-img prints ----
+
+const JsonValue* findPath(const JsonValue* value, std::initializer_list<std::string_view> path) {
+  for (const std::string_view key : path) {
+    if (value != nullptr) value = value->find(key);
+  }
+  return value;
+}
+
+/// An image of several files says so here; the only extent of a whole one is the image itself.
+bool hasForeignExtents(const JsonValue& info) {
+  const JsonValue* member = findPath(&info, {"format-specific", "data", "extents"});
+  if (member == nullptr) return false;
+  const text::JsonArray* extents = member->asArray();
+  if (extents == nullptr || extents->size() != 1) return true;
+  const JsonValue* extent = extents->front().find("filename");
+  const JsonValue* image = info.find("filename");
+  return extent == nullptr || image == nullptr || *extent != *image;
+}
+
+constexpr std::size_t longestNumber = 6;  // "100.00"
+
+/// "12.34" as a fraction of 100; nothing for any other text.
+std::optional<double> fractionOf(std::string_view percentage) {
+  constexpr double hundredthsInAll = 10000;
+  const std::size_t point = percentage.find('.');
+  if (point == 0 || point == std::string_view::npos || percentage.size() - point != 3) {
+    return std::nullopt;
+  }
+  int hundredths = 0;
+  for (const char character : percentage) {
+    if (character == '.') continue;
+    hundredths = hundredths * 10 + (character - '0');
+  }
+  return std::min(1.0, hundredths / hundredthsInAll);
+}
+
+}  // namespace
+
+std::optional<std::string> reachesOutside(std::string_view header) {
+  constexpr std::string_view qcowMagic = "QFI\xfb";
+  constexpr std::size_t backingFileOffset = 8;
+  constexpr std::size_t incompatibleFeatures = 72;
+  constexpr std::uint64_t externalDataFile = 4;
+  constexpr std::string_view firstVersionWithFeatures = std::string_view("\0\0\0\3", 4);
+  if (header.starts_with(qcowMagic)) {
+    if (bigEndian(header, backingFileOffset) != 0) return "needs a backing file";
+    const bool hasFeatures = holds(header, qcowMagic.size(), firstVersionWithFeatures);
+    if (hasFeatures && (bigEndian(header, incompatibleFeatures) & externalDataFile) != 0) {
+      return "keeps its data in another file";
+    }
+  }
+  // A sparse extent without a capacity holds a descriptor that is obeyed like a text of its own.
+  constexpr std::size_t vmdkCapacity = 12;
+  const bool isEmptyExtent = header.starts_with("KDMV") && bigEndian(header, vmdkCapacity) == 0;
+  if (isEmptyExtent || isVmdkDescriptor(header)) {
+    return "is a VMDK descriptor, which names other files";
+  }
+  return std::nullopt;
+}
+
+bool looksLikeDisk(std::string_view header) {
+  struct Mark {
+    std::size_t offset;
+    std::string_view bytes;
+  };
+  constexpr std::array marks{
+      Mark{.offset = 510, .bytes = "\x55\xaa"},   // a boot sector, also of a GPT disk
+      Mark{.offset = 512, .bytes = "EFI PART"},   // a GUID partition table, sectors of 512 bytes
+      Mark{.offset = 4096, .bytes = "EFI PART"},  // the same with sectors of 4096
+      Mark{.offset = 32769, .bytes = "CD001"},    // ISO 9660
+  };
+  return std::ranges::any_of(
+      marks, [header](const Mark& mark) { return holds(header, mark.offset, mark.bytes); });
+}
+
+std::expected<std::string, std::string> usableFormat(std::string_view json) {
+  const auto info = text::parseJson(json);
+  if (!info) return std::unexpected("cannot be examined: " + text::describe(info.error()));
+  const JsonValue* format = info->find("format");
+  if (format == nullptr || format->asString() == nullptr) {
+    return std::unexpected("cannot be examined: its format is not known");
+  }
+  if (info->find("backing-filename") != nullptr || info->find("full-backing-filename") != nullptr) {
+    return std::unexpected("needs a backing file");
+  }
+  if (findPath(&*info, {"format-specific", "data", "data-file"}) != nullptr) {
+    return std::unexpected("keeps its data in another file");
+  }
+  if (hasForeignExtents(*info)) return std::unexpected("consists of several files");
+  const JsonValue* encrypted = info->find("encrypted");
+  if (encrypted != nullptr && encrypted->asBoolean().value_or(false)) {
+    return std::unexpected("is encrypted");
+  }
+  return *format->asString();
+}
+
+std::optional<std::uint64_t> endOfData(std::string_view json) {
+  const auto map = text::parseJson(json);
+  const text::JsonArray* extents = map ? map->asArray() : nullptr;
+  if (!extents) return std::nullopt;
+  std::uint64_t end = 0;
+  for (const text::JsonValue& extent : *extents) {
+    const text::JsonValue* offset = extent.find("offset");
+    const text::JsonValue* length = extent.find("length");
+    if (!offset || !length) continue;  // it lies nowhere in the file
+    end = std::max(end, offset->asUInt64().value_or(0) + length->asUInt64().value_or(0));
+  }
+  return end;
+}
+
+std::vector<double> ConvertProgress::add(std::string_view bytes) {
+  std::vector<double> fractions;
+  for (const char byte : bytes) {
+    if (byte == '(') {
+      inside_ = true;
+      number_.clear();
+    } else if (inside_ && byte == '/') {
+      inside_ = false;
+      if (const auto fraction = fractionOf(number_)) fractions.push_back(*fraction);
+    } else if (inside_ && number_.size() < longestNumber &&
+               ((byte >= '0' && byte <= '9') || (byte == '.' && !number_.contains('.')))) {
+      number_ += byte;
+    } else {
+      inside_ = false;
+    }
+  }
+  return fractions;
+}
+
+}  // namespace parlen::qemu
