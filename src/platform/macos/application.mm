@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#import "platform/macos/objc_values.h"
+#import "platform/macos/bridge.h"
 
 namespace parlen::macos {
 namespace {

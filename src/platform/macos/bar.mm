@@ -2,10 +2,9 @@
 
 #include <variant>
 
+#import "platform/macos/bridge.h"
 #import "platform/macos/objc_bar_values.h"
 #import "platform/macos/objc_button_target.h"
-#import "platform/macos/objc_geometry.h"
-#import "platform/macos/objc_values.h"
 
 namespace parlen::macos {
 namespace {

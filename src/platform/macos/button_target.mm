@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#import "platform/macos/objc_callback.h"
+#import "platform/macos/bridge.h"
 
 @implementation ParlenButtonTarget {
   std::function<void()> _pressed;

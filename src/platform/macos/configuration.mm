@@ -1,7 +1,7 @@
 #import "platform/macos/objc_configuration.h"
 
+#import "platform/macos/bridge.h"
 #import "platform/macos/objc_handles.h"
-#import "platform/macos/objc_values.h"
 
 // +new is unavailable on most of the framework's configuration classes; +alloc and -init are not.
 namespace parlen::macos {

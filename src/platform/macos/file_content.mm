@@ -1,9 +1,8 @@
 #import <Foundation/Foundation.h>
 
+#import "platform/macos/bridge.h"
 #import "platform/macos/files.h"
-#import "platform/macos/objc_errors.h"
 #import "platform/macos/objc_file_kinds.h"
-#import "platform/macos/objc_values.h"
 
 namespace parlen::macos {
 namespace {

@@ -2,9 +2,8 @@
 
 #include <cerrno>
 
+#import "platform/macos/bridge.h"
 #import "platform/macos/files.h"
-#import "platform/macos/objc_errors.h"
-#import "platform/macos/objc_values.h"
 
 namespace parlen::macos {
 

@@ -5,9 +5,8 @@
 
 #include <cerrno>
 
-#import "platform/macos/objc_errors.h"
+#import "platform/macos/bridge.h"
 #import "platform/macos/objc_file_kinds.h"
-#import "platform/macos/objc_values.h"
 
 namespace parlen::macos {
 namespace {

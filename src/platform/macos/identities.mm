@@ -1,7 +1,7 @@
 #import "platform/macos/identities.h"
 
+#import "platform/macos/bridge.h"
 #import "platform/macos/objc_handles.h"
-#import "platform/macos/objc_values.h"
 
 namespace parlen::macos {
 

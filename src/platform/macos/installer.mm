@@ -4,10 +4,9 @@
 
 #include <utility>
 
-#import "platform/macos/objc_completion.h"
+#import "platform/macos/bridge.h"
 #import "platform/macos/objc_machine.h"
 #import "platform/macos/objc_progress_observer.h"
-#import "platform/macos/objc_values.h"
 
 namespace parlen::macos {
 namespace {

@@ -1,6 +1,6 @@
 #import "platform/macos/objc_key_event.h"
 
-#import "platform/macos/objc_values.h"
+#import "platform/macos/bridge.h"
 
 namespace parlen::macos {
 namespace {

@@ -2,8 +2,7 @@
 
 #include <utility>
 
-#import "platform/macos/objc_completion.h"
-#import "platform/macos/objc_errors.h"
+#import "platform/macos/bridge.h"
 #import "platform/macos/objc_machine_delegate.h"
 
 namespace parlen::macos {

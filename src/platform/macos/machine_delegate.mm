@@ -2,8 +2,7 @@
 
 #include <utility>
 
-#import "platform/macos/objc_callback.h"
-#import "platform/macos/objc_errors.h"
+#import "platform/macos/bridge.h"
 
 using parlen::macos::callBack;
 using parlen::macos::failure;

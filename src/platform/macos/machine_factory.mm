@@ -1,10 +1,9 @@
 #import "platform/macos/machine_factory.h"
 
+#import "platform/macos/bridge.h"
 #import "platform/macos/objc_configuration.h"
-#import "platform/macos/objc_errors.h"
 #import "platform/macos/objc_handles.h"
 #import "platform/macos/objc_machine.h"
-#import "platform/macos/objc_values.h"
 
 namespace parlen::macos {
 

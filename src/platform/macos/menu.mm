@@ -1,5 +1,5 @@
+#import "platform/macos/bridge.h"
 #import "platform/macos/objc_menu.h"
-#import "platform/macos/objc_values.h"
 
 namespace parlen::macos {
 namespace {

@@ -5,9 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
-#import "platform/macos/objc_callback.h"
-#import "platform/macos/objc_errors.h"
-#import "platform/macos/objc_values.h"
+#import "platform/macos/bridge.h"
 
 namespace parlen::macos {
 namespace {

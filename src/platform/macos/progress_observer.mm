@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#import "platform/macos/objc_callback.h"
+#import "platform/macos/bridge.h"
 
 namespace {
 

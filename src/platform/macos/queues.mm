@@ -6,7 +6,7 @@
 
 #include <string>
 
-#import "platform/macos/objc_callback.h"
+#import "platform/macos/bridge.h"
 
 namespace parlen::macos {
 namespace {

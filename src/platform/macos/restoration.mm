@@ -4,11 +4,9 @@
 
 #include <utility>
 
+#import "platform/macos/bridge.h"
 #import "platform/macos/installer.h"
-#import "platform/macos/objc_callback.h"
-#import "platform/macos/objc_errors.h"
 #import "platform/macos/objc_handles.h"
-#import "platform/macos/objc_values.h"
 
 namespace parlen::macos {
 namespace {

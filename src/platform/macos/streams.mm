@@ -3,8 +3,7 @@
 #import <Foundation/Foundation.h>
 #include <dispatch/dispatch.h>
 
-#import "platform/macos/objc_callback.h"
-#import "platform/macos/objc_values.h"
+#import "platform/macos/bridge.h"
 
 namespace parlen::macos {
 namespace {

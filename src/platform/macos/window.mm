@@ -1,5 +1,4 @@
-#import "platform/macos/objc_geometry.h"
-#import "platform/macos/objc_values.h"
+#import "platform/macos/bridge.h"
 #import "platform/macos/objc_window.h"
 #import "platform/macos/objc_window_delegate.h"
 

@@ -1,6 +1,6 @@
 #import "platform/macos/objc_window_delegate.h"
 
-#import "platform/macos/objc_callback.h"
+#import "platform/macos/bridge.h"
 
 @implementation ParlenWindowDelegate {
   parlen::platform::WindowDelegate* _receiver;

@@ -1,0 +1,71 @@
+#import "platform/macos/bridge.h"
+
+namespace parlen::macos {
+namespace {
+
+/// Nil if `bytes` are not valid in `encoding`.
+NSString* decoded(std::string_view bytes, NSStringEncoding encoding) {
+  return [[NSString alloc] initWithBytes:bytes.data() length:bytes.size() encoding:encoding];
+}
+
+void tellCauses(NSError* error, const platform::WarningSink& warn) {
+  for (NSError* cause in error.underlyingErrors) {
+    warn("the cause lies deeper: " + fromText(cause.localizedDescription) + " (" +
+         fromText(cause.domain) + " " + std::to_string(cause.code) + ")");
+    tellCauses(cause, warn);
+  }
+}
+
+void complete(const platform::Completion& done, NSError* error, const platform::WarningSink& warn) {
+  if (error != nil) return done(failure(error, warn));
+  done({});
+}
+
+}  // namespace
+
+NSString* toText(std::string_view text) {
+  NSString* string = decoded(text, NSUTF8StringEncoding);
+  return string != nil ? string : decoded(text, NSISOLatin1StringEncoding);
+}
+
+NSString* toPath(const std::string& path) {
+  NSString* string = decoded(path, NSUTF8StringEncoding);
+  return string != nil ? string : @"/dev/null/not-utf-8";
+}
+
+NSURL* toFileUrl(const std::string& path) { return [NSURL fileURLWithPath:toPath(path)]; }
+
+NSData* toData(std::string_view bytes) {
+  return [NSData dataWithBytes:bytes.data() length:bytes.size()];
+}
+
+std::string fromText(NSString* text) {
+  // UTF8String is also null for a string that UTF-8 cannot encode (an unpaired surrogate).
+  const char* bytes = text.UTF8String;
+  return bytes != nullptr ? bytes : "";
+}
+
+std::string fromData(NSData* data) {
+  if (data.length == 0) return {};  // `bytes` of empty data may be null
+  return {static_cast<const char*>(data.bytes), data.length};
+}
+
+platform::PlatformError toError(NSError* error) {
+  return {.domain = fromText(error.domain),
+          .code = error.code,
+          .description = fromText(error.localizedDescription)};
+}
+
+std::unexpected<platform::PlatformError> failure(NSError* error,
+                                                 const platform::WarningSink& warn) {
+  if (warn) tellCauses(error, warn);
+  return std::unexpected(toError(error));
+}
+
+CompletionHandler toHandler(platform::Completion done, platform::WarningSink warn) {
+  return ^(NSError* error) {
+    callBack(complete, done, error, warn);
+  };
+}
+
+}  // namespace parlen::macos
