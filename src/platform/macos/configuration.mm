@@ -1,7 +1,7 @@
 #import "platform/macos/objc_configuration.h"
 
 #import "platform/macos/bridge.h"
-#import "platform/macos/objc_handles.h"
+#import "platform/macos/handles.h"
 
 // +new is unavailable on most of the framework's configuration classes; +alloc and -init are not.
 namespace parlen::macos {
@@ -16,9 +16,9 @@ NSArray<Device*>* all(const std::vector<Value>& values, Translate translate) {
 
 VZMacPlatformConfiguration* platformOf(const platform::MachineConfiguration& configuration) {
   VZMacPlatformConfiguration* platform = [[VZMacPlatformConfiguration alloc] init];
-  platform.hardwareModel = opened(*configuration.hardwareModel);
-  platform.machineIdentifier = opened(*configuration.machineIdentifier);
-  platform.auxiliaryStorage = opened(*configuration.auxiliaryStorage);
+  platform.hardwareModel = unwrap(*configuration.hardwareModel);
+  platform.machineIdentifier = unwrap(*configuration.machineIdentifier);
+  platform.auxiliaryStorage = unwrap(*configuration.auxiliaryStorage);
   return platform;
 }
 
@@ -44,7 +44,7 @@ VZGraphicsDeviceConfiguration* toGraphics(const platform::GraphicsDevice& device
 }
 
 VZStorageDeviceConfiguration* toStorage(const platform::StorageDevice& device) {
-  return [[VZVirtioBlockDeviceConfiguration alloc] initWithAttachment:opened(*device.attachment)];
+  return [[VZVirtioBlockDeviceConfiguration alloc] initWithAttachment:unwrap(*device.attachment)];
 }
 
 VZNetworkDeviceAttachment* toAttachment(platform::NetworkAttachment attachment) {

@@ -1,8 +1,8 @@
 #import "platform/macos/machine_factory.h"
 
 #import "platform/macos/bridge.h"
+#import "platform/macos/handles.h"
 #import "platform/macos/objc_configuration.h"
-#import "platform/macos/objc_handles.h"
 #import "platform/macos/objc_machine.h"
 
 namespace parlen::macos {
@@ -12,7 +12,7 @@ using platform::Result;
 std::shared_ptr<const platform::AuxiliaryStorage> MachineFactory::openAuxiliaryStorage(
     const std::string& path) {
   // -initWithContentsOfURL: is the older name of the same call. Neither tells of a missing file.
-  return wrapped<AuxiliaryStorage>([[VZMacAuxiliaryStorage alloc] initWithURL:toFileUrl(path)]);
+  return wrap<AuxiliaryStorage>([[VZMacAuxiliaryStorage alloc] initWithURL:toFileUrl(path)]);
 }
 
 Result<std::shared_ptr<const platform::AuxiliaryStorage>> MachineFactory::createAuxiliaryStorage(
@@ -21,11 +21,11 @@ Result<std::shared_ptr<const platform::AuxiliaryStorage>> MachineFactory::create
   // Without options, a file that is there already is an error.
   VZMacAuxiliaryStorage* storage =
       [[VZMacAuxiliaryStorage alloc] initCreatingStorageAtURL:toFileUrl(path)
-                                                hardwareModel:opened(model)
+                                                hardwareModel:unwrap(model)
                                                       options:0
                                                         error:&error];
   if (storage == nil) return failure(error, warn_);
-  return wrapped<AuxiliaryStorage>(storage);
+  return wrap<AuxiliaryStorage>(storage);
 }
 
 Result<std::shared_ptr<const platform::DiskAttachment>> MachineFactory::attachDisk(
@@ -36,7 +36,7 @@ Result<std::shared_ptr<const platform::DiskAttachment>> MachineFactory::attachDi
                                                      readOnly:readOnly
                                                         error:&error];
   if (attachment == nil) return failure(error, warn_);
-  return wrapped<DiskAttachment>(attachment);
+  return wrap<DiskAttachment>(attachment);
 }
 
 std::string MachineFactory::automountTag() {

@@ -5,8 +5,8 @@
 #include <utility>
 
 #import "platform/macos/bridge.h"
+#import "platform/macos/handles.h"
 #import "platform/macos/installer.h"
-#import "platform/macos/objc_handles.h"
 
 namespace parlen::macos {
 namespace {
@@ -22,7 +22,7 @@ class RestoreImage final : public Handle<platform::RestoreImage, VZMacOSRestoreI
     VZMacOSConfigurationRequirements* most = object().mostFeaturefulSupportedConfiguration;
     if (most == nil) return std::nullopt;
     return platform::ConfigurationRequirements{
-        .hardwareModel = wrapped<HardwareModel>(most.hardwareModel),
+        .hardwareModel = wrap<HardwareModel>(most.hardwareModel),
         .minimumCPUCount = static_cast<std::int64_t>(most.minimumSupportedCPUCount),
         .minimumMemorySize = most.minimumSupportedMemorySize};
   }
@@ -31,7 +31,7 @@ class RestoreImage final : public Handle<platform::RestoreImage, VZMacOSRestoreI
 void forward(const platform::Restoration::Loaded& done, VZMacOSRestoreImage* image, NSError* error,
              const platform::WarningSink& warn) {
   if (image == nil) return done(failure(error, warn));
-  done(wrapped<RestoreImage>(image));
+  done(wrap<RestoreImage>(image));
 }
 
 }  // namespace

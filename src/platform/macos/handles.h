@@ -5,13 +5,14 @@
 #include <memory>
 
 #include "platform/machine_configuration.h"
+#import "platform/macos/bridge.h"
 
 namespace parlen::macos {
 
-/// What the framework owns and the program only passes on: `Promise` to the program, `Object` to
-/// the framework. The class of a handle's own gives it the promise's calls, if there are any.
-template <class Promise, class Object>
-class Handle : public Promise {
+/// An object of the framework that the program only passes on: an `Interface` to the program, an
+/// `Object` to the framework. A subclass adds the interface's calls where it has any.
+template <class Interface, class Object>
+class Handle : public Interface {
  public:
   explicit Handle(Object* object) : object_(object) {}
   Object* object() const { return object_; }
@@ -23,39 +24,41 @@ class Handle : public Promise {
 class HardwareModel final : public Handle<platform::HardwareModel, VZMacHardwareModel> {
  public:
   using Handle::Handle;
-  std::string dataRepresentation() const override;
-  bool isSupported() const override;
+  std::string dataRepresentation() const override { return fromData(object().dataRepresentation); }
+  bool isSupported() const override { return object().isSupported; }
 };
 
 class MachineIdentifier final : public Handle<platform::MachineIdentifier, VZMacMachineIdentifier> {
  public:
   using Handle::Handle;
-  std::string dataRepresentation() const override;
+  std::string dataRepresentation() const override { return fromData(object().dataRepresentation); }
 };
 
 using AuxiliaryStorage = Handle<platform::AuxiliaryStorage, VZMacAuxiliaryStorage>;
 using DiskAttachment = Handle<platform::DiskAttachment, VZDiskImageStorageDeviceAttachment>;
 
-/// A handle around `object`; null for nil.
+/// A handle to `object`; null for nil.
 template <class Made, class Object>
-std::shared_ptr<const Made> wrapped(Object* object) {
+std::shared_ptr<const Made> wrap(Object* object) {
   if (object == nil) return nullptr;
   return std::make_shared<Made>(object);
 }
 
-inline VZMacHardwareModel* opened(const platform::HardwareModel& model) {
+// The framework's object behind a handle, which must be one of this host's.
+
+inline VZMacHardwareModel* unwrap(const platform::HardwareModel& model) {
   return static_cast<const HardwareModel&>(model).object();
 }
 
-inline VZMacMachineIdentifier* opened(const platform::MachineIdentifier& identifier) {
+inline VZMacMachineIdentifier* unwrap(const platform::MachineIdentifier& identifier) {
   return static_cast<const MachineIdentifier&>(identifier).object();
 }
 
-inline VZMacAuxiliaryStorage* opened(const platform::AuxiliaryStorage& storage) {
+inline VZMacAuxiliaryStorage* unwrap(const platform::AuxiliaryStorage& storage) {
   return static_cast<const AuxiliaryStorage&>(storage).object();
 }
 
-inline VZDiskImageStorageDeviceAttachment* opened(const platform::DiskAttachment& attachment) {
+inline VZDiskImageStorageDeviceAttachment* unwrap(const platform::DiskAttachment& attachment) {
   return static_cast<const DiskAttachment&>(attachment).object();
 }
 
