@@ -1,4 +1,4 @@
-#import "platform/macos/objc_configuration.h"
+#import "platform/macos/configuration.h"
 
 #import "platform/macos/bridge.h"
 #import "platform/macos/handles.h"

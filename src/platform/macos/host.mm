@@ -6,7 +6,7 @@
 #import "platform/macos/application.h"
 #import "platform/macos/bridge.h"
 #import "platform/macos/handles.h"
-#import "platform/macos/machine_factory.h"
+#import "platform/macos/machine.h"
 #import "platform/macos/restoration.h"
 #import "platform/macos/system.h"
 #import "platform/macos/window_system.h"

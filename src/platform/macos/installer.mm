@@ -5,7 +5,7 @@
 #include <utility>
 
 #import "platform/macos/bridge.h"
-#import "platform/macos/objc_machine.h"
+#import "platform/macos/machine.h"
 #import "platform/macos/objc_progress_observer.h"
 
 namespace parlen::macos {

@@ -1,44 +1,107 @@
-#import "platform/macos/objc_machine.h"
+#import "platform/macos/machine.h"
 
 #include <utility>
 
 #import "platform/macos/bridge.h"
-#import "platform/macos/objc_machine_delegate.h"
+#import "platform/macos/configuration.h"
+#import "platform/macos/handles.h"
+
+using parlen::macos::callBack;
+using parlen::macos::failure;
+
+namespace parlen::macos {
+
+/// The part of a machine that its callbacks need. Completions hold it weakly, so that none is
+/// delivered once the machine has been destroyed.
+class MachineLife {
+ public:
+  /// True for the first end of the machine, which is the only one reported. Apple's pages do not
+  /// say whether the delegate is also called after a completed stopWithCompletionHandler:.
+  bool claimEnd() { return !std::exchange(ended_, true); }
+
+ private:
+  bool ended_ = false;
+};
+
+}  // namespace parlen::macos
+
+/// Forwards the framework's delegate calls to the program's delegate.
+@interface ParlenMachineDelegate : NSObject <VZVirtualMachineDelegate>
+- (instancetype)initWithLife:(std::shared_ptr<parlen::macos::MachineLife>)life
+                        warn:(parlen::platform::WarningSink)warn;
+/// Null: nothing is forwarded.
+@property parlen::platform::VirtualMachineDelegate* receiver;
+@end
+
+@implementation ParlenMachineDelegate {
+  std::shared_ptr<parlen::macos::MachineLife> _life;
+  parlen::platform::WarningSink _warn;
+}
+
+- (instancetype)initWithLife:(std::shared_ptr<parlen::macos::MachineLife>)life
+                        warn:(parlen::platform::WarningSink)warn {
+  self = [super init];
+  _life = std::move(life);
+  _warn = std::move(warn);
+  return self;
+}
+
+- (void)guestDidStopVirtualMachine:(VZVirtualMachine*)virtualMachine {
+  if (self.receiver == nullptr || !_life->claimEnd()) return;
+  callBack([self] { self.receiver->guestDidStop(); });
+}
+
+- (void)virtualMachine:(VZVirtualMachine*)virtualMachine didStopWithError:(NSError*)error {
+  if (self.receiver == nullptr || !_life->claimEnd()) return;
+  callBack([self, error] { self.receiver->didStopWithError(failure(error, self->_warn).error()); });
+}
+
+// May be called several times; networkDevice.attachment is nil afterwards.
+- (void)virtualMachine:(VZVirtualMachine*)virtualMachine
+                         networkDevice:(VZNetworkDevice*)networkDevice
+    attachmentWasDisconnectedWithError:(NSError*)error {
+  if (self.receiver == nullptr) return;
+  callBack([self, error] {
+    self.receiver->networkAttachmentDisconnected(failure(error, self->_warn).error());
+  });
+}
+
+@end
 
 namespace parlen::macos {
 
 using platform::Completion;
 using platform::MachineState;
+using platform::Result;
 
-// The promise's numbers are the framework's own.
+// The interface's numbers are VZVirtualMachineState's.
 static_assert(static_cast<std::int64_t>(MachineState::stopped) == VZVirtualMachineStateStopped);
 static_assert(static_cast<std::int64_t>(MachineState::error) == VZVirtualMachineStateError);
 static_assert(static_cast<std::int64_t>(MachineState::stopping) == VZVirtualMachineStateStopping);
 
 namespace {
 
-enum class Reports { anything, theEndOnFailure, theEndOnSuccess };
+/// When a completion means that the machine has ended.
+enum class Ends { never, onFailure, onSuccess };
 
-/// What a completion that comes after the machine's own end has to say is said no more.
-CompletionHandler whileAlive(const std::shared_ptr<MachineLife>& life, Reports reports,
+/// `handler`, but for a machine that has been destroyed, and for a second end of the same machine.
+CompletionHandler whileAlive(const std::shared_ptr<MachineLife>& life, Ends when,
                              CompletionHandler handler) {
   const std::weak_ptr<MachineLife> weakLife = life;
   return ^(NSError* error) {
     const auto alive = weakLife.lock();
     if (!alive) return;
-    const bool ends =
-        reports == (error == nil ? Reports::theEndOnSuccess : Reports::theEndOnFailure);
+    const bool ends = when == (error == nil ? Ends::onSuccess : Ends::onFailure);
     if (!ends || alive->claimEnd()) handler(error);
   };
 }
 
 }  // namespace
 
-// All calls and all callbacks of a machine without a queue of its own are on the main queue.
-
 Machine::Machine(VZVirtualMachine* machine, platform::WarningSink warn)
     : machine_(machine),
       warn_(std::move(warn)),
+      life_(std::make_shared<MachineLife>()),
       delegate_([[ParlenMachineDelegate alloc] initWithLife:life_ warn:warn_]) {
   machine_.delegate = delegate_;
 }
@@ -52,36 +115,84 @@ void Machine::setDelegate(platform::VirtualMachineDelegate* delegate) {
 std::int64_t Machine::state() const { return machine_.state; }
 
 void Machine::start(Completion done) {
-  [machine_ startWithCompletionHandler:whileAlive(life_, Reports::theEndOnFailure,
+  [machine_ startWithCompletionHandler:whileAlive(life_, Ends::onFailure,
                                                   toHandler(std::move(done), warn_))];
 }
 
 bool Machine::canRequestStop() const { return machine_.canRequestStop; }
 
-platform::Result<> Machine::requestStop() {
+Result<> Machine::requestStop() {
   NSError* error = nil;
-  // YES says that the guest has been asked, not that it will stop.
+  // YES means that the guest has been asked, not that it will stop.
   if (![machine_ requestStopWithError:&error]) return failure(error, warn_);
   return {};
 }
 
 void Machine::stop(Completion done) {
-  [machine_ stopWithCompletionHandler:whileAlive(life_, Reports::theEndOnSuccess,
+  [machine_ stopWithCompletionHandler:whileAlive(life_, Ends::onSuccess,
                                                  toHandler(std::move(done), warn_))];
 }
 
 bool Machine::canPause() const { return machine_.canPause; }
 
 void Machine::pause(Completion done) {
-  [machine_ pauseWithCompletionHandler:whileAlive(life_, Reports::anything,
-                                                  toHandler(std::move(done), warn_))];
+  [machine_
+      pauseWithCompletionHandler:whileAlive(life_, Ends::never, toHandler(std::move(done), warn_))];
 }
 
 bool Machine::canResume() const { return machine_.canResume; }
 
 void Machine::resume(Completion done) {
-  [machine_ resumeWithCompletionHandler:whileAlive(life_, Reports::anything,
+  [machine_ resumeWithCompletionHandler:whileAlive(life_, Ends::never,
                                                    toHandler(std::move(done), warn_))];
+}
+
+std::shared_ptr<const platform::AuxiliaryStorage> MachineFactory::openAuxiliaryStorage(
+    const std::string& path) {
+  // initWithURL: replaces initWithContentsOfURL: from macOS 13. Neither reports a missing file.
+  return wrap<AuxiliaryStorage>([[VZMacAuxiliaryStorage alloc] initWithURL:toFileUrl(path)]);
+}
+
+Result<std::shared_ptr<const platform::AuxiliaryStorage>> MachineFactory::createAuxiliaryStorage(
+    const std::string& path, const platform::HardwareModel& model) {
+  NSError* error = nil;
+  // An existing file is an error without VZMacAuxiliaryStorageInitializationOptionAllowOverwrite.
+  VZMacAuxiliaryStorage* storage =
+      [[VZMacAuxiliaryStorage alloc] initCreatingStorageAtURL:toFileUrl(path)
+                                                hardwareModel:unwrap(model)
+                                                      options:0
+                                                        error:&error];
+  if (storage == nil) return failure(error, warn_);
+  return wrap<AuxiliaryStorage>(storage);
+}
+
+Result<std::shared_ptr<const platform::DiskAttachment>> MachineFactory::attachDisk(
+    const std::string& path, bool readOnly) {
+  NSError* error = nil;
+  VZDiskImageStorageDeviceAttachment* attachment =
+      [[VZDiskImageStorageDeviceAttachment alloc] initWithURL:toFileUrl(path)
+                                                     readOnly:readOnly
+                                                        error:&error];
+  if (attachment == nil) return failure(error, warn_);
+  return wrap<DiskAttachment>(attachment);
+}
+
+std::string MachineFactory::automountTag() {
+  return fromText(VZVirtioFileSystemDeviceConfiguration.macOSGuestAutomountTag);
+}
+
+Result<> MachineFactory::validate(const platform::MachineConfiguration& configuration) {
+  NSError* error = nil;
+  if (![toConfiguration(configuration) validateWithError:&error]) return failure(error, warn_);
+  return {};
+}
+
+std::unique_ptr<platform::VirtualMachine> MachineFactory::createMachine(
+    const platform::MachineConfiguration& configuration) {
+  // Apple's VZVirtualMachine page: initWithConfiguration: uses the main queue and copies the
+  // configuration.
+  return std::make_unique<Machine>(
+      [[VZVirtualMachine alloc] initWithConfiguration:toConfiguration(configuration)], warn_);
 }
 
 }  // namespace parlen::macos

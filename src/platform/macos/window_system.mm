@@ -3,9 +3,9 @@
 #import <Virtualization/Virtualization.h>
 
 #import "platform/macos/bridge.h"
+#import "platform/macos/machine.h"
 #import "platform/macos/objc_bar.h"
 #import "platform/macos/objc_key_event.h"
-#import "platform/macos/objc_machine.h"
 #import "platform/macos/objc_menu.h"
 #import "platform/macos/objc_view.h"
 #import "platform/macos/objc_window.h"
