@@ -1,12 +1,66 @@
 #import "platform/macos/restoration.h"
 
+#import <Virtualization/Virtualization.h>
 #include <dispatch/dispatch.h>
 
+#include <functional>
 #include <utility>
 
 #import "platform/macos/bridge.h"
 #import "platform/macos/handles.h"
-#import "platform/macos/installer.h"
+#import "platform/macos/machine.h"
+
+/// Calls a function at each change of a progress, one call at a time, on whichever thread changes
+/// it. The first call is made inside the initializer.
+@interface ParlenProgressObserver : NSObject
+- (instancetype)initWithProgress:(NSProgress*)progress changed:(std::function<void()>)changed;
+/// No call is made afterwards. Waits for one that is in progress on another thread.
+- (void)end;
+@end
+
+namespace {
+
+NSString* const keyPath = @"fractionCompleted";
+
+// Its address identifies this observation, as NSKeyValueObserving recommends.
+char context;
+
+}  // namespace
+
+@implementation ParlenProgressObserver {
+  NSProgress* _progress;
+  std::function<void()> _changed;
+}
+
+- (instancetype)initWithProgress:(NSProgress*)progress changed:(std::function<void()>)changed {
+  self = [super init];
+  _progress = progress;
+  _changed = std::move(changed);
+  [_progress addObserver:self
+              forKeyPath:keyPath
+                 options:NSKeyValueObservingOptionInitial
+                 context:&context];
+  return self;
+}
+
+- (void)observeValueForKeyPath:(NSString*)path
+                      ofObject:(id)object
+                        change:(NSDictionary<NSKeyValueChangeKey, id>*)change
+                       context:(void*)observed {
+  @synchronized(self) {
+    if (_changed) parlen::macos::callBack(_changed);
+  }
+}
+
+- (void)end {
+  // Removing the observer does not wait for a call in progress; the lock does.
+  [_progress removeObserver:self forKeyPath:keyPath context:&context];
+  @synchronized(self) {
+    _changed = nullptr;
+  }
+}
+
+@end
 
 namespace parlen::macos {
 namespace {
@@ -28,8 +82,40 @@ class RestoreImage final : public Handle<platform::RestoreImage, VZMacOSRestoreI
   }
 };
 
-void forward(const platform::Restoration::Loaded& done, VZMacOSRestoreImage* image, NSError* error,
-             const platform::WarningSink& warn) {
+class Observation final : public platform::ProgressObservation {
+ public:
+  explicit Observation(ParlenProgressObserver* observer) : observer_(observer) {}
+  ~Observation() override { [observer_ end]; }
+
+ private:
+  ParlenProgressObserver* observer_;
+};
+
+class Installer final : public platform::Installer {
+ public:
+  Installer(VZMacOSInstaller* installer, platform::WarningSink warn)
+      : installer_(installer), warn_(std::move(warn)) {}
+
+  double fractionCompleted() const override { return installer_.progress.fractionCompleted; }
+
+  std::unique_ptr<platform::ProgressObservation> observeProgress(
+      std::function<void()> changed) override {
+    return std::make_unique<Observation>([[ParlenProgressObserver alloc]
+        initWithProgress:installer_.progress
+                 changed:std::move(changed)]);
+  }
+
+  void install(platform::Completion done) override {
+    [installer_ installWithCompletionHandler:toHandler(std::move(done), warn_)];
+  }
+
+ private:
+  VZMacOSInstaller* installer_;
+  platform::WarningSink warn_;
+};
+
+void complete(const platform::Restoration::Loaded& done, VZMacOSRestoreImage* image, NSError* error,
+              const platform::WarningSink& warn) {
   if (image == nil) return done(failure(error, warn));
   done(wrap<RestoreImage>(image));
 }
@@ -38,18 +124,24 @@ void forward(const platform::Restoration::Loaded& done, VZMacOSRestoreImage* ima
 
 void Restoration::loadRestoreImage(const std::string& path, Loaded done) {
   const platform::WarningSink warn = warn_;
-  // The completion arrives on any thread, and warnings belong to the main one.
+  // Apple's VZMacOSRestoreImage page: the completion handler runs on an arbitrary thread. Warnings
+  // are for the main thread.
   [VZMacOSRestoreImage loadFileURL:toFileUrl(path)
                  completionHandler:^(VZMacOSRestoreImage* image, NSError* error) {
                    dispatch_async(dispatch_get_main_queue(), ^{
-                     callBack(forward, done, image, error, warn);
+                     callBack(complete, done, image, error, warn);
                    });
                  }];
 }
 
 std::unique_ptr<platform::Installer> Restoration::createInstaller(
     platform::VirtualMachine& machine, const std::string& restoreImagePath) {
-  return makeInstaller(machine, restoreImagePath, warn_);
+  // Apple's VZMacOSInstaller page: the initializer is called on the machine's queue, here the main
+  // one.
+  VZMacOSInstaller* installer =
+      [[VZMacOSInstaller alloc] initWithVirtualMachine:static_cast<Machine&>(machine).object()
+                                       restoreImageURL:toFileUrl(restoreImagePath)];
+  return std::make_unique<Installer>(installer, warn_);
 }
 
 }  // namespace parlen::macos
