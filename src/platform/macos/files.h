@@ -4,7 +4,8 @@
 
 namespace parlen::macos {
 
-/// The file system through Foundation, so that errors carry its localized sentences. Stateless.
+/// The file system through Foundation, whose localized descriptions become the error sentences.
+/// Stateless; any thread.
 class Files final : public platform::Files {
  public:
   std::string currentDirectory() const override;

@@ -6,7 +6,6 @@
 #include <cerrno>
 
 #import "platform/macos/bridge.h"
-#import "platform/macos/objc_file_kinds.h"
 
 namespace parlen::macos {
 namespace {
@@ -15,12 +14,76 @@ using platform::Result;
 
 NSFileManager* manager() { return NSFileManager.defaultManager; }
 
+/// This host's own error about the item at `path`: "could not use /a/b: <reason>". `code` is an
+/// errno value.
+std::unexpected<platform::PlatformError> unfit(const std::string& path, int code,
+                                               std::string_view reason) {
+  std::string description = "could not use ";
+  description.append(path).append(": ").append(reason);
+  return std::unexpected(
+      platform::PlatformError{fromText(NSPOSIXErrorDomain), code, std::move(description)});
+}
+
+/// What is at `path`, links followed: one of the NSFileType constants.
+Result<NSFileAttributeType> typeOf(const std::string& path) {
+  // attributesOfItemAtPath:error: does not follow a link at the end of the path.
+  const std::string target = Files().canonicalPath(path).value_or(path);
+  NSError* error = nil;
+  NSDictionary<NSFileAttributeKey, id>* attributes =
+      [manager() attributesOfItemAtPath:toPath(target) error:&error];
+  if (attributes == nil) return failure(error);
+  return static_cast<NSFileAttributeType>(attributes[NSFileType]);
+}
+
+/// An error unless a regular file is at `path`, links followed.
+Result<> requireRegular(const std::string& path) {
+  const auto type = typeOf(path);
+  if (!type) return std::unexpected(type.error());
+  if (![*type isEqualToString:NSFileTypeRegular]) return unfit(path, EINVAL, "it is not a file");
+  return {};
+}
+
+/// An error for a FIFO, which would block the caller that opens it. A missing item is no error.
+Result<> rejectFifo(const std::string& path) {
+  const auto type = typeOf(path);
+  // NSFileType has a constant for every type but the FIFO's.
+  if (type && [*type isEqualToString:NSFileTypeUnknown]) return unfit(path, EINVAL, "it is a FIFO");
+  return {};
+}
+
+/// Opens an existing file; neither creates nor truncates it.
+Result<NSFileHandle*> openForWriting(const std::string& path) {
+  NSError* error = nil;
+  NSFileHandle* handle = [NSFileHandle fileHandleForWritingToURL:toFileUrl(path) error:&error];
+  if (handle == nil) return failure(error);
+  return handle;
+}
+
+Result<> close(NSFileHandle* handle) {
+  NSError* error = nil;
+  if (![handle closeAndReturnError:&error]) return failure(error);
+  return {};
+}
+
+class AppendingFile final : public platform::AppendingFile {
+ public:
+  explicit AppendingFile(NSFileHandle* handle) : handle_(handle) {}
+
+  void append(std::string_view bytes) override {
+    [handle_ seekToEndReturningOffset:nil error:nil];
+    [handle_ writeData:toData(bytes) error:nil];
+  }
+
+ private:
+  NSFileHandle* handle_;
+};
+
 NSString* parentOf(const std::string& path) {
   return toPath(path).stringByDeletingLastPathComponent;
 }
 
-/// By identity, so that a path through a link is seen through. A parent that is missing is outside:
-/// the copy itself says so.
+/// Compares the items, not the paths, so links do not matter. False for a missing parent; the copy
+/// itself reports that.
 bool liesInside(const std::string& directory, NSString* parent) {
   NSURLRelationship relationship = NSURLRelationshipOther;
   const BOOL known = [manager() getRelationship:&relationship
@@ -47,7 +110,7 @@ bool Files::isSymbolicLink(const std::string& path) const {
   return [manager() destinationOfSymbolicLinkAtPath:toPath(path) error:nil] != nil;
 }
 
-// Not Foundation's own resolution: that never fails, and leaves a leading "/private" out.
+// Not NSURL's URLByResolvingSymlinksInPath, which never fails and removes a leading "/private".
 std::optional<std::string> Files::canonicalPath(const std::string& path) const {
   char* resolved = realpath(path.c_str(), nullptr);
   if (resolved == nullptr) return std::nullopt;
@@ -57,7 +120,6 @@ std::optional<std::string> Files::canonicalPath(const std::string& path) const {
 }
 
 Result<std::uint64_t> Files::length(const std::string& path) const {
-  // The attributes are those of the item itself, also of a link.
   const std::string target = canonicalPath(path).value_or(path);
   NSError* error = nil;
   NSDictionary<NSFileAttributeKey, id>* attributes =
@@ -66,9 +128,52 @@ Result<std::uint64_t> Files::length(const std::string& path) const {
   return [static_cast<NSNumber*>(attributes[NSFileSize]) unsignedLongLongValue];
 }
 
+Result<std::string> Files::read(const std::string& path) const {
+  if (const auto regular = requireRegular(path); !regular) return std::unexpected(regular.error());
+  NSError* error = nil;
+  NSData* content = [NSData dataWithContentsOfURL:toFileUrl(path) options:0 error:&error];
+  if (content == nil) return failure(error);
+  return fromData(content);
+}
+
+Result<std::string> Files::readStart(const std::string& path, std::size_t most) const {
+  if (const auto regular = requireRegular(path); !regular) return std::unexpected(regular.error());
+  NSError* error = nil;
+  NSFileHandle* handle = [NSFileHandle fileHandleForReadingFromURL:toFileUrl(path) error:&error];
+  if (handle == nil) return failure(error);
+  NSData* start = [handle readDataUpToLength:most error:&error];
+  if (start == nil) return failure(error);
+  return fromData(start);
+}
+
+Result<> Files::write(const std::string& path, std::string_view bytes) {
+  if (const auto usable = rejectFifo(path); !usable) return usable;
+  NSError* error = nil;
+  // Without NSDataWritingAtomic the file is truncated and written in place.
+  if (![toData(bytes) writeToURL:toFileUrl(path) options:0 error:&error]) return failure(error);
+  return {};
+}
+
+Result<> Files::writeStart(const std::string& path, std::string_view bytes) {
+  if (const auto regular = requireRegular(path); !regular) return regular;
+  const auto handle = openForWriting(path);
+  if (!handle) return std::unexpected(handle.error());
+  NSError* error = nil;
+  if (![*handle writeData:toData(bytes) error:&error]) return failure(error);
+  return close(*handle);
+}
+
+Result<std::unique_ptr<platform::AppendingFile>> Files::createForAppending(
+    const std::string& path) {
+  if (const auto created = write(path, ""); !created) return std::unexpected(created.error());
+  const auto handle = openForWriting(path);
+  if (!handle) return std::unexpected(handle.error());
+  return std::make_unique<AppendingFile>(*handle);
+}
+
 Result<> Files::createDirectories(const std::string& path) {
   NSError* error = nil;
-  // With intermediate directories, one that is there already is a success.
+  // With intermediate directories, an existing directory is a success.
   if (![manager() createDirectoryAtPath:toPath(path)
             withIntermediateDirectories:YES
                              attributes:nil
@@ -82,10 +187,19 @@ void Files::createEmptyFile(const std::string& path) {
   [manager() createFileAtPath:toPath(path) contents:nil attributes:nil];
 }
 
+Result<> Files::setLength(const std::string& path, std::uint64_t length) {
+  if (const auto regular = requireRegular(path); !regular) return regular;
+  const auto handle = openForWriting(path);
+  if (!handle) return std::unexpected(handle.error());
+  NSError* error = nil;
+  if (![*handle truncateAtOffset:length error:&error]) return failure(error);
+  return close(*handle);
+}
+
 Result<> Files::copyDirectory(const std::string& from, const std::string& to) {
-  // A copy into itself would find ever more to copy.
+  // A copy into itself would never end.
   if (liesInside(from, parentOf(to))) return unfit(to, EINVAL, "it lies inside " + from);
-  // The file manager copies a link as a link, at the top as well as inside.
+  // copyItemAtURL: copies a link as a link, also when `from` itself is one.
   const std::string source = canonicalPath(from).value_or(from);
   NSError* error = nil;
   if (![manager() copyItemAtURL:toFileUrl(source) toURL:toFileUrl(to) error:&error]) {
@@ -95,7 +209,7 @@ Result<> Files::copyDirectory(const std::string& from, const std::string& to) {
 }
 
 Result<> Files::removeFile(const std::string& path) {
-  // The file manager would remove a directory with all that is in it; a link to one is a link.
+  // removeItemAtURL: would remove a directory with its contents; of a link it removes the link.
   if (isDirectory(path) && !isSymbolicLink(path)) return unfit(path, EISDIR, "it is a directory");
   NSError* error = nil;
   if (![manager() removeItemAtURL:toFileUrl(path) error:&error]) return failure(error);
