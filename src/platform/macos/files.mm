@@ -24,15 +24,22 @@ std::unexpected<platform::PlatformError> unfit(const std::string& path, int code
       platform::PlatformError{fromText(NSPOSIXErrorDomain), code, std::move(description)});
 }
 
-/// What is at `path`, links followed: one of the NSFileType constants.
-Result<NSFileAttributeType> typeOf(const std::string& path) {
+/// The attributes of what is at `path`, links followed.
+Result<NSDictionary<NSFileAttributeKey, id>*> attributesOf(const std::string& path) {
   // attributesOfItemAtPath:error: does not follow a link at the end of the path.
   const std::string target = Files().canonicalPath(path).value_or(path);
   NSError* error = nil;
   NSDictionary<NSFileAttributeKey, id>* attributes =
       [manager() attributesOfItemAtPath:toPath(target) error:&error];
   if (attributes == nil) return failure(error);
-  return static_cast<NSFileAttributeType>(attributes[NSFileType]);
+  return attributes;
+}
+
+/// What is at `path`, links followed: one of the NSFileType constants.
+Result<NSFileAttributeType> typeOf(const std::string& path) {
+  const auto attributes = attributesOf(path);
+  if (!attributes) return std::unexpected(attributes.error());
+  return static_cast<NSFileAttributeType>((*attributes)[NSFileType]);
 }
 
 /// An error unless a regular file is at `path`, links followed.
@@ -120,12 +127,9 @@ std::optional<std::string> Files::canonicalPath(const std::string& path) const {
 }
 
 Result<std::uint64_t> Files::length(const std::string& path) const {
-  const std::string target = canonicalPath(path).value_or(path);
-  NSError* error = nil;
-  NSDictionary<NSFileAttributeKey, id>* attributes =
-      [manager() attributesOfItemAtPath:toPath(target) error:&error];
-  if (attributes == nil) return failure(error);
-  return [static_cast<NSNumber*>(attributes[NSFileSize]) unsignedLongLongValue];
+  const auto attributes = attributesOf(path);
+  if (!attributes) return std::unexpected(attributes.error());
+  return [static_cast<NSNumber*>((*attributes)[NSFileSize]) unsignedLongLongValue];
 }
 
 Result<std::string> Files::read(const std::string& path) const {
