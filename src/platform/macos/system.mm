@@ -1,30 +1,149 @@
 #import "platform/macos/system.h"
 
+#import <Foundation/Foundation.h>
+#include <dispatch/dispatch.h>
 #include <fcntl.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <time.h>
+#include <unistd.h>
 
+#include <string>
+
+#import "platform/macos/bridge.h"
 #import "platform/macos/files.h"
-#import "platform/macos/process.h"
-#import "platform/macos/queues.h"
 #import "platform/macos/streams.h"
 
 namespace parlen::macos {
 namespace {
 
-// open takes the lowest free number, so going upwards fills each gap itself.
-void openStandardDescriptors() {
-  for (int descriptor = 0; descriptor <= 2; ++descriptor) {
-    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
+class DispatchQueue final : public platform::SerialQueue {
+ public:
+  explicit DispatchQueue(const std::string& label)
+      : queue_(dispatch_queue_create(label.c_str(), DISPATCH_QUEUE_SERIAL)) {}
+
+  void sync(const platform::Work& work) override {
+    dispatch_sync(queue_, ^{
+      callBack(work);
+    });
+  }
+
+ private:
+  dispatch_queue_t queue_;
+};
+
+/// The main dispatch queue and the system's clocks. Stateless.
+class MainQueue final : public platform::EventLoop {
+ public:
+  void post(platform::Work work) override {
+    dispatch_async(dispatch_get_main_queue(), ^{
+      callBack(work);
+    });
+  }
+
+  void postDelayed(std::chrono::milliseconds delay, platform::Work work) override {
+    const std::chrono::nanoseconds nanoseconds = delay;
+    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, nanoseconds.count()), dispatch_get_main_queue(),
+                   ^{
+                     callBack(work);
+                   });
+  }
+
+  // The main run loop serves the main queue and, unlike dispatch_main, also the sources that the
+  // frameworks add to it.
+  void run() override { [NSRunLoop.mainRunLoop run]; }
+
+  // clock_gettime(3) of macOS: CLOCK_MONOTONIC keeps counting while the system sleeps.
+  std::chrono::nanoseconds now() const override {
+    return std::chrono::nanoseconds(clock_gettime_nsec_np(CLOCK_MONOTONIC));
+  }
+
+  // Apple's NSProcessInfo page: systemUptime counts only the time that the system was awake.
+  std::chrono::nanoseconds systemUptime() const override {
+    const std::chrono::duration<double> seconds(NSProcessInfo.processInfo.systemUptime);
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(seconds);
+  }
+};
+
+class DispatchSource final : public platform::SignalSource {
+ public:
+  explicit DispatchSource(dispatch_source_t source) : source_(source) {}
+  ~DispatchSource() override { dispatch_source_cancel(source_); }
+
+ private:
+  dispatch_source_t source_;
+};
+
+int number(platform::TerminationSignal signal) {
+  switch (signal) {
+    case platform::TerminationSignal::terminate:
+      return SIGTERM;
+    case platform::TerminationSignal::interrupt:
+      return SIGINT;
   }
 }
 
-class MacSystem final : public platform::System {
+/// As shells count it: 128 plus the signal's number for a child that a signal ended.
+int exitStatus(NSTask* task) {
+  constexpr int signalled = 128;
+  switch (task.terminationReason) {
+    case NSTaskTerminationReasonExit:
+      return task.terminationStatus;
+    case NSTaskTerminationReasonUncaughtSignal:
+      return signalled + task.terminationStatus;
+  }
+  return task.terminationStatus;  // a reason that a later system has added
+}
+
+/// This process. Stateless.
+class Process final : public platform::Process {
+ public:
+  std::unique_ptr<platform::SignalSource> watchSignal(platform::TerminationSignal signal,
+                                                      platform::Work handler) override {
+    // A dispatch source does not replace the default action (dispatch_source_create(3)). An empty
+    // handler does; ignoring the signal would too, but children inherit that.
+    ::signal(number(signal), [](int) {});
+    dispatch_source_t source =
+        dispatch_source_create(DISPATCH_SOURCE_TYPE_SIGNAL, static_cast<uintptr_t>(number(signal)),
+                               0, dispatch_get_main_queue());
+    dispatch_source_set_event_handler(source, ^{
+      callBack(handler);
+    });
+    dispatch_resume(source);  // sources are created suspended
+    return std::make_unique<DispatchSource>(source);
+  }
+
+  platform::Result<int> runAndWait(const std::string& program,
+                                   const std::vector<std::string>& arguments) override {
+    NSMutableArray<NSString*>* words = [NSMutableArray arrayWithCapacity:arguments.size()];
+    for (const std::string& argument : arguments) [words addObject:toText(argument)];
+
+    NSTask* task = [[NSTask alloc] init];
+    task.executableURL = toFileUrl(program);
+    task.arguments = words;
+    NSError* error = nil;
+    // Unlike launch, launchAndReturnError: does not raise when the program cannot be started.
+    if (![task launchAndReturnError:&error]) return failure(error);
+    // Runs the run loop while it waits: work of the main queue may run inside this call.
+    [task waitUntilExit];
+    return exitStatus(task);
+  }
+
+ private:
+  // Not exit: nothing is buffered, and destructors would run beside the frameworks' threads.
+  [[noreturn]] void endWith(int status) override { _exit(status); }
+
+  [[noreturn]] void endInTrap() override { abort(); }
+};
+
+class System final : public platform::System {
  public:
   platform::Files& files() override { return files_; }
   platform::StandardStreams& streams() override { return streams_; }
   platform::EventLoop& loop() override { return mainQueue_; }
   platform::Process& process() override { return process_; }
   std::unique_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return macos::makeSerialQueue(label);
+    return std::make_unique<DispatchQueue>(std::string(label));
   }
 
  private:
@@ -34,11 +153,18 @@ class MacSystem final : public platform::System {
   Process process_;
 };
 
+// open(2) returns the lowest free descriptor, so counting upward fills each gap.
+void openStandardDescriptors() {
+  for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<platform::System> makeSystem() {
   openStandardDescriptors();
-  return std::make_unique<MacSystem>();
+  return std::make_unique<System>();
 }
 
 }  // namespace parlen::macos
