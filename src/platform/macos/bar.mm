@@ -1,17 +1,102 @@
-#import "platform/macos/objc_bar.h"
+#import "platform/macos/bar.h"
 
+#include <functional>
+#include <utility>
 #include <variant>
 
 #import "platform/macos/bridge.h"
-#import "platform/macos/objc_bar_values.h"
-#import "platform/macos/objc_button_target.h"
+
+/// Calls a function for each press of a button.
+@interface ParlenButtonTarget : NSObject
+- (instancetype)initWithPressed:(std::function<void()>)pressed;
+- (void)clicked:(id)sender;
+@end
+
+@implementation ParlenButtonTarget {
+  std::function<void()> _pressed;
+}
+
+- (instancetype)initWithPressed:(std::function<void()>)pressed {
+  self = [super init];
+  _pressed = std::move(pressed);
+  return self;
+}
+
+- (void)clicked:(id)sender {
+  parlen::macos::callBack(_pressed);
+}
+
+@end
 
 namespace parlen::macos {
 namespace {
 
+NSLineBreakMode toLineBreakMode(platform::LineBreakMode mode) {
+  switch (mode) {
+    case platform::LineBreakMode::truncatingTail:
+      return NSLineBreakByTruncatingTail;
+  }
+}
+
+NSUserInterfaceLayoutOrientation toOrientation(platform::Orientation orientation) {
+  switch (orientation) {
+    case platform::Orientation::horizontal:
+      return NSUserInterfaceLayoutOrientationHorizontal;
+    case platform::Orientation::vertical:
+      return NSUserInterfaceLayoutOrientationVertical;
+  }
+}
+
+NSLayoutAttribute toAlignment(platform::StackAlignment alignment) {
+  switch (alignment) {
+    case platform::StackAlignment::leading:
+      return NSLayoutAttributeLeading;
+    case platform::StackAlignment::centerY:
+      return NSLayoutAttributeCenterY;
+  }
+}
+
+NSLayoutAttribute toLayoutAttribute(platform::LayoutAttribute attribute) {
+  switch (attribute) {
+    case platform::LayoutAttribute::bottom:
+      return NSLayoutAttributeBottom;
+  }
+}
+
+CGFloat pointsOf(platform::FontSize size) {
+  switch (size) {
+    case platform::FontSize::standard:
+      return NSFont.systemFontSize;
+    case platform::FontSize::small:
+      return NSFont.smallSystemFontSize;
+  }
+}
+
+NSFont* toFont(platform::FontFace face, platform::FontSize size) {
+  switch (face) {
+    case platform::FontFace::system:
+      return [NSFont systemFontOfSize:pointsOf(size)];
+    case platform::FontFace::boldSystem:
+      return [NSFont boldSystemFontOfSize:pointsOf(size)];
+  }
+}
+
+NSColor* toColor(platform::NamedColor color) {
+  switch (color) {
+    case platform::NamedColor::secondaryLabel:
+      return NSColor.secondaryLabelColor;
+    case platform::NamedColor::controlAccent:
+      return NSColor.controlAccentColor;
+  }
+}
+
+NSEdgeInsets toEdgeInsets(const platform::EdgeInsets& insets) {
+  return NSEdgeInsetsMake(insets.top, insets.left, insets.bottom, insets.right);
+}
+
 constexpr auto horizontal = NSLayoutConstraintOrientationHorizontal;
 
-/// Makes the view of each kind of part; a visitor of them.
+/// Makes the view of each kind of part; a visitor of platform::BarView.
 class BarBuilder {
  public:
   BarBuilder(const BarLabels& labels, BarTargets targets) : labels_(labels), targets_(targets) {}
@@ -97,7 +182,8 @@ NSTitlebarAccessoryViewController* makeAccessory(const platform::TitlebarAccesso
   NSTitlebarAccessoryViewController* controller =
       [[NSTitlebarAccessoryViewController alloc] initWithNibName:nil bundle:nil];
   controller.layoutAttribute = toLayoutAttribute(accessory.layoutAttribute);
-  // Set before the window is given the controller, which would look for a view in a nib file.
+  // Set before the controller is added to a window: NSViewController without a view looks for a
+  // nib file.
   controller.view = BarBuilder(labels, targets)(accessory.bar);
   return controller;
 }

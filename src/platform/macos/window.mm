@@ -1,11 +1,34 @@
+#import "platform/macos/window.h"
+
 #import "platform/macos/bridge.h"
-#import "platform/macos/objc_window.h"
-#import "platform/macos/objc_window_delegate.h"
+
+/// Forwards AppKit's delegate calls to the program's delegate.
+@interface ParlenWindowDelegate : NSObject <NSWindowDelegate>
+- (instancetype)initWithReceiver:(parlen::platform::WindowDelegate*)receiver;
+@end
+
+@implementation ParlenWindowDelegate {
+  parlen::platform::WindowDelegate* _receiver;
+}
+
+- (instancetype)initWithReceiver:(parlen::platform::WindowDelegate*)receiver {
+  self = [super init];
+  _receiver = receiver;
+  return self;
+}
+
+- (BOOL)windowShouldClose:(NSWindow*)sender {
+  BOOL closes = YES;
+  parlen::macos::callBack([self, &closes] { closes = self->_receiver->windowShouldClose(); });
+  return closes;
+}
+
+@end
 
 namespace parlen::macos {
 namespace {
 
-// The promise's style bits are AppKit's own.
+// The interface's style bits are NSWindowStyleMask's.
 static_assert(platform::windowTitled == NSWindowStyleMaskTitled);
 static_assert(platform::windowClosable == NSWindowStyleMaskClosable);
 static_assert(platform::windowMiniaturizable == NSWindowStyleMaskMiniaturizable);
@@ -18,18 +41,34 @@ NSBackingStoreType toBacking(platform::Backing backing) {
   }
 }
 
-std::shared_ptr<MachineView> ours(const std::shared_ptr<platform::MachineView>& view) {
+using View = ViewOf<platform::View, NSView>;
+
+// Views come back from the program as what this host made them.
+
+NSView* unwrap(const platform::View& view) {
+  return dynamic_cast<const NativeView&>(view).native();
+}
+
+std::shared_ptr<MachineView> unwrap(const std::shared_ptr<platform::MachineView>& view) {
   return std::static_pointer_cast<MachineView>(view);
 }
 
-/// A window that is released when it is closed, as windows are unless they are told otherwise,
-/// gives up a reference that ARC does not know of. This is that reference.
+/// Retains `window` once more. Apple's NSWindow page: releasedWhenClosed is YES for a window made
+/// in code, so closing it releases a reference that ARC does not count.
 NSWindow* withReferenceForClosing(NSWindow* window) {
   (void)(__bridge_retained void*)window;
   return window;
 }
 
 }  // namespace
+
+std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view) {
+  std::vector<std::shared_ptr<platform::View>> views;
+  for (NSView* subview in view.subviews) views.push_back(std::make_shared<View>(subview));
+  return views;
+}
+
+platform::Window* MachineView::window() const { return object().window != nil ? window_ : nullptr; }
 
 Window::Window(const platform::WindowOptions& options, const BarLabels& labels)
     : window_(withReferenceForClosing([[NSWindow alloc]
@@ -59,13 +98,13 @@ void Window::setDelegate(platform::WindowDelegate* delegate) {
 
 void Window::setContentView(const std::shared_ptr<platform::MachineView>& view) {
   if (content_) content_->moveTo(nullptr);
-  content_ = ours(view);
+  content_ = unwrap(view);
   if (content_) content_->moveTo(this);
   window_.contentView = content_ ? content_->object() : nil;
 }
 
 void Window::setInitialFirstResponder(const std::shared_ptr<platform::MachineView>& view) {
-  window_.initialFirstResponder = view ? ours(view)->object() : nil;
+  window_.initialFirstResponder = view ? unwrap(view)->object() : nil;
 }
 
 void Window::addTitlebarAccessory(const platform::TitlebarAccessory& accessory) {
@@ -105,11 +144,11 @@ bool Window::firstResponderIsMachineView() const {
 }
 
 bool Window::isFirstResponder(const platform::View& view) const {
-  return window_.firstResponder == opened(view);
+  return window_.firstResponder == unwrap(view);
 }
 
 void Window::makeFirstResponder(const std::shared_ptr<platform::View>& view) {
-  [window_ makeFirstResponder:view ? opened(*view) : nil];
+  [window_ makeFirstResponder:view ? unwrap(*view) : nil];
 }
 
 std::string Window::firstResponderDescription() const {

@@ -2,13 +2,12 @@
 
 #import <Virtualization/Virtualization.h>
 
+#import "platform/macos/bar.h"
 #import "platform/macos/bridge.h"
 #import "platform/macos/machine.h"
-#import "platform/macos/objc_bar.h"
 #import "platform/macos/objc_key_event.h"
 #import "platform/macos/objc_menu.h"
-#import "platform/macos/objc_view.h"
-#import "platform/macos/objc_window.h"
+#import "platform/macos/window.h"
 
 namespace parlen::macos {
 namespace {

@@ -15,14 +15,14 @@ struct BarLabels {
   NSTextField* of(platform::BarLabel label) const;
 };
 
-/// Two labels without text, neither editable nor selectable.
+/// Two empty labels, neither editable nor selectable.
 BarLabels makeBarLabels();
 
-/// What a bar's buttons call. A button's reference to its target is weak.
+/// The targets of a bar's buttons. NSControl's own reference to its target is weak.
 using BarTargets = NSMutableArray<ParlenButtonTarget*>*;
 
-/// The bar and the controller that puts it under a window's title; fills `targets`, which must live
-/// as long.
+/// A bar with the controller that puts it below a window's title. Adds the targets of its buttons
+/// to `targets`, which must live as long as the bar.
 NSTitlebarAccessoryViewController* makeAccessory(const platform::TitlebarAccessory& accessory,
                                                  const BarLabels& labels, BarTargets targets);
 

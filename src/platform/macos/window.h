@@ -1,20 +1,62 @@
 #pragma once
 
-#import <AppKit/AppKit.h>
+#import <Virtualization/Virtualization.h>
 
 #include <memory>
+#include <vector>
 
-#import "platform/macos/objc_bar.h"
-#import "platform/macos/objc_view.h"
+#import "platform/macos/bar.h"
 #include "platform/window_system.h"
 
 @class ParlenWindowDelegate;
 
 namespace parlen::macos {
 
+/// What every view of this host is, beside its interface.
+class NativeView {
+ public:
+  virtual ~NativeView() = default;
+  virtual NSView* native() const = 0;
+};
+
+/// The views directly in `view`, from back to front. Each call makes new objects around the same
+/// AppKit views, so views are compared by `native`, not by address.
+std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view);
+
+template <class Interface, class Native>
+class ViewOf : public Interface, public NativeView {
+ public:
+  explicit ViewOf(Native* view) : view_(view) {}
+
+  NSView* native() const override { return view_; }
+  Native* object() const { return view_; }
+  bool acceptsFirstResponder() const override { return view_.acceptsFirstResponder; }
+  std::vector<std::shared_ptr<platform::View>> subviews() const override {
+    return subviewsOf(view_);
+  }
+
+ private:
+  Native* view_;
+};
+
+class Window;
+
+class MachineView final : public ViewOf<platform::MachineView, VZVirtualMachineView> {
+ public:
+  using ViewOf::ViewOf;
+
+  platform::Window* window() const override;
+  /// Called by a window when it takes the view or, with null, gives it up.
+  void moveTo(Window* window) { window_ = window; }
+
+ private:
+  Window* window_ = nullptr;
+};
+
+/// Main thread, as all of AppKit.
 class Window final : public platform::Window {
  public:
-  /// `labels` are the texts of the bars that the window may be given.
+  /// `labels` are the texts of any bar that the window is given.
   Window(const platform::WindowOptions& options, const BarLabels& labels);
   ~Window() override;
   Window(const Window&) = delete;
@@ -47,9 +89,9 @@ class Window final : public platform::Window {
  private:
   NSWindow* window_;
   BarLabels labels_;
-  ParlenWindowDelegate* delegate_;  // the window's reference to it is weak
+  ParlenWindowDelegate* delegate_;  // NSWindow's own reference to it is weak
   std::shared_ptr<MachineView> content_;
-  std::vector<BarTargets> targets_;  // and so are those of the buttons to these
+  std::vector<BarTargets> targets_;  // one for each bar
 };
 
 }  // namespace parlen::macos
