@@ -3,7 +3,6 @@
 #include <memory>
 #include <utility>
 
-#import "platform/macos/application.h"
 #import "platform/macos/bridge.h"
 #import "platform/macos/handles.h"
 #import "platform/macos/machine.h"

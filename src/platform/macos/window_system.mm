@@ -5,14 +5,77 @@
 #import "platform/macos/bar.h"
 #import "platform/macos/bridge.h"
 #import "platform/macos/machine.h"
-#import "platform/macos/objc_key_event.h"
-#import "platform/macos/objc_menu.h"
 #import "platform/macos/window.h"
 
 namespace parlen::macos {
 namespace {
 
 NSApplication* application() { return NSApplication.sharedApplication; }
+
+NSApplicationActivationPolicy toPolicy(platform::ActivationPolicy policy) {
+  switch (policy) {
+    case platform::ActivationPolicy::regular:
+      return NSApplicationActivationPolicyRegular;
+    case platform::ActivationPolicy::prohibited:
+      return NSApplicationActivationPolicyProhibited;
+  }
+}
+
+NSMenu* toSubmenu(const std::vector<platform::MenuEntry>& entries) {
+  NSMenu* submenu = [[NSMenu alloc] init];
+  for (const platform::MenuEntry& entry : entries) {
+    // Without a target an action goes up the responder chain, which ends with the application.
+    [submenu addItemWithTitle:toText(entry.title)
+                       action:NSSelectorFromString(toText(entry.action))
+                keyEquivalent:toText(entry.keyEquivalent)];
+  }
+  return submenu;
+}
+
+NSMenu* toMenu(const platform::MenuBar& bar) {
+  NSMenu* menu = [[NSMenu alloc] init];
+  for (const auto& entries : bar) {
+    NSMenuItem* item = [[NSMenuItem alloc] init];
+    item.submenu = toSubmenu(entries);
+    [menu addItem:item];
+  }
+  return menu;
+}
+
+class KeyEvent final : public platform::KeyEvent {
+ public:
+  explicit KeyEvent(NSEvent* event) : event_(event) {}
+  NSEvent* object() const { return event_; }
+
+ private:
+  NSEvent* event_;
+};
+
+// Apple's NSEvent page: keyEventWithType:... raises for any other type.
+NSEventType toType(platform::KeyEventType type) {
+  switch (type) {
+    case platform::KeyEventType::keyDown:
+      return NSEventTypeKeyDown;
+    case platform::KeyEventType::keyUp:
+      return NSEventTypeKeyUp;
+    case platform::KeyEventType::flagsChanged:
+      return NSEventTypeFlagsChanged;
+  }
+}
+
+/// Nil if AppKit does not make the event.
+NSEvent* toEvent(const platform::KeyEventDetails& details) {
+  return [NSEvent keyEventWithType:toType(details.type)
+                          location:NSMakePoint(details.location.x, details.location.y)
+                     modifierFlags:details.modifierFlags
+                         timestamp:details.timestamp
+                      windowNumber:details.windowNumber
+                           context:nil
+                        characters:toText(details.characters)
+       charactersIgnoringModifiers:toText(details.charactersIgnoringModifiers)
+                         isARepeat:details.isARepeat
+                           keyCode:details.keyCode];
+}
 
 class WindowSystem final : public platform::WindowSystem {
  public:
@@ -42,19 +105,21 @@ class WindowSystem final : public platform::WindowSystem {
   }
 
   std::unique_ptr<platform::KeyEvent> keyEvent(const platform::KeyEventDetails& details) override {
-    return makeKeyEvent(details);
+    NSEvent* event = toEvent(details);
+    if (event == nil) return nullptr;
+    return std::make_unique<KeyEvent>(event);
   }
 
   void sendEvent(const platform::KeyEvent& event) override {
-    [application() sendEvent:opened(event)];
+    [application() sendEvent:static_cast<const KeyEvent&>(event).object()];
   }
 
  private:
   BarLabels labels_ = makeBarLabels();
 };
 
-// The name is deprecated since macOS 14 in favour of -activate, which only asks and which an
-// application in front may refuse. The guest has to come up above whatever the user does.
+// activateIgnoringOtherApps: is deprecated since macOS 14 in favor of activate, which only asks:
+// the active application may decline. The guest's window must come to the front in any case.
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wdeprecated-declarations"
 void WindowSystem::activate(platform::OtherApps otherApps) {
@@ -68,7 +133,7 @@ std::shared_ptr<platform::MachineView> WindowSystem::makeMachineView(
   VZVirtualMachineView* view = [[VZVirtualMachineView alloc] initWithFrame:toNsRect(frame)];
   view.virtualMachine = static_cast<Machine&>(machine).object();
   view.capturesSystemKeys = options.capturesSystemKeys;
-  // Before macOS 14 no view does it.
+  // Before macOS 14 a view never changes the guest's display.
   if (@available(macOS 14.0, *)) {
     view.automaticallyReconfiguresDisplay = options.automaticallyReconfiguresDisplay;
   }
@@ -76,6 +141,19 @@ std::shared_ptr<platform::MachineView> WindowSystem::makeMachineView(
 }
 
 }  // namespace
+
+// Apple's NSApplicationActivationPolicy page: a program outside an application bundle starts as
+// prohibited, and may not create windows before it is regular.
+void Application::setActivationPolicy(platform::ActivationPolicy policy) {
+  [application() setActivationPolicy:toPolicy(policy)];
+}
+
+void Application::disableAutomaticTermination(std::string_view reason) {
+  [NSProcessInfo.processInfo disableAutomaticTermination:toText(reason)];
+}
+
+// Serves the main queue too.
+void Application::run() { [application() run]; }
 
 std::unique_ptr<platform::WindowSystem> makeWindowSystem() {
   return std::make_unique<WindowSystem>();
