@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "platform/gtk/picture.h"
-#include "platform/gtk/references.h"
+#include "platform/gtk/reference.h"
 
 namespace parlen::gtk {
 namespace {

@@ -4,9 +4,9 @@
 #include <gdk/gdkx.h>
 
 #include "platform/gtk/key_event.h"
-#include "platform/gtk/machine_view.h"
 #include "platform/gtk/picture.h"
 #include "platform/gtk/screens.h"
+#include "platform/gtk/view.h"
 
 namespace parlen::gtk {
 namespace {
@@ -77,7 +77,7 @@ std::unique_ptr<platform::KeyEvent> GtkDesktop::keyEvent(const platform::KeyEven
 /// and might find a button.
 void GtkDesktop::sendEvent(const platform::KeyEvent& event) {
   if (state_->lost || state_->keyWindow == nullptr) return;
-  GtkMachineView* view = state_->keyWindow->responder();
+  MachineView* view = state_->keyWindow->responder();
   if (view != nullptr) static_cast<const GtkKeyEvent&>(event).deliverTo(view->widget());
 }
 

@@ -69,7 +69,7 @@ void GuestWindow::setContentView(const std::shared_ptr<platform::MachineView>& v
     gtk_container_remove(GTK_CONTAINER(column_), view_->widget());
     view_->setWindow(nullptr);
   }
-  view_ = std::static_pointer_cast<GtkMachineView>(view);  // there are no others
+  view_ = std::static_pointer_cast<MachineView>(view);  // there are no others
   if (!view_) return;
   view_->setWindow(this);
   gtk_box_pack_end(GTK_BOX(column_), view_->widget(), TRUE, TRUE, 0);
@@ -169,7 +169,7 @@ void GuestWindow::orderOut() {
   gtk_widget_hide(window_.get());
 }
 
-GtkMachineView* GuestWindow::responder() const {
+MachineView* GuestWindow::responder() const {
   const bool isView = view_ && gtk_window_get_focus(window()) == view_->widget();
   return isView ? view_.get() : nullptr;
 }
@@ -182,7 +182,7 @@ bool GuestWindow::isFirstResponder(const platform::View& view) const {
 
 void GuestWindow::makeFirstResponder(const std::shared_ptr<platform::View>& view) {
   // There are no views but machine views.
-  gtk_window_set_focus(window(), view ? static_cast<GtkMachineView&>(*view).widget() : nullptr);
+  gtk_window_set_focus(window(), view ? static_cast<MachineView&>(*view).widget() : nullptr);
 }
 
 std::string GuestWindow::firstResponderDescription() const {

@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "platform/gtk/labels.h"
-#include "platform/gtk/machine_view.h"
-#include "platform/gtk/references.h"
+#include "platform/gtk/reference.h"
+#include "platform/gtk/view.h"
 #include "platform/window_system.h"
 
 namespace parlen::gtk {
@@ -56,7 +56,7 @@ class GuestWindow final : public platform::Window {
   std::string firstResponderDescription() const override;
 
   /// The machine view that keys go to, or null.
-  GtkMachineView* responder() const;
+  MachineView* responder() const;
 
  private:
   static gboolean closed(GtkWidget* widget, GdkEvent* event, gpointer self);
@@ -79,7 +79,7 @@ class GuestWindow final : public platform::Window {
   GtkWidget* header_;  // in the window, as the others
   GtkWidget* column_;  // the bar, if there is one, above the view
   GtkWidget* bar_ = nullptr;
-  std::shared_ptr<GtkMachineView> view_;
+  std::shared_ptr<MachineView> view_;
   platform::Rect frame_;  // as it was asked for last
   platform::Size ratio_;  // of the content; empty: any
   bool iconified_ = false;

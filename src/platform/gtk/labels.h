@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/bar.h"
-#include "platform/gtk/references.h"
+#include "platform/gtk/reference.h"
 
 namespace parlen::gtk {
 

@@ -6,12 +6,12 @@
 
 namespace parlen::gtk {
 
-/// Holds a reference to an object of the toolkit's.
+/// Holds one reference to a GObject, and drops it at the end.
 template <class Object>
 class Reference {
  public:
   Reference() = default;
-  /// Takes over a new object: its floating reference, if it has one, or the one that it came with.
+  /// Takes over a new object: its floating reference if it has one, else the one it was made with.
   explicit Reference(Object* object) : object_(object) {
     if (object_ != nullptr && g_object_is_floating(object_)) g_object_ref_sink(object_);
   }
