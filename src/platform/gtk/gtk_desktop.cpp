@@ -5,7 +5,7 @@
 
 #include "platform/gtk/key_event.h"
 #include "platform/gtk/picture.h"
-#include "platform/gtk/screens.h"
+#include "platform/gtk/screen.h"
 #include "platform/gtk/view.h"
 
 namespace parlen::gtk {
@@ -62,7 +62,7 @@ std::shared_ptr<platform::MachineView> GtkDesktop::makeMachineView(
 }
 
 std::unique_ptr<platform::Window> GtkDesktop::makeWindow(const platform::WindowOptions& options) {
-  return std::make_unique<GuestWindow>(++lastWindowNumber_, options, labels_, state_);
+  return std::make_unique<Window>(++lastWindowNumber_, options, labels_, state_);
 }
 
 void GtkDesktop::setLabelText(platform::BarLabel label, const std::string& text) {

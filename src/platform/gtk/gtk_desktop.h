@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "platform/gtk/glib_loop.h"
-#include "platform/gtk/guest_window.h"
 #include "platform/gtk/labels.h"
 #include "platform/gtk/module.h"
+#include "platform/gtk/window.h"
 
 namespace parlen::gtk {
 

@@ -2,12 +2,12 @@
 
 #include "platform/geometry.h"
 
-/// The two spaces that a screen's places are named in: the promise's, with the origin at the main
-/// screen's bottom-left corner and y growing upward, and the display server's, with the origin at
-/// the top-left corner of all screens and y growing downward.
+/// Conversion between the two coordinate systems of a screen: the platform's, with the origin at
+/// the main screen's bottom-left corner and y growing upward, and the display server's, with the
+/// origin at the top-left corner of all screens together and y growing downward.
 namespace parlen::gtk {
 
-/// A rectangle of the display server's; x and y are the top-left corner.
+/// A rectangle in the display server's coordinates; x and y are the top-left corner.
 struct ScreenRect {
   int x = 0;
   int y = 0;
@@ -23,15 +23,16 @@ constexpr platform::Rect fromScreen(const ScreenRect& rect, const ScreenRect& ma
           .height = static_cast<double>(rect.height)};
 }
 
-/// Fractions of a point are cut off towards the promise's origin: no side grows. Far beyond any
-/// screen, numbers are those of the farthest place that a display server can name.
+/// Each number is rounded down, so that no side grows, and clamped to what X can name, +-32767;
+/// NaN becomes the lower end, and a negative width or height 0.
 ScreenRect toScreen(const platform::Rect& rect, const ScreenRect& mainScreen);
 
-/// What is `chrome` lower than `frame` and has its bottom-left corner.
+/// `frame` without the topmost `chrome` points.
 constexpr platform::Rect withoutTop(const platform::Rect& frame, double chrome) {
   return {frame.x, frame.y, frame.width, frame.height - chrome};
 }
 
+/// `content` with `chrome` points more at its top.
 constexpr platform::Rect withTop(const platform::Rect& content, double chrome) {
   return {content.x, content.y, content.width, content.height + chrome};
 }

@@ -8,14 +8,14 @@
 
 namespace parlen::gtk {
 
-/// The screen that the promise's space is measured from. Without a primary one it is the first, and
-/// without any an empty one.
+/// The screen whose bottom-left corner is the origin of the platform's screen space: the primary
+/// one, else the first; an empty rectangle if there is none.
 ScreenRect mainScreen();
 
 /// The part of the main screen that windows may use; nothing if there is no screen.
 std::optional<platform::Rect> mainVisibleFrame();
 
-/// The same of the screen that shows most of `window`.
+/// The same for the screen that shows most of `window`.
 std::optional<platform::Rect> visibleFrameAt(GdkWindow* window);
 
 }  // namespace parlen::gtk

@@ -2,7 +2,10 @@
 
 #include <gtk/gtk.h>
 
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "platform/gtk/labels.h"
 #include "platform/gtk/reference.h"
@@ -11,32 +14,34 @@
 
 namespace parlen::gtk {
 
-class GuestWindow;
+class Window;
 
 /// What all windows of a desktop share.
 struct DesktopState {
-  GuestWindow* keyWindow = nullptr;  // the one that the user or the program brought to the front
-  bool lost = false;                 // the display server has gone: it must not be asked any more
+  Window* keyWindow = nullptr;  // the one that the user or the program brought to the front
+  bool lost = false;            // the display server has gone: do not call it any more
 };
 
 /// A window with a title bar that it draws itself, so that its chrome is known before it is on
 /// screen and is the same under every window manager, or under none. Its frame reaches from the
-/// content's bottom-left corner to the title bar's top-right one; shadows and borders for resizing
-/// lie outside of it.
-class GuestWindow final : public platform::Window {
+/// content's bottom-left corner to the title bar's top-right one; shadows and resize borders lie
+/// outside of it.
+class Window final : public platform::Window {
  public:
-  GuestWindow(std::int64_t number, const platform::WindowOptions& options, const Labels& labels,
-              std::shared_ptr<DesktopState> desktop);
-  ~GuestWindow() override;
-  GuestWindow(const GuestWindow&) = delete;
-  GuestWindow& operator=(const GuestWindow&) = delete;
+  Window(std::int64_t number, const platform::WindowOptions& options, const Labels& labels,
+         std::shared_ptr<DesktopState> desktop);
+  ~Window() override;
+  Window(const Window&) = delete;
+  Window& operator=(const Window&) = delete;
 
   std::int64_t windowNumber() const override { return number_; }
   void setTitle(const std::string& title) override;
-  void setReleasedWhenClosed(platform::ReleasedWhenClosed) override {}  // its owner decides
+  /// Without effect: the window lives until its owner destroys it.
+  void setReleasedWhenClosed(platform::ReleasedWhenClosed) override {}
   void setDelegate(platform::WindowDelegate* delegate) override { delegate_ = delegate; }
   void setContentView(const std::shared_ptr<platform::MachineView>& view) override;
   void setInitialFirstResponder(const std::shared_ptr<platform::MachineView>& view) override;
+  /// The window grows upward by the bar's height; its content stays where it is.
   void addTitlebarAccessory(const platform::TitlebarAccessory& accessory) override;
 
   bool isVisible() const override;
@@ -59,15 +64,14 @@ class GuestWindow final : public platform::Window {
   MachineView* responder() const;
 
  private:
-  static gboolean closed(GtkWidget* widget, GdkEvent* event, gpointer self);
-  static gboolean stateChanged(GtkWidget* widget, GdkEventWindowState* event, gpointer self);
-  static gboolean mapped(GtkWidget* widget, GdkEvent* event, gpointer self);
-  static void allocated(GtkWidget* widget, GdkRectangle* area, gpointer self);
-  static gboolean focused(GtkWidget* widget, GdkEvent* event, gpointer self);
+  static gboolean onDelete(GtkWidget* widget, GdkEvent* event, gpointer self);
+  static gboolean onWindowState(GtkWidget* widget, GdkEventWindowState* event, gpointer self);
+  static gboolean onMap(GtkWidget* widget, GdkEvent* event, gpointer self);
+  static void onSizeAllocate(GtkWidget* widget, GdkRectangle* area, gpointer self);
+  static gboolean onFocusIn(GtkWidget* widget, GdkEvent* event, gpointer self);
 
   GtkWindow* window() const { return GTK_WINDOW(window_.get()); }
   double chrome() const;
-  int barHeight() const;
   std::optional<platform::Rect> contentOnScreen() const;
   void applyFrame();
 
@@ -76,11 +80,11 @@ class GuestWindow final : public platform::Window {
   const std::shared_ptr<DesktopState> desktop_;
   platform::WindowDelegate* delegate_ = nullptr;
   Reference<GtkWidget> window_;
-  GtkWidget* header_;  // in the window, as the others
-  GtkWidget* column_;  // the bar, if there is one, above the view
-  GtkWidget* bar_ = nullptr;
+  GtkWidget* header_;         // owned by window_, as are the next two
+  GtkWidget* column_;         // the bar, if there is one, above the view
+  GtkWidget* bar_ = nullptr;  // null: none
   std::shared_ptr<MachineView> view_;
-  platform::Rect frame_;  // as it was asked for last
+  platform::Rect frame_;  // as last requested
   platform::Size ratio_;  // of the content; empty: any
   bool iconified_ = false;
 };

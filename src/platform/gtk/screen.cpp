@@ -1,4 +1,4 @@
-#include "platform/gtk/screens.h"
+#include "platform/gtk/screen.h"
 
 namespace parlen::gtk {
 namespace {
