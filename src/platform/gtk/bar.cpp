@@ -1,7 +1,10 @@
 #include "platform/gtk/bar.h"
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
+#include <memory>
+#include <variant>
 
 #include "platform/gtk/picture.h"
 #include "platform/gtk/reference.h"
@@ -21,17 +24,16 @@ void addClass(GtkWidget* widget, const char* name) {
   gtk_style_context_add_class(gtk_widget_get_style_context(widget), name);
 }
 
-/// One widget for each kind of view.
+/// Makes the widget of each kind of bar view.
 class WidgetMaker {
  public:
   explicit WidgetMaker(const Labels& labels) : labels_(labels) {}
 
   GtkWidget* operator()(const BarImage& image) const {
     const int side = points(std::min(image.width, image.height));
-    // Drawn for the sharpest of screens, and shown at the size that was asked for.
-    constexpr int sharpest = 2;
-    const Reference<GdkPixbuf> icon(makeIcon(side * sharpest));
-    cairo_surface_t* surface = gdk_cairo_surface_create_from_pixbuf(icon.get(), sharpest, nullptr);
+    constexpr int scale = 2;  // sharp on screens with two pixels per point, too
+    const Reference<GdkPixbuf> icon(makeIcon(side * scale));
+    cairo_surface_t* surface = gdk_cairo_surface_create_from_pixbuf(icon.get(), scale, nullptr);
     GtkWidget* widget = gtk_image_new_from_surface(surface);
     cairo_surface_destroy(surface);
     gtk_widget_set_size_request(widget, points(image.width), points(image.height));
@@ -66,8 +68,8 @@ class WidgetMaker {
     return widget;
   }
 
-  /// No key presses it: it never has the keyboard's focus, has no mnemonic and is no default. The
-  /// program asks for no key equivalent, and none is given.
+  /// No key presses it: it cannot have the keyboard focus, has no mnemonic and is not the default
+  /// button. `keyEquivalent` is always empty and is ignored.
   GtkWidget* operator()(const BarButton& button) const {
     GtkWidget* widget = gtk_button_new_with_label(button.title.c_str());
     gtk_widget_set_can_focus(widget, FALSE);
@@ -76,8 +78,8 @@ class WidgetMaker {
     if (button.bezelColor == platform::NamedColor::controlAccent) {
       addClass(widget, "suggested-action");
     }
-    auto* pressed = new std::function<void()>(button.pressed);
-    g_signal_connect_data(widget, "clicked", G_CALLBACK(clicked), pressed, forget,
+    auto* pressed = new std::function<void()>(button.pressed);  // owned by the connection
+    g_signal_connect_data(widget, "clicked", G_CALLBACK(onClicked), pressed, deletePressed,
                           static_cast<GConnectFlags>(0));
     return widget;
   }
@@ -100,14 +102,14 @@ class WidgetMaker {
   }
 
  private:
-  static void clicked(GtkButton*, gpointer pressed) {
+  static void onClicked(GtkButton*, gpointer pressed) {
     (*static_cast<std::function<void()>*>(pressed))();
   }
-  static void forget(gpointer pressed, GClosure*) {
+  static void deletePressed(gpointer pressed, GClosure*) {
     delete static_cast<std::function<void()>*>(pressed);
   }
 
-  /// The width of the frame is the window's matter, its height the least that the bar takes.
+  /// Of the frame only the height counts, as the bar's minimum; the window gives the width.
   static void setOuter(GtkWidget* box, const platform::OuterStack& outer) {
     gtk_widget_set_margin_top(box, points(outer.edgeInsets.top));
     gtk_widget_set_margin_start(box, points(outer.edgeInsets.left));
@@ -121,6 +123,26 @@ class WidgetMaker {
 };
 
 }  // namespace
+
+std::string shownText(const std::string& text) {
+  constexpr std::size_t max = 4000;  // bytes; laying out a megabyte would take seconds
+  std::size_t end = std::min(text.size(), max);
+  // Back over UTF-8 continuation bytes (RFC 3629: 10xxxxxx) to the start of a character.
+  while (end < text.size() && end > 0 && (text[end] & 0xc0) == 0x80) --end;
+  std::string shown = text.substr(0, end);
+  std::ranges::replace(shown, '\0', ' ');
+  return shown;
+}
+
+Labels::Labels() : title_(gtk_label_new(nullptr)), detail_(gtk_label_new(nullptr)) {}
+
+GtkWidget* Labels::operator[](platform::BarLabel label) const {
+  return (label == platform::BarLabel::title ? title_ : detail_).get();
+}
+
+void Labels::setText(platform::BarLabel label, const std::string& text) {
+  gtk_label_set_text(GTK_LABEL((*this)[label]), shownText(text).c_str());
+}
 
 GtkWidget* makeBar(const BarStack& bar, const Labels& labels) {
   GtkWidget* widget = WidgetMaker(labels).make(bar);

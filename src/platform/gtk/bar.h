@@ -2,12 +2,30 @@
 
 #include <gtk/gtk.h>
 
+#include <string>
+
 #include "platform/bar.h"
-#include "platform/gtk/labels.h"
+#include "platform/gtk/reference.h"
 
 namespace parlen::gtk {
 
-/// The widgets of a bar, with a floating reference. The labels are taken out of any other bar.
+/// What a title or a label shows of `text`: its first 4000 bytes, cut at a character of UTF-8, with
+/// a space for each NUL, at which GTK would end the text.
+std::string shownText(const std::string& text);
+
+/// The two labels of the bar. They exist, empty, before any bar does.
+class Labels {
+ public:
+  Labels();
+  GtkWidget* operator[](platform::BarLabel label) const;
+  void setText(platform::BarLabel label, const std::string& text);
+
+ private:
+  Reference<GtkWidget> title_;
+  Reference<GtkWidget> detail_;
+};
+
+/// The widgets of a bar, with a floating reference. The labels are removed from any other bar.
 GtkWidget* makeBar(const platform::BarStack& bar, const Labels& labels);
 
 }  // namespace parlen::gtk

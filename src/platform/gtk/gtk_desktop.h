@@ -2,8 +2,8 @@
 
 #include <memory>
 
+#include "platform/gtk/bar.h"
 #include "platform/gtk/glib_loop.h"
-#include "platform/gtk/labels.h"
 #include "platform/gtk/module.h"
 #include "platform/gtk/window.h"
 

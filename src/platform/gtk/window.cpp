@@ -7,7 +7,6 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/gtk/bar.h"
 #include "platform/gtk/screen.h"
 #include "platform/gtk/screen_space.h"
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/gtk/labels.h"
+#include "platform/gtk/bar.h"
 #include "platform/gtk/reference.h"
 #include "platform/gtk/view.h"
 #include "platform/window_system.h"
