@@ -33,17 +33,17 @@ guint toolkitState(std::uint64_t modifierFlags) {
 
 }  // namespace
 
-std::unique_ptr<platform::KeyEvent> GtkKeyEvent::make(const KeyEventDetails& details) {
+std::unique_ptr<platform::KeyEvent> KeyEvent::make(const KeyEventDetails& details) {
   const auto code = evdevCode(details.keyCode);
   const bool isChange = details.type == KeyEventType::flagsChanged;
   if (!code || (isChange && modifierFlag(details.keyCode) == 0)) return nullptr;
   constexpr int firstKeycode = 8;  // display servers count from here
   return std::unique_ptr<platform::KeyEvent>(
-      new GtkKeyEvent(isPress(details), static_cast<guint16>(*code + firstKeycode),
-                      toolkitState(details.modifierFlags)));
+      new KeyEvent(isPress(details), static_cast<guint16>(*code + firstKeycode),
+                   toolkitState(details.modifierFlags)));
 }
 
-void GtkKeyEvent::deliverTo(GtkWidget* widget) const {
+void KeyEvent::deliverTo(GtkWidget* widget) const {
   GdkWindow* window = gtk_widget_get_window(widget);
   if (window == nullptr || !gtk_widget_get_mapped(widget)) return;
   GdkDisplay* display = gtk_widget_get_display(widget);

@@ -9,7 +9,7 @@
 namespace parlen::gtk {
 
 /// A press or a release of one key of the keyboard.
-class GtkKeyEvent final : public platform::KeyEvent {
+class KeyEvent final : public platform::KeyEvent {
  public:
   /// Null if the keyboard has no such key, or if a change of modifiers names a key that is none.
   static std::unique_ptr<platform::KeyEvent> make(const platform::KeyEventDetails& details);
@@ -18,7 +18,7 @@ class GtkKeyEvent final : public platform::KeyEvent {
   void deliverTo(GtkWidget* widget) const;
 
  private:
-  GtkKeyEvent(bool pressed, guint16 keycode, guint state)
+  KeyEvent(bool pressed, guint16 keycode, guint state)
       : pressed_(pressed), keycode_(keycode), state_(state) {}
 
   bool pressed_;

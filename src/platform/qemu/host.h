@@ -81,7 +81,7 @@ class Host : public platform::Host {
   HeadlessApplication application_;
   std::optional<MachineFactory> machines_;
   std::optional<Restoration> restoration_;
-  std::unique_ptr<gtk::Desktop> desktop_;
+  std::unique_ptr<gtk::WindowSystem> desktop_;
 };
 
 }  // namespace parlen::qemu

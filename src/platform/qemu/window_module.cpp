@@ -73,15 +73,15 @@ Result<gtk::OpenDesktop*> loadWindowModule(const std::vector<std::string>& paths
   return open;
 }
 
-Result<std::unique_ptr<gtk::Desktop>> openDesktop(const DisplayNames& displays,
-                                                  const gtk::Surroundings& surroundings) {
+Result<std::unique_ptr<gtk::WindowSystem>> openDesktop(const DisplayNames& displays,
+                                                       const gtk::ModuleContext& context) {
   if (displays.x11.empty() && displays.wayland.empty()) {
     return windowFailure("there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set");
   }
   const auto open = loadWindowModule(windowModulePaths(executablePath()));
   if (!open) return std::unexpected(open.error());
-  Result<std::unique_ptr<gtk::Desktop>> desktop;
-  (*open)(surroundings, desktop);
+  Result<std::unique_ptr<gtk::WindowSystem>> desktop;
+  (*open)(context, desktop);
   return desktop;
 }
 

@@ -18,8 +18,8 @@ struct DisplayNames {
 
 /// Loads the window module and has it open the desktop. The error says what is missing: a display,
 /// the module, or a library that the module needs.
-platform::Result<std::unique_ptr<gtk::Desktop>> openDesktop(const DisplayNames& displays,
-                                                            const gtk::Surroundings& surroundings);
+platform::Result<std::unique_ptr<gtk::WindowSystem>> openDesktop(const DisplayNames& displays,
+                                                                 const gtk::ModuleContext& context);
 
 /// Of this process's environment; an unset name is empty.
 DisplayNames readDisplayNames();

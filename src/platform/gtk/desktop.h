@@ -1,28 +1,32 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "platform/gtk/bar.h"
-#include "platform/gtk/glib_loop.h"
 #include "platform/gtk/module.h"
 #include "platform/gtk/window.h"
+#include "platform/linux/loop.h"
 
 namespace parlen::gtk {
 
-/// The default display. Made once, after the toolkit has been initialized.
-class GtkDesktop final : public Desktop {
+/// The default display. Made once, after GTK has been initialized. Main thread only.
+class Desktop final : public WindowSystem {
  public:
-  explicit GtkDesktop(const Surroundings& surroundings);
+  explicit Desktop(const ModuleContext& context);
 
   bool isLost() const override { return state_->lost; }
 
   bool hasMainMenu() const override { return hasMainMenu_; }
-  /// Applications have no menu bar of their own on this desktop; that it was given is remembered.
+  /// Applications have no menu bar on this desktop: only remembers that there was one.
   void setMainMenu(const platform::MenuBar&) override { hasMainMenu_ = true; }
-  /// Who is active follows from which window is in front.
+  /// Brings the key window to the front, which makes the application active.
   void activate(platform::OtherApps otherApps) override;
   std::optional<platform::Rect> mainScreenVisibleFrame() const override;
 
+  /// The frame is not used: the window gives the view its place.
   std::shared_ptr<platform::MachineView> makeMachineView(
       const platform::Rect& frame, platform::VirtualMachine& machine,
       const platform::MachineViewOptions& options) override;
@@ -32,12 +36,12 @@ class GtkDesktop final : public Desktop {
   std::unique_ptr<platform::KeyEvent> keyEvent(const platform::KeyEventDetails& details) override;
   void sendEvent(const platform::KeyEvent& event) override;
 
-  /// The display server has gone: nothing is served any more.
+  /// The display server has gone: the display is not called or served any more.
   void lose();
 
  private:
-  const Surroundings surroundings_;
-  std::unique_ptr<GlibLoop> loop_;
+  const ModuleContext context_;
+  std::unique_ptr<linux::ForeignLoop> glibLoop_;  // null once the display is lost
   Labels labels_;
   bool hasMainMenu_ = false;
   std::int64_t lastWindowNumber_ = 0;
