@@ -1,9 +1,9 @@
 #include "platform/gtk/key_event.h"
 
-#include <array>
 #include <cstdint>
 
-#include "platform/gtk/key_codes.h"
+#include "platform/gtk/evdev_codes.h"
+#include "platform/key_codes.h"
 
 namespace parlen::gtk {
 namespace {
@@ -11,23 +11,19 @@ namespace {
 using platform::KeyEventDetails;
 using platform::KeyEventType;
 
-/// A change of modifiers is a press if the key's own kind is among the modifiers afterwards.
+/// A flagsChanged event is a press if the flags afterwards have the key's own.
 bool isPress(const KeyEventDetails& details) {
   if (details.type != KeyEventType::flagsChanged) return details.type == KeyEventType::keyDown;
   return (details.modifierFlags & modifierFlag(details.keyCode)) != 0;
 }
 
-guint toolkitState(std::uint64_t modifierFlags) {
-  struct Modifier {
-    std::uint16_t key;
-    GdkModifierType state;
-  };
-  constexpr std::array modifiers = {Modifier{55, GDK_SUPER_MASK}, Modifier{56, GDK_SHIFT_MASK},
-                                    Modifier{58, GDK_MOD1_MASK}, Modifier{59, GDK_CONTROL_MASK}};
+/// GDK's state bits for the held modifiers. On X keyboards Alt is Mod1.
+guint gdkState(modifier::Flags held) {
   guint state = 0;
-  for (const Modifier& modifier : modifiers) {
-    if ((modifierFlags & modifierFlag(modifier.key)) != 0) state |= modifier.state;
-  }
+  if ((held & modifier::command) != 0) state |= GDK_SUPER_MASK;
+  if ((held & modifier::shift) != 0) state |= GDK_SHIFT_MASK;
+  if ((held & modifier::option) != 0) state |= GDK_MOD1_MASK;
+  if ((held & modifier::control) != 0) state |= GDK_CONTROL_MASK;
   return state;
 }
 
@@ -37,10 +33,10 @@ std::unique_ptr<platform::KeyEvent> KeyEvent::make(const KeyEventDetails& detail
   const auto code = evdevCode(details.keyCode);
   const bool isChange = details.type == KeyEventType::flagsChanged;
   if (!code || (isChange && modifierFlag(details.keyCode) == 0)) return nullptr;
-  constexpr int firstKeycode = 8;  // display servers count from here
-  return std::unique_ptr<platform::KeyEvent>(
-      new KeyEvent(isPress(details), static_cast<guint16>(*code + firstKeycode),
-                   toolkitState(details.modifierFlags)));
+  constexpr int evdevOffset = 8;  // of X keycodes; xkeyboard-config, keycodes/evdev
+  return std::unique_ptr<platform::KeyEvent>(new KeyEvent(isPress(details),
+                                                          static_cast<guint16>(*code + evdevOffset),
+                                                          gdkState(details.modifierFlags)));
 }
 
 void KeyEvent::deliverTo(GtkWidget* widget) const {

@@ -11,10 +11,11 @@ namespace parlen::gtk {
 /// A press or a release of one key of the keyboard.
 class KeyEvent final : public platform::KeyEvent {
  public:
-  /// Null if the keyboard has no such key, or if a change of modifiers names a key that is none.
+  /// Null for a key that a US keyboard does not have, and for a flagsChanged event whose key is no
+  /// modifier.
   static std::unique_ptr<platform::KeyEvent> make(const platform::KeyEventDetails& details);
 
-  /// Gives the event to a widget that is on screen, wherever the toolkit's own focus may be.
+  /// Sends the event to `widget` if that is on screen, whichever widget has GTK's focus.
   void deliverTo(GtkWidget* widget) const;
 
  private:

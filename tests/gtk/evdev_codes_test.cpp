@@ -1,4 +1,4 @@
-#include "platform/gtk/key_codes.h"
+#include "platform/gtk/evdev_codes.h"
 
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
@@ -10,13 +10,13 @@
 namespace parlen::gtk {
 namespace {
 
-TEST(KeyCodes, HoldEveryKeyThatHasANameInAChord) {
+TEST(EvdevCodes, HoldEveryKeyThatHasANameInAChord) {
   for (const auto& [name, code] : vmNamedKeys.entries) {
     EXPECT_TRUE(evdevCode(code)) << name << " " << code;
   }
 }
 
-TEST(KeyCodes, HoldEveryKeyThatTypesACharacter) {
+TEST(EvdevCodes, HoldEveryKeyThatTypesACharacter) {
   for (char character = CharKeyTable::first; character <= CharKeyTable::last; ++character) {
     const auto key = vmCharKeys.find({&character, 1});
     ASSERT_TRUE(key);
@@ -24,16 +24,16 @@ TEST(KeyCodes, HoldEveryKeyThatTypesACharacter) {
   }
 }
 
-TEST(KeyCodes, NameEachKeyOnce) {
+TEST(EvdevCodes, NameEachKeyOnce) {
   std::set<int> virtualCodes;
   std::set<int> evdevCodes;
-  for (const KeyNumbers& key : keyNumbers) {
+  for (const KeyCodes& key : keyCodes) {
     EXPECT_TRUE(virtualCodes.insert(key.virtualCode).second) << key.virtualCode;
     EXPECT_TRUE(evdevCodes.insert(key.evdevCode).second) << key.evdevCode;
   }
 }
 
-TEST(KeyCodes, TypeTheCharactersOfTheUsLayout) {
+TEST(EvdevCodes, TypeTheCharactersOfTheUsLayout) {
   struct Typed {
     const char* character;
     int key;
@@ -50,7 +50,7 @@ TEST(KeyCodes, TypeTheCharactersOfTheUsLayout) {
   }
 }
 
-TEST(KeyCodes, GiveTheNamedKeysTheirPlaces) {
+TEST(EvdevCodes, GiveTheNamedKeysTheirPlaces) {
   EXPECT_EQ(evdevCode(vmNamedKeys["return"]), KEY_ENTER);
   EXPECT_EQ(evdevCode(vmNamedKeys["tab"]), KEY_TAB);
   EXPECT_EQ(evdevCode(vmNamedKeys["delete"]), KEY_BACKSPACE);
@@ -70,12 +70,12 @@ TEST(KeyCodes, GiveTheNamedKeysTheirPlaces) {
   EXPECT_EQ(evdevCode(vmNamedKeys["ctrl"]), KEY_LEFTCTRL);
 }
 
-TEST(KeyCodes, KnowNoKeyThatTheKeyboardDoesNotHave) {
+TEST(EvdevCodes, KnowNoKeyThatTheKeyboardDoesNotHave) {
   EXPECT_FALSE(evdevCode(10));
   EXPECT_FALSE(evdevCode(0xffff));
 }
 
-TEST(KeyCodes, TellTheModifiersByTheirKind) {
+TEST(EvdevCodes, TellTheModifiersByTheirKind) {
   for (const auto& [name, flags] : vmModifierFlags.entries) {
     const std::uint64_t flag = modifierFlag(*vmNamedKeys.find(name));
     EXPECT_EQ(flags & flag, flag) << name;
