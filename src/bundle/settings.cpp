@@ -10,18 +10,12 @@ namespace parlen {
 namespace {
 
 std::optional<VMSettings> decode(const text::JsonValue& json) {
-  const text::JsonValue* address = json.find("macAddress");
-  const text::JsonValue* cpus = json.find("cpuCount");
-  const text::JsonValue* memory = json.find("memoryBytes");
-  const text::JsonValue* disk = json.find("diskGb");
-  if (!address || !cpus || !memory || !disk) return std::nullopt;
-
-  const std::string* macAddress = address->asString();
-  const auto cpuCount = cpus->asInt64();
-  const auto memoryBytes = memory->asUInt64();
-  const auto diskGb = disk->asInt64();
+  const auto macAddress = json.text("macAddress");
+  const auto cpuCount = json.integer("cpuCount");
+  const auto memoryBytes = json.unsignedInteger("memoryBytes");
+  const auto diskGb = json.integer("diskGb");
   if (!macAddress || !cpuCount || !memoryBytes || !diskGb) return std::nullopt;
-  return VMSettings{*macAddress, *cpuCount, *memoryBytes, *diskGb};
+  return VMSettings{std::string(*macAddress), *cpuCount, *memoryBytes, *diskGb};
 }
 
 }  // namespace

@@ -36,11 +36,33 @@ std::optional<double> JsonValue::asDouble() const {
   return std::nullopt;
 }
 
-const JsonValue* JsonValue::find(std::string_view key) const {
+const JsonValue* JsonValue::find(std::string_view name) const {
   const JsonObject* object = asObject();
   if (object == nullptr) return nullptr;
-  const auto member = object->find(key);
+  const auto member = object->find(name);
   return member == object->end() ? nullptr : &member->second;
+}
+
+std::optional<std::string_view> JsonValue::text(std::string_view name) const {
+  const JsonValue* member = find(name);
+  const std::string* text = member != nullptr ? member->asString() : nullptr;
+  if (text == nullptr) return std::nullopt;
+  return *text;
+}
+
+std::optional<std::int64_t> JsonValue::integer(std::string_view name) const {
+  const JsonValue* member = find(name);
+  return member != nullptr ? member->asInt64() : std::nullopt;
+}
+
+std::optional<std::uint64_t> JsonValue::unsignedInteger(std::string_view name) const {
+  const JsonValue* member = find(name);
+  return member != nullptr ? member->asUInt64() : std::nullopt;
+}
+
+std::optional<bool> JsonValue::boolean(std::string_view name) const {
+  const JsonValue* member = find(name);
+  return member != nullptr ? member->asBoolean() : std::nullopt;
 }
 
 }  // namespace parlen::text

@@ -22,7 +22,7 @@ class JsonValue {
  public:
   JsonValue() = default;  // null
 
-  // Only a bool itself: a pointer must not turn into a truth value.
+  // Only a bool itself: a pointer must not turn into a boolean.
   JsonValue(std::same_as<bool> auto value) : content_(value) {}
   JsonValue(std::signed_integral auto value) : content_(static_cast<std::int64_t>(value)) {}
   JsonValue(std::unsigned_integral auto value)
@@ -47,8 +47,15 @@ class JsonValue {
   const JsonArray* asArray() const { return std::get_if<JsonArray>(&content_); }
   const JsonObject* asObject() const { return std::get_if<JsonObject>(&content_); }
 
-  /// The member `key` of an object; null if there is none or the value is no object.
-  const JsonValue* find(std::string_view key) const;
+  /// The member `name` of an object; null if there is none or the value is no object.
+  const JsonValue* find(std::string_view name) const;
+
+  // The member `name` of an object as a value of one kind; nothing if there is none, if it is of
+  // another kind, or if this value is no object. A text is a view of the member.
+  std::optional<std::string_view> text(std::string_view name) const;
+  std::optional<std::int64_t> integer(std::string_view name) const;
+  std::optional<std::uint64_t> unsignedInteger(std::string_view name) const;
+  std::optional<bool> boolean(std::string_view name) const;
 
   friend bool operator==(const JsonValue&, const JsonValue&) = default;
 

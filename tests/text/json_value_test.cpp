@@ -84,5 +84,29 @@ TEST(JsonValue, FindsNothingUnderAnotherKeyOrInAnotherKind) {
   EXPECT_EQ(JsonValue().find("type"), nullptr);
 }
 
+TEST(JsonValue, GivesAMemberOfTheKindThatIsAskedFor) {
+  const JsonValue value =
+      JsonObject{{"text", ""}, {"integer", -3}, {"large", highestUnsigned}, {"boolean", false}};
+
+  EXPECT_EQ(value.text("text"), "");
+  EXPECT_EQ(value.integer("integer"), -3);
+  EXPECT_EQ(value.unsignedInteger("large"), highestUnsigned);
+  EXPECT_EQ(value.boolean("boolean"), false);
+}
+
+TEST(JsonValue, GivesNoMemberThatIsMissingOrOfAnotherKind) {
+  const JsonValue value = JsonObject{{"text", "1"}, {"integer", -3}, {"boolean", true}};
+
+  EXPECT_EQ(value.text("integer"), std::nullopt);
+  EXPECT_EQ(value.integer("boolean"), std::nullopt);
+  EXPECT_EQ(value.unsignedInteger("integer"), std::nullopt);
+  EXPECT_EQ(value.boolean("text"), std::nullopt);
+  EXPECT_EQ(value.text("none"), std::nullopt);
+  EXPECT_EQ(value.integer("none"), std::nullopt);
+  EXPECT_EQ(value.unsignedInteger("none"), std::nullopt);
+  EXPECT_EQ(value.boolean("none"), std::nullopt);
+  EXPECT_EQ(JsonValue("text").text("text"), std::nullopt);
+}
+
 }  // namespace
 }  // namespace parlen::text
