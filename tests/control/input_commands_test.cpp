@@ -1,4 +1,4 @@
-#include "control/input_commands.h"
+#include "control/commands.h"
 
 #include <gtest/gtest.h>
 

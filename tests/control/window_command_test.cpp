@@ -1,4 +1,4 @@
-#include "control/window_command.h"
+#include "control/commands.h"
 
 #include <gtest/gtest.h>
 
