@@ -6,7 +6,7 @@
 #include "app/command_line.h"
 #include "events/event_stream.h"
 #include "input/gui_input_driver.h"
-#include "install/installation.h"
+#include "install/create.h"
 #include "platform/platform.h"
 #include "runner/termination.h"
 #include "window/guest_window_controller.h"

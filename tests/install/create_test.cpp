@@ -2,7 +2,7 @@
 
 #include "bundle/settings.h"
 #include "events/event_stream.h"
-#include "install/installation.h"
+#include "install/create.h"
 #include "support/tool.h"
 
 namespace parlen::test {
