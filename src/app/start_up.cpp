@@ -8,7 +8,7 @@
 #include "input/gui_input_driver.h"
 #include "install/create.h"
 #include "platform/platform.h"
-#include "runner/termination.h"
+#include "runner/run.h"
 #include "window/guest_window_controller.h"
 
 namespace parlen {

@@ -1,5 +1,6 @@
 #include "runner/run.h"
 
+#include <array>
 #include <utility>
 
 #include "bundle/configuration.h"
@@ -7,11 +8,14 @@
 #include "events/error_code.h"
 #include "events/event_stream.h"
 #include "platform/platform.h"
-#include "runner/termination.h"
 #include "window/guest_window_controller.h"
 #include "window/present_window.h"
 
 namespace parlen {
+
+// Filled by a run; see the declaration.
+constinit std::vector<std::unique_ptr<platform::SignalSource>> terminationSources;
+
 namespace {
 
 [[noreturn]] void invalid(const platform::PlatformError& error) {
@@ -35,6 +39,17 @@ platform::WindowSystem& openWindowSystem() {
   emitError(errorCode::bootFailed, windows.error().description);
   emitStopped(/*crashed=*/true, windows.error().description);
   platform::system().process().exit(1);
+}
+
+/// From now on SIGTERM and SIGINT stop the runner's machine hard, whatever it is doing. `runner`
+/// must live as long as the process.
+void installTerminationHandlers(VMRunner& runner) {
+  constexpr std::array signals = {platform::TerminationSignal::terminate,
+                                  platform::TerminationSignal::interrupt};
+  for (const platform::TerminationSignal signal : signals) {
+    terminationSources.push_back(
+        platform::system().process().watchSignal(signal, [&runner] { runner.forceStop(); }));
+  }
 }
 
 /// Nothing on the desktop; the guest runs in the background until it is shown on request.

@@ -4,7 +4,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "platform/process.h"
 #include "runner/vm_runner.h"
 
 namespace parlen {
@@ -16,6 +18,9 @@ struct RunOptions {
   std::optional<std::string> logsShare;
   bool gui = false;
 };
+
+/// The sources of the signals that end a run, kept until the process ends.
+extern std::vector<std::unique_ptr<platform::SignalSource>> terminationSources;
 
 /// Starts the reading of the parent's commands to `runner`. They arrive on the main queue.
 using CommandReader = std::function<void(const std::shared_ptr<VMRunner>& runner)>;

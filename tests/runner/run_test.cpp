@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "events/event_stream.h"
-#include "runner/termination.h"
 #include "support/tool.h"
 
 namespace parlen::test {
