@@ -1,8 +1,9 @@
 #include "app/dispatch.h"
 
 #include <array>
-#include <string>
+#include <memory>
 #include <string_view>
+#include <utility>
 
 #include "app/command_line.h"
 #include "bundle/clone.h"
@@ -10,22 +11,34 @@
 #include "control/command_reader.h"
 #include "events/error_code.h"
 #include "events/event_stream.h"
+#include "input/gui_input_driver.h"
 #include "install/create.h"
 #include "platform/platform.h"
 #include "runner/run.h"
+#include "window/guest_window_controller.h"
 #include "window/window_size_check.h"
 
 namespace parlen {
+
+void startUp(std::vector<std::string> words) {
+  outputQueue = platform::system().makeSerialQueue("com.parlen.vm.stdout");
+  inputDriver.reset();
+  guestWindow = std::make_unique<GuestWindowController>();
+  terminationSources.clear();
+  installProgress.reset();
+  arguments = std::move(words);
+}
+
 namespace {
 
 // Each takes its options in the order in which a missing one is named.
 
 void create() {
-  constexpr std::int64_t usualDiskGb = 80;
+  constexpr std::int64_t defaultDiskGb = 80;
   const std::string ipsw = required("ipsw");
   const std::string bundle = required("bundle");
   const auto diskGb = flag("disk-gb").and_then(parseInteger);
-  createVM(ipsw, bundle, diskGb.value_or(usualDiskGb));
+  createVM(ipsw, bundle, diskGb.value_or(defaultDiskGb));
 }
 
 void run() {

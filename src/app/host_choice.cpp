@@ -3,13 +3,33 @@
 #include <cstdlib>
 #include <utility>
 
-#include "app/native_windows.h"
 #include "events/error_code.h"
 #include "events/event_stream.h"
 #include "platform/simulated/host.h"
 
 namespace parlen {
 namespace {
+
+/// The machines of one host in the windows of another: a window can be worked on without a guest.
+class HostWithOtherWindows final : public platform::Host {
+ public:
+  HostWithOtherWindows(std::unique_ptr<platform::Host> machines,
+                       std::unique_ptr<platform::Host> windows)
+      : machines_(std::move(machines)), windows_(std::move(windows)) {}
+
+  platform::HostCapabilities& capabilities() override { return machines_->capabilities(); }
+  platform::GuestIdentities& identities() override { return machines_->identities(); }
+  platform::MachineFactory& machines() override { return machines_->machines(); }
+  platform::Restoration& restoration() override { return machines_->restoration(); }
+  platform::Application& application() override { return windows_->application(); }
+  platform::Result<platform::WindowSystem*> windowSystem() override {
+    return windows_->windowSystem();
+  }
+
+ private:
+  std::unique_ptr<platform::Host> machines_;
+  std::unique_ptr<platform::Host> windows_;
+};
 
 std::optional<std::string> variable(const char* name) {
   const char* value = std::getenv(name);
@@ -25,7 +45,7 @@ std::unique_ptr<platform::Host> makeSimulatedHost(const HostChoice& choice,
   const std::string windows = choice.windows.value_or("");
   if (windows.empty()) return *std::move(host);
   if (windows == "native" && native.showsForeignMachines()) {
-    return withWindowsOf(*std::move(host), native.makeHost(warn));
+    return std::make_unique<HostWithOtherWindows>(*std::move(host), native.makeHost(warn));
   }
   die(errorCode::badUsage, "unknown PARLEN_WINDOWS '" + windows + "'");
 }

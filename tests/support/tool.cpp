@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "app/dispatch.h"
-#include "app/start_up.h"
 #include "platform/simulated/host.h"
 
 namespace parlen::test {
