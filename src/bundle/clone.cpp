@@ -19,11 +19,6 @@ void orDie(Result<> result) {
   if (!result) die(errorCode::cloneFailed, result.error().description);
 }
 
-std::string parentOf(const std::string& absolute) {
-  const std::size_t slash = absolute.rfind('/');
-  return slash == 0 ? "/" : absolute.substr(0, slash);
-}
-
 /// Gives the owner write permission on everything under `path`, as far as possible: what stays
 /// unwritable shows when it is written.
 void makeWritable(const std::string& path) {

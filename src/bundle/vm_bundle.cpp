@@ -25,7 +25,16 @@ std::string absolutePath(std::string_view path) {
   return tidied(platform::system().files().currentDirectory() + "/" + std::string(path));
 }
 
+std::string parentOf(const std::string& absolute) {
+  const std::size_t slash = absolute.rfind('/');
+  return slash == 0 ? "/" : absolute.substr(0, slash);
+}
+
 VMBundle::VMBundle(std::string_view path) : root_(absolutePath(path)) {}
+
+std::string VMBundle::name() const {
+  return root_ == "/" ? root_ : root_.substr(root_.rfind('/') + 1);
+}
 
 bool VMBundle::exists() const { return platform::system().files().isDirectory(root_); }
 

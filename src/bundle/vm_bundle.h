@@ -8,6 +8,9 @@ namespace parlen {
 /// The place that `path`, as typed, means at this moment: absolute, without a trailing slash.
 std::string absolutePath(std::string_view path);
 
+/// The directory that holds `absolute`, which absolutePath gave; "/" holds itself.
+std::string parentOf(const std::string& absolute);
+
 /// A bundle: the directory that holds one guest, and the paths of its members. The one place
 /// where the members' names are written. A value: nothing but `exists` touches the file system.
 class VMBundle {
@@ -17,6 +20,8 @@ class VMBundle {
 
   /// The directory: absolute, without a trailing slash.
   const std::string& root() const { return root_; }
+  /// The last component of `root`, or "/".
+  std::string name() const;
 
   /// The guest's raw disk image.
   std::string disk() const { return member("Disk.img"); }

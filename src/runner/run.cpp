@@ -60,11 +60,6 @@ void goHeadless(platform::VirtualMachine& machine) {
   guestWindow->virtualMachine = &machine;
 }
 
-std::string windowTitle(const VMBundle& bundle) {
-  const std::string& root = bundle.root();
-  return "Parlen VM — " + (root == "/" ? root : root.substr(root.rfind('/') + 1));
-}
-
 }  // namespace
 
 void runVM(const RunOptions& options, const CommandReader& readCommands) {
@@ -81,7 +76,7 @@ void runVM(const RunOptions& options, const CommandReader& readCommands) {
   runner->start();
   std::unique_ptr<platform::Window> window;  // kept on screen; null if headless
   if (windows != nullptr) {
-    window = presentWindow(*windows, runner->machine(), windowTitle(bundle));
+    window = presentWindow(*windows, runner->machine(), "Parlen VM — " + bundle.name());
   } else {
     goHeadless(runner->machine());
   }

@@ -31,6 +31,18 @@ TEST_F(Bundle, KeepsStepsUpwardsBecauseALinkMayStandBeforeThem) {
   EXPECT_EQ(VMBundle("/tmp/..vm").root(), "/tmp/..vm");
 }
 
+TEST_F(Bundle, HasTheNameOfItsDirectory) {
+  EXPECT_EQ(VMBundle("/tmp/vm1/").name(), "vm1");
+  EXPECT_EQ(VMBundle("/vm1").name(), "vm1");
+  EXPECT_EQ(VMBundle("/").name(), "/");
+}
+
+TEST_F(Bundle, LiesInADirectoryThatEndsAtTheRoot) {
+  EXPECT_EQ(parentOf("/tmp/vm1"), "/tmp");
+  EXPECT_EQ(parentOf("/tmp"), "/");
+  EXPECT_EQ(parentOf("/"), "/");
+}
+
 TEST_F(Bundle, NamesItsMembersInOnePlace) {
   const VMBundle bundle("/b");
   EXPECT_EQ(bundle.disk(), "/b/Disk.img");
