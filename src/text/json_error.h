@@ -20,7 +20,8 @@ inline std::string describe(const JsonError& error) {
   return error.message + " at byte " + std::to_string(error.offset);
 }
 
-inline std::unexpected<JsonError> jsonFailure(std::size_t offset, std::string_view message) {
+/// For a function that returns JsonError: `return failAt(offset, message)`.
+inline std::unexpected<JsonError> failAt(std::size_t offset, std::string_view message) {
   return std::unexpected(JsonError{offset, std::string(message)});
 }
 

@@ -23,7 +23,7 @@ class Reader {
     ParsedValue result = value();
     if (!result) return result;
     skipWhiteSpace();
-    if (!atEnd()) return failure("something follows the value");
+    if (!atEnd()) return fail("something follows the value");
     return result;
   }
 
@@ -40,8 +40,8 @@ class Reader {
     position_ = std::min(text_.find_first_not_of(" \t\n\r", position_), text_.size());
   }
 
-  std::unexpected<JsonError> failure(std::string_view message) const {
-    return jsonFailure(position_, message);
+  std::unexpected<JsonError> fail(std::string_view message) const {
+    return failAt(position_, message);
   }
 
   ParsedValue value();
@@ -59,7 +59,7 @@ class Reader {
 
 ParsedValue Reader::value() {
   skipWhiteSpace();
-  if (atEnd()) return failure("a value is missing");
+  if (atEnd()) return fail("a value is missing");
   switch (text_[position_]) {
     case '[':
       return array();
@@ -82,22 +82,22 @@ ParsedValue Reader::value() {
 }
 
 ParsedValue Reader::word(std::string_view word, JsonValue meaning) {
-  if (!rest().starts_with(word)) return failure("a value is missing or malformed");
+  if (!rest().starts_with(word)) return fail("a value is missing or malformed");
   position_ += word.size();
   return meaning;
 }
 
 ParsedValue Reader::number() {
   const std::size_t length = jsonNumberLength(rest());
-  if (length == 0) return failure("a value is missing or malformed");
+  if (length == 0) return fail("a value is missing or malformed");
   std::optional<JsonValue> number = jsonNumber(text_.substr(position_, length));
-  if (!number) return failure("a number is too large");
+  if (!number) return fail("a number is too large");
   position_ += length;
   return std::move(*number);
 }
 
 ParsedValue Reader::array() {
-  if (depth_ == jsonDepthLimit) return failure("arrays and objects are nested too deeply");
+  if (depth_ == jsonDepthLimit) return fail("arrays and objects are nested too deeply");
   ++depth_;
   ++position_;
   JsonArray elements;
@@ -108,7 +108,7 @@ ParsedValue Reader::array() {
     elements.push_back(std::move(*element));
     skipWhiteSpace();
     if (nextIs(']')) break;
-    if (!skip(',')) return failure("a comma or the end of an array is missing");
+    if (!skip(',')) return fail("a comma or the end of an array is missing");
   }
   ++position_;
   --depth_;
@@ -116,7 +116,7 @@ ParsedValue Reader::array() {
 }
 
 ParsedValue Reader::object() {
-  if (depth_ == jsonDepthLimit) return failure("arrays and objects are nested too deeply");
+  if (depth_ == jsonDepthLimit) return fail("arrays and objects are nested too deeply");
   ++depth_;
   ++position_;
   JsonObject members;
@@ -125,7 +125,7 @@ ParsedValue Reader::object() {
     if (Parsed read = member(members); !read) return std::unexpected(std::move(read.error()));
     skipWhiteSpace();
     if (nextIs('}')) break;
-    if (!skip(',')) return failure("a comma or the end of an object is missing");
+    if (!skip(',')) return fail("a comma or the end of an object is missing");
   }
   ++position_;
   --depth_;
@@ -134,11 +134,11 @@ ParsedValue Reader::object() {
 
 Parsed Reader::member(JsonObject& object) {
   skipWhiteSpace();
-  if (!nextIs('"')) return failure("the name of a member is missing");
+  if (!nextIs('"')) return fail("the name of a member is missing");
   ParsedText key = string();
   if (!key) return std::unexpected(std::move(key.error()));
   skipWhiteSpace();
-  if (!skip(':')) return failure("the colon after the name of a member is missing");
+  if (!skip(':')) return fail("the colon after the name of a member is missing");
   ParsedValue content = value();
   if (!content) return std::unexpected(std::move(content.error()));
   object.insert_or_assign(std::move(*key), std::move(*content));
@@ -147,7 +147,7 @@ Parsed Reader::member(JsonObject& object) {
 
 ParsedText Reader::string() {
   std::expected<JsonString, JsonError> read = readJsonString(rest());
-  if (!read) return jsonFailure(position_ + read.error().offset, read.error().message);
+  if (!read) return failAt(position_ + read.error().offset, read.error().message);
   position_ += read->length;
   return std::move(read->content);
 }

@@ -8,7 +8,7 @@
 
 namespace parlen::text {
 
-/// The most arrays and objects that may lie inside one another.
+/// The max depth of nested arrays and objects.
 inline constexpr int jsonDepthLimit = 512;
 
 /// Reads a text that holds one JSON value, of any kind, and nothing else but white space.

@@ -47,8 +47,8 @@ class StringReader {
  private:
   bool atEnd() const { return position_ == text_.size(); }
 
-  std::unexpected<JsonError> failure(std::string_view message) const {
-    return jsonFailure(position_, message);
+  std::unexpected<JsonError> fail(std::string_view message) const {
+    return failAt(position_, message);
   }
 
   Parsed plainText(std::string& result);
@@ -65,9 +65,9 @@ std::expected<JsonString, JsonError> StringReader::read() {
   std::string result;
   while (true) {
     if (Parsed read = plainText(result); !read) return std::unexpected(std::move(read.error()));
-    if (atEnd()) return jsonFailure(0, "a string is not closed");
+    if (atEnd()) return failAt(0, "a string is not closed");
     if (text_[position_] == '"') return JsonString{std::move(result), position_ + 1};
-    if (text_[position_] != '\\') return failure("a control character in a string is not escaped");
+    if (text_[position_] != '\\') return fail("a control character in a string is not escaped");
     if (Parsed read = escape(result); !read) return std::unexpected(std::move(read.error()));
   }
 }
@@ -81,7 +81,7 @@ Parsed StringReader::plainText(std::string& result) {
   while (end < text_.size() && isPlain(text_[end])) ++end;
   const std::string_view run = text_.substr(position_, end - position_);
   const std::size_t valid = validUtf8Length(run);
-  if (valid != run.size()) return jsonFailure(position_ + valid, "a string is not valid UTF-8");
+  if (valid != run.size()) return failAt(position_ + valid, "a string is not valid UTF-8");
   result += run;
   position_ = end;
   return {};
@@ -101,18 +101,18 @@ Parsed StringReader::escape(std::string& result) {
     position_ += 2;
     return {};
   }
-  return failure("an escape in a string is unknown");
+  return fail("an escape in a string is unknown");
 }
 
 /// One escape of a UTF-16 unit, or the two of a surrogate pair.
 std::expected<char32_t, JsonError> StringReader::escapedCharacter() {
   const std::size_t start = position_;
   const std::optional<char32_t> first = escapedUnit();
-  if (!first) return jsonFailure(start, "an escape in a string lacks its four hexadecimal digits");
+  if (!first) return failAt(start, "an escape in a string lacks its four hexadecimal digits");
   if (!isHighSurrogate(*first) && !isLowSurrogate(*first)) return *first;
   const std::optional<char32_t> second = isHighSurrogate(*first) ? escapedUnit() : std::nullopt;
   if (!second || !isLowSurrogate(*second)) {
-    return jsonFailure(start, "an escaped surrogate in a string stands alone");
+    return failAt(start, "an escaped surrogate in a string stands alone");
   }
   return 0x10000 + ((*first - 0xD800) << 10) + (*second - 0xDC00);
 }

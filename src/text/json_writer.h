@@ -14,11 +14,11 @@ namespace parlen::text {
 /// The string literal for `text`, with its quotes.
 std::optional<std::string> quoteJson(std::string_view text);
 
-/// One line without blanks and without a line feed.
+/// One line without spaces and without a line feed.
 std::optional<std::string> writeCompactSorted(const JsonValue& value);
 
-/// Every member on a line of its own, two blanks further in than what holds it, the colon between
-/// blanks; no line feed at the end.
+/// Every member on a line of its own, indented by two spaces a level, the colon between spaces; no
+/// line feed at the end.
 std::optional<std::string> writePrettySorted(const JsonValue& value);
 
 }  // namespace parlen::text

@@ -5,8 +5,9 @@
 namespace parlen::text {
 namespace {
 
-/// What a first byte promises. Bounding the second byte is what keeps out surrogates, overlong
-/// sequences and everything above U+10FFFF; the bytes after it are 80..BF in any case.
+/// The sequences that a range of first bytes may start (Unicode standard, table 3-7). The bounds of
+/// the second byte exclude surrogates, overlong sequences and everything above U+10FFFF; later
+/// bytes are always 80..BF.
 struct Lead {
   unsigned char first;
   unsigned char last;

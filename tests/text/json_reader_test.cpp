@@ -14,7 +14,7 @@ JsonValue parsed(std::string_view text) {
   return result ? std::move(*result) : JsonValue("unparsed");
 }
 
-std::string refusal(std::string_view text) {
+std::string errorFor(std::string_view text) {
   const auto result = parseJson(text);
   return result ? "parsed" : describe(result.error());
 }
@@ -54,11 +54,11 @@ TEST(JsonReader, SkipsWhiteSpaceAroundEveryToken) {
 }
 
 TEST(JsonReader, TakesNothingElseForWhiteSpace) {
-  for (const std::string_view blank : {"\f", "\v", "\xC2\xA0", "\xE2\x80\xA8", "\xEF\xBB\xBF"}) {
-    EXPECT_EQ(refusal(std::string(blank) + "1"), "a value is missing or malformed at byte 0");
-    EXPECT_EQ(refusal("1" + std::string(blank)), "something follows the value at byte 1");
+  for (const std::string_view other : {"\f", "\v", "\xC2\xA0", "\xE2\x80\xA8", "\xEF\xBB\xBF"}) {
+    EXPECT_EQ(errorFor(std::string(other) + "1"), "a value is missing or malformed at byte 0");
+    EXPECT_EQ(errorFor("1" + std::string(other)), "something follows the value at byte 1");
   }
-  EXPECT_EQ(refusal(std::string_view("1\0", 2)), "something follows the value at byte 1");
+  EXPECT_EQ(errorFor(std::string_view("1\0", 2)), "something follows the value at byte 1");
 }
 
 TEST(JsonReader, LetsTheLastOfTwoMembersWithOneKeyCount) {
@@ -109,7 +109,7 @@ TEST(JsonReader, SaysWhatIsWrongAndWhere) {
       {"[\"a\xFF\"]", "a string is not valid UTF-8 at byte 3"},
       {"{\"a", "a string is not closed at byte 1"},
   };
-  for (const auto& [text, message] : cases) EXPECT_EQ(refusal(text), message) << text;
+  for (const auto& [text, message] : cases) EXPECT_EQ(errorFor(text), message) << text;
 }
 
 TEST(JsonReader, RefusesEveryCutOfADocument) {
@@ -125,16 +125,16 @@ TEST(JsonReader, FollowsNestingToItsLimitAndNoFurther) {
   EXPECT_TRUE(parseJson(nested(512, "[", "", "]")));
   EXPECT_TRUE(parseJson(nested(511, "{\"a\":", "{}", "}")));
   EXPECT_TRUE(parseJson(nested(256, "[{\"a\":", "1", "}]")));
-  EXPECT_EQ(refusal(nested(513, "[", "", "]")),
+  EXPECT_EQ(errorFor(nested(513, "[", "", "]")),
             "arrays and objects are nested too deeply at byte 512");
-  EXPECT_EQ(refusal(nested(512, "{\"a\":", "{}", "}")),
+  EXPECT_EQ(errorFor(nested(512, "{\"a\":", "{}", "}")),
             "arrays and objects are nested too deeply at byte 2560");
-  EXPECT_EQ(refusal(nested(256, "[{\"a\":", "[]", "}]")),
+  EXPECT_EQ(errorFor(nested(256, "[{\"a\":", "[]", "}]")),
             "arrays and objects are nested too deeply at byte 1536");
 }
 
 TEST(JsonReader, StopsAtTheLimitHoweverDeepTheTextGoes) {
-  EXPECT_EQ(refusal(std::string(1'000'000, '[')),
+  EXPECT_EQ(errorFor(std::string(1'000'000, '[')),
             "arrays and objects are nested too deeply at byte 512");
 }
 
