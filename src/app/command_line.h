@@ -11,7 +11,7 @@ namespace parlen {
 /// The argument vector without the program's path. Set at start-up.
 extern std::vector<std::string> arguments;
 
-/// What the commands and their options are; the message of every usage error ends with it.
+/// The subcommands and their options; the message of every usage error ends with it.
 extern const std::string_view usage;
 
 /// The word after the first "--name", whatever it is; nothing if the option is absent or last.
@@ -20,7 +20,7 @@ std::optional<std::string> flag(std::string_view name);
 /// Whether "--name" is anywhere among the arguments.
 bool has(std::string_view name);
 
-/// The value of `flag`, or the end of the process with a usage error that names the option.
+/// The value of `flag`; without one the process ends with a usage error that names the option.
 std::string required(std::string_view name);
 
 /// A signed 64-bit decimal: an optional sign, digits, nothing else.

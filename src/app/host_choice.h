@@ -9,17 +9,17 @@
 
 namespace parlen {
 
-/// The environment's say about the host; nothing where a variable is unset.
+/// What the environment says about the host; nothing where a variable is unset.
 struct HostChoice {
   std::optional<std::string> host = std::nullopt;      // PARLEN_HOST
   std::optional<std::string> scenario = std::nullopt;  // PARLEN_SCENARIO
   std::optional<std::string> trace = std::nullopt;     // PARLEN_TRACE
-  // PARLEN_WINDOWS, for those who work on a window: "native" shows the simulated machine in the
-  // system's own, as far as the system can.
+  // PARLEN_WINDOWS, for work on a window: "native" shows the simulated machine in a window of the
+  // system's own, where the system can.
   std::optional<std::string> windows = std::nullopt;
 };
 
-/// Of this process's environment.
+/// From this process's environment.
 HostChoice readEnvironment();
 
 /// Makes the chosen host, or ends the process with a usage error.

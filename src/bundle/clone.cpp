@@ -19,8 +19,8 @@ void orDie(Result<> result) {
   if (!result) die(errorCode::cloneFailed, result.error().description);
 }
 
-/// Gives the owner write permission on everything under `path`, as far as possible: what stays
-/// unwritable shows when it is written.
+/// Gives the owner write permission on everything under `path`. Errors are ignored: writing to what
+/// is still read-only reports them.
 void makeWritable(const std::string& path) {
   (void)platform::system().process().runAndWait("/bin/chmod", {"-R", "u+w", path});
 }
@@ -33,7 +33,7 @@ bool liesIn(const std::string& path, const std::string& directory) {
   return inner && outer && (*inner == *outer || inner->starts_with(*outer + "/"));
 }
 
-/// Creating even a parent of such a copy would change the source.
+/// Checked before any parent directory is created, which would change the source.
 void refuseCopyInside(const VMBundle& source, const VMBundle& copy) {
   std::string nearest = parentOf(copy.root());
   while (!platform::system().files().exists(nearest) && nearest != "/") nearest = parentOf(nearest);
@@ -43,12 +43,13 @@ void refuseCopyInside(const VMBundle& source, const VMBundle& copy) {
   }
 }
 
-/// The copy keeps the source's links, and what they lead to may be the source's own.
+/// Whether `member` is a link whose target is not part of the copy. Links are copied as links, so
+/// the target may belong to the source.
 bool leadsOutside(const VMBundle& copy, const std::string& member) {
   return platform::system().files().isSymbolicLink(member) && !liesIn(member, copy.root());
 }
 
-/// A link that leads out of the copy means one file for two guests.
+/// Where the disk or the auxiliary storage is such a link, two guests use one file.
 void warnOfSharedFiles(const VMBundle& copy) {
   for (const std::string& member : {copy.disk(), copy.auxiliaryStorage()}) {
     if (leadsOutside(copy, member)) {
@@ -57,15 +58,14 @@ void warnOfSharedFiles(const VMBundle& copy) {
   }
 }
 
-/// Prepares a member of the copy for new content, never that of a file that a link leads to
-/// outside.
+/// Removes `member` if it is a link out of the copy, so that writing it leaves the target alone.
 Result<> detach(const VMBundle& copy, const std::string& member) {
   if (leadsOutside(copy, member)) return platform::system().files().removeFile(member);
   return {};
 }
 
 VMSettings settingsForCopy(const VMBundle& copy, const platform::MacAddress& address) {
-  // A clone of a bundle without settings has an unknown disk size, recorded as 0.
+  // Without settings in the source the disk size is unknown, recorded as 0.
   VMSettings settings = loadSettings(copy).value_or(VMSettings{.macAddress = {},
                                                                .cpuCount = defaultCpuCount(),
                                                                .memoryBytes = defaultMemoryBytes(),
@@ -89,7 +89,7 @@ void writeNewIdentifier(const VMBundle& copy) {
 
 void resetShare(const VMBundle& copy) {
   platform::Files& files = platform::system().files();
-  // The configuration is the source guest's; a copy without one is none that failed.
+  // The configuration is the source guest's. A copy without one is no error.
   if (liesIn(copy.share(), copy.root())) (void)files.removeFile(copy.guestConfig());
   orDie(files.createDirectories(copy.share()));
 }

@@ -6,9 +6,9 @@
 
 namespace parlen {
 
-/// Copies the bundle at `from` to `to`, which must be no directory, and gives the copy a network
-/// address of its own and, on request, an identifier of its own. Paths as typed. Ends the process:
-/// with `cloned` and status 0, or through `die`; what a failure has copied so far stays.
+/// Copies the bundle at `from` to `to`, where no directory may be, and gives the copy a new network
+/// address and, on request, a new machine identifier. Paths as typed. Ends the process: with
+/// `cloned` and status 0, or through `die`; what was copied before a failure stays.
 [[noreturn]] void cloneVM(const std::string& from, const std::string& to,
                           MachineIdChoice machineId);
 

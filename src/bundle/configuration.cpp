@@ -25,7 +25,7 @@ struct Identity {
   die(errorCode::bundleMissing, std::string(what) + bundle.root());
 }
 
-/// The order of the checks decides which of several defects is named.
+/// The order of the checks decides which of several defects is reported.
 Identity checkedIdentity(const VMBundle& bundle) {
   const platform::Files& files = platform::system().files();
   platform::GuestIdentities& identities = platform::host().identities();
@@ -46,7 +46,7 @@ Identity checkedIdentity(const VMBundle& bundle) {
   return identity;
 }
 
-/// An address that does not parse is left to the host, like a missing one.
+/// Without an address that can be parsed the host chooses one.
 platform::NetworkDevice networkDevice(const std::optional<VMSettings>& settings) {
   platform::NetworkDevice device;
   if (settings) device.macAddress = platform::parseMacAddress(settings->macAddress);
@@ -56,7 +56,7 @@ platform::NetworkDevice networkDevice(const std::optional<VMSettings>& settings)
 DirectorySharingDevice shared(const std::string& path, std::string tag,
                               platform::ShareAccess access) {
   const std::string directory = absolutePath(path);
-  // A folder that cannot be created shows when the machine is validated or started.
+  // If this fails, validating or starting the machine reports it.
   (void)platform::system().files().createDirectories(directory);
   return {std::move(tag), directory, access};
 }
@@ -83,7 +83,7 @@ Result<MachineConfiguration> buildConfiguration(const VMBundle& bundle,
   configuration.machineIdentifier = std::move(identity.machineIdentifier);
   configuration.auxiliaryStorage = machines.openAuxiliaryStorage(bundle.auxiliaryStorage());
   configuration.bootLoader = platform::BootLoader::macOS;
-  // As stored, even out of range: rejecting them is the validation's part.
+  // As stored, even out of range: the validation rejects them.
   configuration.cpuCount = settings ? settings->cpuCount : defaultCpuCount();
   configuration.memorySize = settings ? settings->memoryBytes : defaultMemoryBytes();
   configuration.graphicsDevices = {

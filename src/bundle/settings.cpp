@@ -44,15 +44,15 @@ platform::Result<> saveSettings(const VMSettings& settings, const VMBundle& bund
 std::int64_t defaultCpuCount() {
   platform::HostCapabilities& host = platform::host().capabilities();
   const platform::MachineLimits limits = host.limits();
-  constexpr std::int64_t fewest = 2;
+  constexpr std::int64_t minimum = 2;
   const std::int64_t half = host.processorCount() / 2;
-  return std::min(std::max({half, limits.minimumCPUCount, fewest}), limits.maximumCPUCount);
+  return std::min(std::max({half, limits.minimumCPUCount, minimum}), limits.maximumCPUCount);
 }
 
 std::uint64_t defaultMemoryBytes() {
   const platform::MachineLimits limits = platform::host().capabilities().limits();
-  constexpr std::uint64_t usual = std::uint64_t{4} << 30U;
-  return std::min(std::max(usual, limits.minimumMemorySize), limits.maximumMemorySize);
+  constexpr std::uint64_t fourGibibytes = std::uint64_t{4} << 30U;
+  return std::min(std::max(fourGibibytes, limits.minimumMemorySize), limits.maximumMemorySize);
 }
 
 }  // namespace parlen

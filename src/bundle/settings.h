@@ -14,18 +14,20 @@ struct VMSettings {
   std::string macAddress;  // six hexadecimal octets joined by colons
   std::int64_t cpuCount = 0;
   std::uint64_t memoryBytes = 0;
-  std::int64_t diskGb = 0;  // as asked for at creation; nothing checks the disk against it
+  std::int64_t diskGb = 0;  // as given at creation; never compared with the disk
 
   friend bool operator==(const VMSettings&, const VMSettings&) = default;
 };
 
-/// The bundle's settings, whole or not at all: a missing or damaged file is nothing, silently.
+/// The bundle's settings; nothing, without a warning, if the file is missing or a member is missing
+/// or of the wrong type. Other members are ignored.
 std::optional<VMSettings> loadSettings(const VMBundle& bundle);
 
-/// Overwrites the bundle's settings file, plainly. A failure can leave a truncated file.
+/// Overwrites the bundle's settings file in place. A failure can leave a truncated file.
 platform::Result<> saveSettings(const VMSettings& settings, const VMBundle& bundle);
 
-/// Half of the host's processors, at least 2, within the host's limits; the maximum always wins.
+/// Half of the host's processors, at least 2 and the host's minimum, at most the host's maximum,
+/// which wins.
 std::int64_t defaultCpuCount();
 /// 4 GiB, within the host's limits.
 std::uint64_t defaultMemoryBytes();

@@ -4,8 +4,8 @@
 
 namespace parlen {
 
-/// Reports what is known of the bundle at rest in one line and ends the process with status 0. A
-/// bundle that is not there is no error: its report is full of false values.
+/// Writes the `status` line of the bundle and ends the process with status 0. A missing bundle is
+/// no error: its members are reported as false. Path as typed.
 [[noreturn]] void statusVM(std::string_view bundlePath);
 
 }  // namespace parlen

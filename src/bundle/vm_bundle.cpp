@@ -5,8 +5,8 @@
 namespace parlen {
 namespace {
 
-/// Drops what changes no meaning: doubled and trailing slashes and "." pieces. ".." stays, because
-/// behind a link it does not undo the piece before it.
+/// Removes doubled and trailing slashes and "." components. ".." stays: behind a symbolic link it
+/// does not cancel the component before it.
 std::string tidied(std::string_view absolute) {
   std::string path;
   while (!absolute.empty()) {

@@ -5,7 +5,8 @@
 
 namespace parlen {
 
-/// The place that `path`, as typed, means at this moment: absolute, without a trailing slash.
+/// `path`, as typed, made absolute with the working directory of this moment: without doubled or
+/// trailing slashes and "." components.
 std::string absolutePath(std::string_view path);
 
 /// The directory that holds `absolute`, which absolutePath gave; "/" holds itself.

@@ -10,7 +10,7 @@ namespace parlen {
 namespace {
 
 void handle(std::string_view chunk, LineSplitter& lines, VMRunner& runner) {
-  if (chunk.empty()) return runner.requestStop();  // what lacks its line feed is no command
+  if (chunk.empty()) return runner.requestStop();  // the end of input; a partial line is dropped
   lines.append(chunk);
   while (const auto line = lines.next()) {
     if (!line->empty()) executeCommand(*line, runner);

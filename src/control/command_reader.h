@@ -6,9 +6,8 @@
 
 namespace parlen {
 
-/// Starts reading standard input: each complete line is carried out as a command to `runner`, the
-/// end of input asks it to stop. Neither keeps the runner alive. Called once a run, on the main
-/// thread.
+/// Starts reading standard input: each complete line is carried out as a command to `runner`, and
+/// the end of input asks it to stop. Does not keep the runner alive. Once per run, main thread.
 void readCommands(const std::shared_ptr<VMRunner>& runner);
 
 }  // namespace parlen

@@ -3,7 +3,7 @@
 namespace parlen {
 namespace {
 
-// A buffer that one long line has made larger than this is given back once the line is done.
+// A buffer that a long line has made larger than this is freed after that line.
 constexpr std::size_t keptCapacity = 65'536;
 
 }  // namespace

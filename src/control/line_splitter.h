@@ -7,8 +7,8 @@
 
 namespace parlen {
 
-/// Cuts a stream of bytes into the lines between its line feeds. A line costs time in its length,
-/// however many chunks bring it; memory is bounded by the longest line.
+/// Splits a stream of bytes at its line feeds. The time for a line is linear in its length, however
+/// many chunks it arrives in; memory is bounded by the largest line and chunk.
 class LineSplitter {
  public:
   void append(std::string_view chunk);
@@ -21,8 +21,8 @@ class LineSplitter {
   void dropConsumed();
 
   std::string buffer_;
-  std::size_t start_ = 0;     // of the first line that has not been taken
-  std::size_t searched_ = 0;  // before it there is no line feed from `start_` on
+  std::size_t start_ = 0;     // start of the first line that has not been returned
+  std::size_t searched_ = 0;  // no line feed between `start_` and here
 };
 
 }  // namespace parlen

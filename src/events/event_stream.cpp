@@ -61,8 +61,8 @@ void die(std::string_view code, std::string_view message) {
 }
 
 void emitProgress(double fraction) {
-  // The largest double has 309 digits before its point. printf and not to_chars: the latter draws
-  // in the mathematical library, and the process never leaves the C locale.
+  // The largest double has 309 digits before its point. Not to_chars, which would link the
+  // mathematical library; the process never leaves the C locale, so printf writes a point.
   std::array<char, 320> digits{};
   const int length = std::snprintf(digits.data(), digits.size(), "%.4f", fraction);
   emit(R"({"type":"progress","fraction":)" +

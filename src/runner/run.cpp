@@ -31,8 +31,8 @@ platform::MachineConfiguration validConfiguration(const VMBundle& bundle,
   return *std::move(configuration);
 }
 
-/// The desktop that a run with a window needs. Without it the run ends as if the machine had failed
-/// to start: a guest that nobody sees is not what was asked for.
+/// The desktop, for a run with a window. If it cannot be opened, the run ends as if the machine had
+/// failed to start: --gui never runs a guest that nobody sees.
 platform::WindowSystem& openWindowSystem() {
   const auto windows = platform::host().windowSystem();
   if (windows) return **windows;
@@ -52,7 +52,7 @@ void installTerminationHandlers(VMRunner& runner) {
   }
 }
 
-/// Nothing on the desktop; the guest runs in the background until it is shown on request.
+/// Keeps the process off the desktop; a `window` command shows the guest later.
 void goHeadless(platform::VirtualMachine& machine) {
   platform::Application& application = platform::host().application();
   application.setActivationPolicy(platform::ActivationPolicy::prohibited);

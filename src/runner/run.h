@@ -11,7 +11,7 @@
 
 namespace parlen {
 
-/// What `run` was told, as typed.
+/// The options of `run`, paths as typed.
 struct RunOptions {
   std::string bundlePath;
   std::optional<std::string> shareDirectory;
@@ -22,7 +22,7 @@ struct RunOptions {
 /// The sources of the signals that end a run, kept until the process ends.
 extern std::vector<std::unique_ptr<platform::SignalSource>> terminationSources;
 
-/// Starts the reading of the parent's commands to `runner`. They arrive on the main queue.
+/// Starts reading the parent's commands to `runner`. They arrive on the main queue.
 using CommandReader = std::function<void(const std::shared_ptr<VMRunner>& runner)>;
 
 /// Runs the bundle's guest until it has ended, then ends the process. `readCommands` is called

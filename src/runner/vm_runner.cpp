@@ -21,7 +21,9 @@ using platform::Result;
   platform::system().process().exit(status);
 }
 
-/// Runs `continuation` with a completion's result in a turn of its own.
+/// A completion that hands its result to `continuation` in a loop iteration of its own. This second
+/// post is wanted, although completions arrive on the main queue: what the host has queued by then
+/// is handled first, and the order of the events depends on it.
 platform::Completion onMainQueue(std::function<void(const Result<>&)> continuation) {
   return [continuation = std::move(continuation)](Result<> result) {
     platform::system().loop().post(
@@ -29,7 +31,7 @@ platform::Completion onMainQueue(std::function<void(const Result<>&)> continuati
   };
 }
 
-/// What tells a pause from a resume: everything but the call.
+/// The words in which a pause and a resume differ.
 struct PowerChange {
   std::string_view code;
   std::string_view refused;

@@ -8,8 +8,8 @@
 namespace parlen {
 
 /// One machine for the length of a run: starts it, carries out what the parent and the signals ask
-/// for, and judges how it ended. Outcomes are told as events; every end of the machine ends the
-/// process, right after the one `stopped` event. Main thread only.
+/// for, and decides how it ended. Outcomes are events; every end of the machine ends the process,
+/// right after the one `stopped` event. Main thread only.
 class VMRunner : public platform::VirtualMachineDelegate {
  public:
   /// Takes the machine over and becomes its delegate.
@@ -38,7 +38,7 @@ class VMRunner : public platform::VirtualMachineDelegate {
   void startCompleted(const platform::Result<>& result);
 
   std::unique_ptr<platform::VirtualMachine> virtualMachine_;
-  bool stopping_ = false;              // the host has asked for the end; never becomes false again
+  bool stopping_ = false;              // a stop was requested; never becomes false again
   std::chrono::nanoseconds bootedAt_;  // counts from construction, the start-up included
   bool sawRunning_ = false;            // the start completed
 };

@@ -23,7 +23,7 @@ std::string usageError(const std::string& before) {
          jsonEscape(before + std::string(usageText)) + "}";
 }
 
-TEST(CommandLine, SaysHowItIsUsedWhenThereAreNoArguments) {
+TEST(CommandLine, PrintsItsUsageWithoutArguments) {
   Tool tool;
   EXPECT_EQ(tool.run({}), endedWith(1));
   EXPECT_EQ(tool.events(), Lines{usageError("")});
@@ -88,7 +88,7 @@ TEST(CommandLine, FindsOptionsInAnyOrderAmongStrayWords) {
   EXPECT_TRUE(tool.events().back().contains(R"("bundle":"\/none\/v")")) << tool.events().back();
 }
 
-TEST(CommandLine, LeavesTheHooksOptionsToTheHook) {
+TEST(CommandLine, LeavesItsOptionsToTheWindowSizeCheck) {
   Tool tool;
   EXPECT_EQ(tool.run({"window-size-check"}), endedWith(1));
   EXPECT_EQ(

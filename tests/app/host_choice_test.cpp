@@ -42,7 +42,7 @@ class ChoosingTheHost : public testing::Test {
   FakeNative native_{tool_.system()};
 };
 
-TEST_F(ChoosingTheHost, TakesTheSystemsOwnUnlessToldOtherwise) {
+TEST_F(ChoosingTheHost, TakesTheNativeOneUnlessToldOtherwise) {
   (void)makeChosenHost({}, native_);
   (void)makeChosenHost({.host = "native", .scenario = "/none", .trace = "/none/x"}, native_);
   EXPECT_EQ(native_.hostsMade, 2);
@@ -62,7 +62,7 @@ TEST_F(ChoosingTheHost, RefusesEveryOtherWord) {
             R"({"type":"error","code":"bad-usage","message":"unknown PARLEN_HOST ''"})");
 }
 
-TEST_F(ChoosingTheHost, ShowsTheSimulatedMachineInTheSystemsOwnWindowsWhenAsked) {
+TEST_F(ChoosingTheHost, ShowsTheSimulatedMachineInNativeWindows) {
   native_.showsForeign = true;
   const auto host = makeChosenHost({.host = "simulated", .windows = "native"}, native_);
   EXPECT_EQ(native_.hostsMade, 1);

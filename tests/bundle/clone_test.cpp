@@ -40,7 +40,7 @@ class Clone : public testing::Test {
   std::string source_ = tool_.makeBundle("a");
 };
 
-TEST_F(Clone, KeepsTheIdentifierAndDrawsANewAddress) {
+TEST_F(Clone, KeepsTheIdentifierAndMakesANewAddress) {
   EXPECT_EQ(clone(source_ + "/", tool_.path("b/")), endedWith(0));
   const VMSettings copy = settingsOf(tool_.path("b"));
   EXPECT_NE(copy.macAddress, "0a:00:00:00:00:01");
@@ -53,7 +53,7 @@ TEST_F(Clone, KeepsTheIdentifierAndDrawsANewAddress) {
   }
 }
 
-TEST_F(Clone, DrawsANewIdentifierOnRequest) {
+TEST_F(Clone, MakesANewIdentifierOnRequest) {
   EXPECT_EQ(clone(source_, tool_.path("b"), {"--regenerate-machine-id"}), endedWith(0));
   EXPECT_EQ(tool_.events(),
             Lines{cloned(tool_.path("b"), settingsOf(tool_.path("b")).macAddress, "regenerated")});
@@ -62,7 +62,7 @@ TEST_F(Clone, DrawsANewIdentifierOnRequest) {
   EXPECT_TRUE(platform::host().identities().machineIdentifier(identifier));
 }
 
-TEST_F(Clone, WarnsOfADiskThatTheCopyWouldShare) {
+TEST_F(Clone, WarnsOfADiskThatTheCopyShares) {
   tool_.write("disk", tool_.read("a/Disk.img"));
   ASSERT_TRUE(tool_.system().files().removeFile(source_ + "/Disk.img"));
   ASSERT_EQ(symlink(tool_.path("disk").c_str(), (source_ + "/Disk.img").c_str()), 0);
@@ -72,7 +72,7 @@ TEST_F(Clone, WarnsOfADiskThatTheCopyWouldShare) {
                 " is a link out of the bundle: the copy shares that file with its source\n");
 }
 
-TEST_F(Clone, ShowsPathsWithOddBytesAsFarAsPossible) {
+TEST_F(Clone, ReplacesBytesInPathsThatAreNotUtf8) {
   EXPECT_EQ(clone(source_, tool_.path("caf\xe9")), endedWith(0));
   EXPECT_TRUE(tool_.events()[0].contains("\\/caf\uFFFD\"")) << tool_.events()[0];
 }
@@ -83,7 +83,7 @@ TEST_F(Clone, LeavesTheSourceAsItWasWithoutANewIdentifierToo) {
   EXPECT_EQ(tool_.read("a/vm.json"), settings);
 }
 
-TEST_F(Clone, RecordsDefaultsForASourceThatHasNoSettingsAtAll) {
+TEST_F(Clone, RecordsDefaultsForASourceWithoutASettingsFile) {
   ASSERT_TRUE(tool_.system().files().removeFile(source_ + "/vm.json"));
   EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
   const VMSettings copy = settingsOf(tool_.path("b"));
@@ -100,7 +100,7 @@ TEST_F(Clone, LeavesTheSourceAsItWas) {
   EXPECT_EQ(tool_.read("a/share/parlen-vm.json"), "{}");
 }
 
-TEST_F(Clone, TakesTheGuestsConfigurationAndNothingElseOutOfTheShare) {
+TEST_F(Clone, RemovesOnlyTheGuestsConfigurationFromTheShare) {
   tool_.write("a/share/parlen-vm.json", "{}");
   tool_.write("a/share/kept", "k");
   tool_.write("a/anything", "else");
@@ -121,7 +121,7 @@ TEST_F(Clone, CreatesTheDestinationsMissingParents) {
   EXPECT_TRUE(tool_.system().files().exists(tool_.path("deep/er/b/vm.json")));
 }
 
-TEST_F(Clone, RecordsDefaultsAndAnUnknownDiskSizeForASourceWithoutSettings) {
+TEST_F(Clone, RecordsDefaultsForASourceWithBrokenSettings) {
   tool_.write("a/vm.json", "broken");
   EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
   const VMSettings copy = settingsOf(tool_.path("b"));
@@ -170,7 +170,7 @@ TEST_F(Clone, FailsInsideItsOwnSource) {
   EXPECT_FALSE(tool_.system().files().exists(source_ + "/deep")) << "the source is not touched";
 }
 
-TEST_F(Clone, FailsWhereTheParentCannotBe) {
+TEST_F(Clone, FailsWhereTheParentCannotBeCreated) {
   tool_.write("file", "");
   EXPECT_EQ(clone(source_, tool_.path("file/b")), endedWith(1));
   EXPECT_TRUE(tool_.events().back().contains("clone-failed"));

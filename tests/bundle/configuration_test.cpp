@@ -14,8 +14,8 @@ std::string bundleMissing(const std::string& what, const std::string& bundle) {
   return R"({"type":"error","code":"bundle-missing","message":)" + jsonEscape(what + bundle) + "}";
 }
 
-/// What `run` tells of a bundle that ends it before anything starts.
-Lines refusal(Tool& tool, const std::string& bundle) {
+/// The events after `ready` of a `run` that ends before anything starts.
+Lines eventsAfterReady(Tool& tool, const std::string& bundle) {
   EXPECT_EQ(tool.run({"run", "--bundle", bundle}), endedWith(1));
   Lines events = tool.events();
   EXPECT_EQ(events.front(), R"({"type":"ready","proto":1})");
@@ -27,7 +27,7 @@ TEST(Configuration, ChecksTheBundleInAFixedOrder) {
   Tool tool;
   tool.makeDirectory("b");
   const std::string bundle = tool.path("b");
-  // Each step mends the defect that was named, and the next one is named.
+  // Each step repairs the defect that was reported; then the next one is.
   const std::vector<std::pair<std::string, std::string>> steps = {
       {"no usable HardwareModel in ", "HardwareModel"},
       {"this host cannot run the hardware model in ", "HardwareModel"},
@@ -49,7 +49,7 @@ TEST(Configuration, NamesTheHardwareModelFirst) {
     Tool tool;
     tool.makeDirectory("b");
     tool.write("b/HardwareModel", bytes);
-    EXPECT_EQ(refusal(tool, tool.path("b")),
+    EXPECT_EQ(eventsAfterReady(tool, tool.path("b")),
               Lines{bundleMissing("no usable HardwareModel in ", tool.path("b"))});
   }
 }
@@ -58,7 +58,7 @@ TEST(Configuration, NamesAModelThatTheHostCannotRunNext) {
   Tool tool;
   tool.makeDirectory("b");
   tool.write("b/HardwareModel", "parlen-simulated-hardware-model:sim-9");
-  EXPECT_EQ(refusal(tool, tool.path("b")),
+  EXPECT_EQ(eventsAfterReady(tool, tool.path("b")),
             Lines{bundleMissing("this host cannot run the hardware model in ", tool.path("b"))});
 }
 
@@ -68,7 +68,7 @@ TEST(Configuration, NamesTheIdentifierThird) {
     tool.makeDirectory("b");
     tool.write("b/HardwareModel", "parlen-simulated-hardware-model:sim-1");
     tool.write("b/MachineIdentifier", bytes);
-    EXPECT_EQ(refusal(tool, tool.path("b")),
+    EXPECT_EQ(eventsAfterReady(tool, tool.path("b")),
               Lines{bundleMissing("no usable MachineIdentifier in ", tool.path("b"))});
   }
 }
@@ -78,7 +78,7 @@ TEST(Configuration, NamesTheDiskLast) {
   const std::string bundle = tool.makeBundle("b");
   ASSERT_TRUE(tool.system().files().removeFile(bundle + "/Disk.img"));
   ASSERT_TRUE(tool.system().files().removeFile(bundle + "/AuxiliaryStorage"));
-  EXPECT_EQ(refusal(tool, bundle + "//"), Lines{bundleMissing("no Disk.img in ", bundle)});
+  EXPECT_EQ(eventsAfterReady(tool, bundle + "//"), Lines{bundleMissing("no Disk.img in ", bundle)});
 }
 
 /// The configuration that a run of the bundle creates its machine from, as the host was given it.
@@ -131,7 +131,7 @@ TEST(Configuration, FallsBackToDefaultsWithoutASettingsFile) {
   EXPECT_TRUE(configuration.contains(R"("macAddress":null)")) << configuration;
 }
 
-TEST(Configuration, LeavesAnAddressThatIsNoneToTheHost) {
+TEST(Configuration, LeavesAnAddressThatDoesNotParseToTheHost) {
   Tool tool;
   tool.makeBundle("b");
   tool.write("b/vm.json",
@@ -146,7 +146,7 @@ TEST(Configuration, PassesOutOfRangeValuesOnForTheValidationToReject) {
     Tool tool;
     const std::string bundle = tool.makeBundle("b");
     tool.write("b/vm.json", R"({"macAddress":"a","diskGb":1,)" + std::string(values) + "}");
-    const Lines events = refusal(tool, bundle);
+    const Lines events = eventsAfterReady(tool, bundle);
     ASSERT_EQ(events.size(), 1U);
     EXPECT_TRUE(events[0].starts_with(
         R"({"type":"error","code":"boot-failed","message":"invalid VM configuration: )"))
@@ -188,7 +188,7 @@ TEST(Configuration, IsBuiltEvenWhenASharedFolderCannotBeCreated) {
 TEST(Configuration, FailsWithTheDisksErrorWhenItCannotBeAttached) {
   Tool tool(R"({"configuration":{"attachError":{"description":"the disk is odd"}}})");
   EXPECT_EQ(
-      refusal(tool, tool.makeBundle("b")),
+      eventsAfterReady(tool, tool.makeBundle("b")),
       Lines{
           R"({"type":"error","code":"boot-failed","message":"invalid VM configuration: the disk is odd"})"});
 }

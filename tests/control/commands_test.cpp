@@ -51,7 +51,7 @@ TEST_F(Commands, AreCarriedOutOnceTheirLineFeedArrives) {
   EXPECT_EQ(eventsFor({"{\"type\":\"pa", "use\"}\n", "{\"type\":\"resume\"}"}), Lines{paused});
 }
 
-TEST_F(Commands, MayHaveBlanksAndACarriageReturnAroundThem) {
+TEST_F(Commands, MayHaveSpacesAndACarriageReturnAroundThem) {
   EXPECT_EQ(eventsFor({" \t{ \"type\" : \"pause\" } \r\n"}), Lines{paused});
   EXPECT_EQ(tool_.warnings(), "");
 }
@@ -64,7 +64,7 @@ TEST_F(Commands, TakeTheLastOfARepeatedMember) {
   EXPECT_EQ(eventsFor({"{\"type\":\"stop\",\"type\":\"pause\"}\n"}), Lines{paused});
 }
 
-TEST_F(Commands, SkipEmptyLinesInSilence) {
+TEST_F(Commands, SkipEmptyLinesWithoutAWarning) {
   EXPECT_EQ(eventsFor({"\n\n\n"}), Lines{});
   EXPECT_EQ(tool_.warnings(), "");
 }
@@ -103,7 +103,7 @@ TEST_F(Commands, WarnOfAnUnknownVerbAsItWasWritten) {
             "parlen-mac-vm: ignoring an unknown command 'é'\n'\n");
 }
 
-TEST_F(Commands, AreNotCarriedOutWithoutTheirLineFeedAtTheEndOfInput) {
+TEST_F(Commands, NeedTheirLineFeedAtTheEndOfInputToo) {
   const std::string bundle = tool_.makeBundle("vm1");
   tool_.sendAt(10, "{\"type\":\"pause\"}");
   tool_.closeInputAt(20);

@@ -72,7 +72,7 @@ TEST_F(InputCommands, AreDoneInTheirOrder) {
             (Lines{keyDone, textDone, keyDone}));
 }
 
-TEST_F(InputCommands, LeaveTheUsualGapUnlessToldOtherwise) {
+TEST_F(InputCommands, LeaveTheDefaultGapUnlessToldOtherwise) {
   const auto start = tool_.system().loop().now();
   eventsFor("{\"type\":\"text\",\"text\":\"ab\"}\n");
   EXPECT_EQ(duration(start), 2 * (40 + 60));
@@ -118,7 +118,7 @@ TEST_F(InputCommands, RefuseAnyOtherDelay) {
   EXPECT_EQ(sent(), 0U);
 }
 
-TEST_F(InputCommands, NameTheMissingWordsFirst) {
+TEST_F(InputCommands, NameTheMissingTextFirst) {
   EXPECT_EQ(eventsFor("{\"type\":\"text\",\"delayMs\":1}\n{\"type\":\"key\",\"delayMs\":1}\n"),
             (Lines{inputFailed("the text verb needs a non-empty \"text\" string"),
                    inputFailed("the key verb needs a non-empty \"key\" chord")}));
@@ -131,7 +131,7 @@ TEST_F(InputCommands, NameTheDelayBeforeTheRefusal) {
             (Lines{badDelay, badDelay, badDelay}));
 }
 
-TEST_F(InputCommands, PassOnWhyNothingCanBeTypedAndTypeNothing) {
+TEST_F(InputCommands, ReportWhyNothingCanBeTypedAndTypeNothing) {
   EXPECT_EQ(eventsFor("{\"type\":\"text\",\"text\":\"abc\\u00e9\"}\n"
                       "{\"type\":\"key\",\"key\":\"alt+a\"}\n"
                       "{\"type\":\"text\",\"text\":\"x\\r\\n\"}\n"),

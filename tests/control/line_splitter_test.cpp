@@ -32,7 +32,7 @@ TEST(LineSplitter, KeepsAPartialLineUntilItsLineFeedArrives) {
   EXPECT_EQ(add(splitter, "\nrest"), Lines{"{\"type\":\"stop\"}"});
 }
 
-TEST(LineSplitter, GivesTheSameLinesHoweverTheBytesAreCut) {
+TEST(LineSplitter, GivesTheSameLinesHoweverTheBytesAreSplit) {
   const std::string bytes("first\n\nsecond \xff\0 bytes\n{}\nrest", 30);
   LineSplitter whole;
   const Lines expected = add(whole, bytes);
@@ -49,7 +49,7 @@ TEST(LineSplitter, GivesTheSameLinesHoweverTheBytesAreCut) {
   }
 }
 
-TEST(LineSplitter, GivesALineThatWasAppendedBeforeTheOnesBeforeItWereTaken) {
+TEST(LineSplitter, GivesLinesInOrderWhenMoreIsAppendedInBetween) {
   LineSplitter splitter;
   splitter.append("a\nb\nc");
   EXPECT_EQ(splitter.next(), "a");

@@ -40,7 +40,7 @@ TEST_F(WindowCommand, ShowsTheGuestUnderTheTexts) {
   EXPECT_EQ(calls.back(), R"({"call":"application.activate","ignoringOtherApps":true})");
 }
 
-TEST_F(WindowCommand, TakesTextsThatAreMissingOrNoStringsForEmptyOnes) {
+TEST_F(WindowCommand, TakesMissingTextsAndOtherTypesAsEmpty) {
   const Lines calls =
       traceFor("{\"type\":\"window\",\"show\":true,\"title\":5,\"delayMs\":\"not looked at\"}\n");
   EXPECT_EQ(Lines(calls.begin(), calls.begin() + 2),
@@ -59,7 +59,7 @@ TEST_F(WindowCommand, HidesTheGuestUnlessShowIsTrue) {
   EXPECT_EQ(traceFor(chunk), Lines(commands.size(), prohibited));
 }
 
-TEST_F(WindowCommand, HasNoAnswerOfItsOwn) {
+TEST_F(WindowCommand, CausesNoEventAndNoWarning) {
   traceFor("{\"type\":\"window\",\"show\":true}\n{\"type\":\"window\"}\n");
   EXPECT_EQ(tool_.events().size(), 3U);
   EXPECT_EQ(tool_.warnings(), "");

@@ -5,17 +5,17 @@
 namespace parlen {
 namespace {
 
-TEST(VMErrorCode, TellsTheFrameworksLimitByItsCodeWhateverItsSentence) {
+TEST(VMErrorCode, IsTheLimitForTheFrameworksCodeInAnySentence) {
   EXPECT_EQ(vmErrorCode({"VZErrorDomain", 6, "no more"}), "vm-limit");
   EXPECT_EQ(vmErrorCode({"VZErrorDomain", 6, ""}), "vm-limit");
 }
 
-TEST(VMErrorCode, TellsAWrappedLimitByItsSentenceInAnyCase) {
+TEST(VMErrorCode, IsTheLimitForASentenceThatNamesItInAnyCase) {
   EXPECT_EQ(vmErrorCode({"Other", 1, "The Virtual MACHINE limit is reached"}), "vm-limit");
   EXPECT_EQ(vmErrorCode({"VZErrorDomain", 1, "virtual machine limit"}), "vm-limit");
 }
 
-TEST(VMErrorCode, TakesEveryOtherErrorForAFailedBoot) {
+TEST(VMErrorCode, IsAFailedBootForEveryOtherError) {
   EXPECT_EQ(vmErrorCode({"Other", 6, "unrelated"}), "boot-failed");
   EXPECT_EQ(vmErrorCode({"VZErrorDomain", 5, "unrelated"}), "boot-failed");
   EXPECT_EQ(vmErrorCode({"Other", 1, "machine limit"}), "boot-failed");

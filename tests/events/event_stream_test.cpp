@@ -27,7 +27,7 @@ class EventStream : public testing::Test {
   test::TestSystem system_;
 };
 
-TEST_F(EventStream, EscapesWhatJsonRequiresAndEverySlashAndNothingElse) {
+TEST_F(EventStream, EscapesOnlyWhatJsonRequiresAndEverySlash) {
   EXPECT_EQ(jsonEscape(""), R"("")");
   EXPECT_EQ(jsonEscape("plain"), R"("plain")");
   EXPECT_EQ(jsonEscape("a\"b\\c/d"), R"("a\"b\\c\/d")");
@@ -51,7 +51,7 @@ TEST_F(EventStream, WritesTheEmptyLiteralForATextThatIsNotUtf8) {
   EXPECT_EQ(jsonEscape("cut \xe2\x80"), R"("")");
 }
 
-TEST_F(EventStream, ShowsWhatItCanOfATextFromOutside) {
+TEST_F(EventStream, ReplacesWhatIsNotUtf8InATextFromOutside) {
   EXPECT_EQ(jsonEscapeRepaired("/caf\xe9/é"), "\"\\/caf\uFFFD\\/é\"");
   emitError("bundle-missing", "no VM bundle at \xff");
   EXPECT_EQ(written(),
@@ -87,7 +87,7 @@ TEST_F(EventStream, WritesTheFixedLinesToTheByte) {
   EXPECT_EQ(written(), "{\"type\":\"guest-power\",\"state\":\"resumed\"}\n");
 }
 
-TEST_F(EventStream, TellsACrashWithABareWordAndEscapesTheReason) {
+TEST_F(EventStream, WritesACrashAsABooleanAndEscapesTheReason) {
   emitStopped(false, "host requested stop");
   EXPECT_EQ(written(),
             "{\"type\":\"state\",\"state\":\"stopped\",\"crashed\":false,"

@@ -43,7 +43,7 @@ class Creation {
   std::string bundle = tool.path("b");
 };
 
-TEST(Create, TellsItsProgressAndEndsWithTheBundle) {
+TEST(Create, ReportsItsProgressAndEndsWithTheBundle) {
   Creation given;
   EXPECT_EQ(given.create(), endedWith(0));
   EXPECT_EQ(given.tool.events(),
@@ -55,7 +55,7 @@ TEST(Create, TellsItsProgressAndEndsWithTheBundle) {
   EXPECT_EQ(installProgress, nullptr);
 }
 
-TEST(Create, InstallsOnTheMachineThatARunWouldMakeWithoutShares) {
+TEST(Create, InstallsOnTheMachineOfARunWithoutShares) {
   Creation given;
   EXPECT_EQ(given.create(), endedWith(0));
   const auto settings = loadSettings(VMBundle(given.bundle));
@@ -99,7 +99,7 @@ TEST(Create, HasADiskOf80GibibytesUnlessANumberIsGiven) {
             std::uint64_t{64} << 30U);
 }
 
-TEST(Create, TakesWhatTheImageNeedsWhereItIsMore) {
+TEST(Create, TakesTheImagesMinimumWhereItIsMore) {
   Creation given;
   given.tool.write("image", R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1",
                                "minimumCPUCount":7,"minimumMemorySize":8589934592})");
@@ -166,7 +166,7 @@ TEST(Create, CannotReadADirectory) {
   EXPECT_TRUE(given.tool.events()[1].contains(R"("code":"ipsw-unreadable")"));
 }
 
-TEST(Create, TellsWhyTheLoadFailedInTheHostsWordsAlone) {
+TEST(Create, ReportsAFailedLoadInTheHostsWordsAlone) {
   Creation given(R"({"restoreImage":{"loadMs":500,"error":{"description":"torn"}}})");
   EXPECT_EQ(given.create(), endedWith(1));
   EXPECT_EQ(given.tool.events(), (Lines{ready, error("ipsw-unreadable", "torn")}));
@@ -201,7 +201,7 @@ TEST(Create, FailsInTheInstallerForADiskWithoutRoom) {
   EXPECT_TRUE(loadSettings(VMBundle(given.bundle)));
 }
 
-TEST(Create, AbortsForADiskThatNoNumberOfBytesDescribes) {
+TEST(Create, TrapsForADiskBeyondSixtyFourBits) {
   for (const char* size : {"-1", "17179869184", "9223372036854775807", "-9223372036854775808"}) {
     Creation given;
     EXPECT_EQ(given.create({"--disk-gb", size}), trapped());
@@ -212,7 +212,7 @@ TEST(Create, AbortsForADiskThatNoNumberOfBytesDescribes) {
   }
 }
 
-TEST(Create, AbortsForProgressThatIsNoNumberOfPercents) {
+TEST(Create, TrapsForProgressBeyondSixtyFourBits) {
   for (const char* progress : {"[1e308]", "[0,-1e308]", "[1e20]"}) {
     Creation given(R"({"install":{"progress":)" + std::string(progress) + "}}");
     EXPECT_EQ(given.create(), trapped()) << progress;
@@ -227,20 +227,20 @@ TEST(Create, DoesNotClampItsProgress) {
                                         created(given.bundle)}));
 }
 
-TEST(Create, ReportsNothingButTheBeginningOfAnInstallationWithoutProgress) {
+TEST(Create, ReportsOnlyTheStartWithoutProgress) {
   Creation given(R"({"install":{"progress":[]}})");
   EXPECT_EQ(given.create(), endedWith(0));
   EXPECT_EQ(given.tool.events(),
             (Lines{ready, progress("0.0000"), starting, created(given.bundle)}));
 }
 
-TEST(Create, FailsButDoesNotAbortForADiskThatTheFileSystemCannotHold) {
+TEST(Create, FailsForADiskThatTheFileSystemCannotHold) {
   Creation given;
   EXPECT_EQ(given.create({"--disk-gb", "17179869183"}), endedWith(1));
   EXPECT_TRUE(given.tool.events().back().contains(R"("code":"create-failed")"));
 }
 
-TEST(Create, FailsWithTheInstallersWordsAndKeepsThePartialBundle) {
+TEST(Create, FailsWithTheInstallersErrorAndKeepsTheBundle) {
   Creation given(
       R"({"install":{"progress":[0,0.5],"stepMs":100,"error":{"description":"no power"}}})");
   EXPECT_EQ(given.create(), endedWith(1));
@@ -258,7 +258,7 @@ TEST(Create, FailsWithThePrefixWhenTheConfigurationIsNotValid) {
             (Lines{ready, error("create-failed", "invalid VM configuration: too odd")}));
 }
 
-TEST(Create, FailsWithoutThePrefixWhenTheConfigurationCannotBeBuilt) {
+TEST(Create, FailsWithoutAPrefixIfNoConfigurationIsBuilt) {
   Creation given(R"({"configuration":{"attachError":{"description":"no disk"}}})");
   EXPECT_EQ(given.create(), endedWith(1));
   EXPECT_EQ(given.tool.events(), (Lines{ready, error("create-failed", "no disk")}));

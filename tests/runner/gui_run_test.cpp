@@ -98,7 +98,7 @@ TEST(GuiRun, GoesOnWhenItsWindowIsClosed) {
             (Lines{ready, starting, running, R"({"type":"input-done","input":"text"})"}));
 }
 
-TEST(GuiRun, EndsAsAFailedStartBeforeTheMachineIsMadeIfThereIsNoDesktop) {
+TEST(GuiRun, EndsAsAFailedStartWithoutADesktop) {
   Tool tool;
   const WithoutDesktop given(tool);
   EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(1));
@@ -141,7 +141,7 @@ TEST(HeadlessRunWithoutADesktop, AsksForNoneUntilTheGuestIsToBeShown) {
   EXPECT_EQ(tool.warnings(), "");
 }
 
-TEST(HeadlessRun, ArmsTheWindowWithItsMachineAndHasNoDriver) {
+TEST(HeadlessRun, GivesTheWindowItsMachineAndHasNoDriver) {
   Tool tool;
   EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1")}), stillRunning());
   EXPECT_NE(guestWindow->virtualMachine, nullptr);

@@ -53,8 +53,7 @@ class HeadlessRun {
   std::string bundle;
 };
 
-// --- How a run ends
-// -------------------------------------------------------------------------------
+// --- How a run ends ---
 
 TEST(RunEnds, WithAnErrorAndACrashWhenTheStartFails) {
   HeadlessRun given(R"({"machine":{"startMs":5,"startError":{"description":"no \"power\""}}})");
@@ -63,7 +62,7 @@ TEST(RunEnds, WithAnErrorAndACrashWhenTheStartFails) {
                                         stopped("no \"power\"", true)}));
 }
 
-TEST(RunEnds, WithTheLimitsOwnCodeWhenThereIsOneMachineTooMany) {
+TEST(RunEnds, WithItsOwnCodeWhenThereIsOneMachineTooMany) {
   HeadlessRun given(
       R"({"machine":{"startError":{"domain":"VZErrorDomain","code":6,"description":"full"}}})");
   EXPECT_EQ(given.run(), endedWith(1));
@@ -88,11 +87,11 @@ TEST(RunEnds, OrderlyWhenTheGuestShutsDownAfterAStopCommand) {
 }
 
 TEST(RunEnds, HardWhenTheOrderlyRequestFails) {
-  HeadlessRun given(R"({"machine":{"requestStopError":{"description":"deaf"}}})");
+  HeadlessRun given(R"({"machine":{"requestStopError":{"description":"busy"}}})");
   given.tool.sendAt(10, stop);
   EXPECT_EQ(given.run(), endedWith(0));
   EXPECT_EQ(given.eventsAfterRunning(), Lines{hardStop});
-  EXPECT_EQ(given.tool.warnings(), "parlen-mac-vm: requestStop failed (deaf); stopping hard\n");
+  EXPECT_EQ(given.tool.warnings(), "parlen-mac-vm: requestStop failed (busy); stopping hard\n");
 }
 
 TEST(RunEnds, HardWhenTheMachineCannotBeAsked) {
@@ -133,7 +132,7 @@ TEST(RunEnds, WithACrashWhenTheMachineStopsWithALimitError) {
                                                stopped("The Virtual Machine Limit", true)}));
 }
 
-TEST(RunEnds, WithoutACrashWhenTheMachineStopsWithAnErrorWhileStopping) {
+TEST(RunEnds, WithoutACrashOnAnErrorWhileStopping) {
   HeadlessRun given(R"({"machine":{"shutdownMs":null},
                "script":[{"atMs":100,"event":"stops-with-error","error":{"description":"burnt"}}]})");
   given.tool.sendAt(10, stop);
@@ -180,7 +179,7 @@ TEST(RunEnds, NotWhileTheHardStopDoesNotComplete) {
   EXPECT_EQ(given.eventsAfterRunning(), Lines{});
 }
 
-TEST(RunEnds, NotWhileAGuestIgnoresTheStop) {
+TEST(RunEnds, NotWhileTheGuestIgnoresTheStop) {
   HeadlessRun given(R"({"machine":{"shutdownMs":null}})");
   given.tool.sendAt(10, stop);
   EXPECT_EQ(given.run(), stillRunning());
@@ -195,7 +194,7 @@ TEST(RunEnds, AtTheEndOfInputAsAfterAStopCommand) {
             Lines{stopped("guest stopped after host stop request after 0s (was running)")});
 }
 
-TEST(RunEnds, SayingThatTheGuestNeverRanIfItStopsBeforeTheStartHasCompleted) {
+TEST(RunEnds, SayingThatTheGuestNeverRanIfItStopsBefore) {
   HeadlessRun given(
       R"({"machine":{"startMs":1000},"script":[{"atMs":500,"event":"guest-stops"}]})");
   EXPECT_EQ(given.run(), endedWith(0));
@@ -204,7 +203,7 @@ TEST(RunEnds, SayingThatTheGuestNeverRanIfItStopsBeforeTheStartHasCompleted) {
                    stopped("guest stopped on its own after 0s (never reached running)")}));
 }
 
-TEST(RunEnds, CountingWholeSecondsFromTheMachinesMakingNotFromItsRunning) {
+TEST(RunEnds, CountingWholeSecondsFromTheMachinesCreation) {
   HeadlessRun given(
       R"({"machine":{"startMs":30000},"script":[{"atMs":59900,"event":"guest-stops"}]})");
   EXPECT_EQ(given.run(), endedWith(0));
@@ -219,8 +218,7 @@ TEST(RunEnds, WithStatus0ShouldTheEventLoopReturn) {
   EXPECT_EQ(given.eventsAfterRunning(), Lines{});
 }
 
-// --- What happens on the way
-// ----------------------------------------------------------------------
+// --- What happens on the way ---
 
 TEST(Running, IgnoresASecondStop) {
   HeadlessRun given(R"({"machine":{"shutdownMs":3000}})");
@@ -303,8 +301,7 @@ TEST(Running, OnlyWarnsOfALostNetwork) {
   EXPECT_EQ(given.tool.warnings(), "parlen-mac-vm: network attachment disconnected (cable)\n");
 }
 
-// --- Before the machine starts
-// --------------------------------------------------------------------
+// --- Before the machine starts ---
 
 TEST(Starting, NeedsADirectory) {
   HeadlessRun given;
