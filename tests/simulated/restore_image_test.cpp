@@ -1,4 +1,4 @@
-#include "platform/simulated/restore_image.h"
+#include "platform/simulated/restoration.h"
 
 #include <gtest/gtest.h>
 

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/files.h"
+#include "platform/host.h"
 #include "platform/machine_configuration.h"
 #include "platform/simulated/world.h"
 
@@ -91,5 +93,36 @@ inline const AuxiliaryStorage* opened(
 inline const DiskAttachment* opened(const std::shared_ptr<const platform::DiskAttachment>& handle) {
   return static_cast<const DiskAttachment*>(handle.get());
 }
+
+class Identities : public platform::GuestIdentities {
+ public:
+  explicit Identities(std::shared_ptr<const World> world) : world_(std::move(world)) {}
+
+  std::shared_ptr<const platform::HardwareModel> hardwareModel(std::string_view bytes) override;
+  std::shared_ptr<const platform::MachineIdentifier> machineIdentifier(
+      std::string_view bytes) override;
+  std::shared_ptr<const platform::MachineIdentifier> newMachineIdentifier() override;
+  platform::MacAddress randomMacAddress() override;
+
+ private:
+  std::shared_ptr<const World> world_;
+};
+
+/// Creates the storage of a guest of `model`. A file that is there already is an error.
+platform::Result<> createAuxiliaryStorage(platform::Files& files, const std::string& path,
+                                          const HardwareModel& model);
+
+/// Whether a machine with these files would start: its storage is its model's, its first disk has a
+/// guest on it.
+platform::Result<> checkGuestFiles(const platform::Files& files,
+                                   const platform::MachineConfiguration& configuration);
+
+/// Whether the first disk is long enough for a guest.
+platform::Result<> checkRoomForGuest(const platform::Files& files,
+                                     const platform::MachineConfiguration& configuration);
+
+/// Puts a guest onto the first disk, whose other bytes and length stay.
+platform::Result<> writeGuest(platform::Files& files,
+                              const platform::MachineConfiguration& configuration);
 
 }  // namespace parlen::simulated

@@ -2,9 +2,8 @@
 
 #include <utility>
 
-#include "platform/simulated/application.h"
-#include "platform/simulated/identities.h"
-#include "platform/simulated/machine_factory.h"
+#include "platform/simulated/handles.h"
+#include "platform/simulated/machine.h"
 #include "platform/simulated/restoration.h"
 #include "platform/simulated/window_system.h"
 #include "platform/simulated/world.h"

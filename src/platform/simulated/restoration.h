@@ -1,13 +1,31 @@
 #pragma once
 
+#include <cstdint>
+#include <expected>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/host.h"
 #include "platform/simulated/world.h"
 
 namespace parlen::simulated {
+
+/// What a restore image of this host says.
+struct RestoreImageContent {
+  std::optional<std::string> hardwareModel;
+  std::int64_t minimumCPUCount = 1;
+  std::uint64_t minimumMemorySize = 0;  // bytes
+  friend bool operator==(const RestoreImageContent&, const RestoreImageContent&) = default;
+};
+
+/// More bytes than this are no restore image.
+inline constexpr std::size_t longestRestoreImage = 65536;
+
+/// The error says what is wrong with the bytes.
+std::expected<RestoreImageContent, std::string> parseRestoreImage(std::string_view bytes);
 
 class Restoration : public platform::Restoration {
  public:

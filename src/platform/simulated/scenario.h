@@ -6,13 +6,18 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/error.h"
 #include "platform/geometry.h"
-#include "platform/simulated/failure.h"
 
 namespace parlen::simulated {
+
+/// A failure of this host's own. Without a description it is the one that a scenario asks for.
+inline platform::PlatformError failure(std::string description = "simulated failure") {
+  return {"ParlenSimulatedErrorDomain", 1, std::move(description)};
+}
 
 using std::chrono::milliseconds;
 using OptionalError = std::optional<platform::PlatformError>;  // nothing: it works

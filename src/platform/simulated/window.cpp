@@ -2,9 +2,6 @@
 
 #include <utility>
 
-#include "platform/simulated/bar_trace.h"
-#include "platform/simulated/geometry_trace.h"
-
 namespace parlen::simulated {
 namespace {
 

@@ -2,13 +2,20 @@
 
 #include <algorithm>
 
-#include "platform/simulated/geometry_trace.h"
-#include "platform/simulated/key_event.h"
-#include "platform/simulated/view.h"
 #include "platform/simulated/window.h"
 
 namespace parlen::simulated {
 namespace {
+
+std::string_view word(platform::ActivationPolicy policy) {
+  switch (policy) {
+    case platform::ActivationPolicy::regular:
+      return "regular";
+    case platform::ActivationPolicy::prohibited:
+      return "prohibited";
+  }
+  return "";
+}
 
 std::string menuEntry(const platform::MenuEntry& entry) {
   return JsonMembers()
@@ -29,6 +36,21 @@ std::string_view word(platform::BarLabel label) {
 }
 
 }  // namespace
+
+void Application::setActivationPolicy(platform::ActivationPolicy policy) {
+  world_->trace.record("application.setActivationPolicy",
+                       JsonMembers().addText("policy", word(policy)));
+}
+
+void Application::disableAutomaticTermination(std::string_view reason) {
+  world_->trace.record("process.disableAutomaticTermination",
+                       JsonMembers().addText("reason", reason));
+}
+
+void Application::run() {
+  world_->trace.record("application.run");
+  world_->system.loop().run();
+}
 
 void WindowSystem::setMainMenu(const platform::MenuBar& menu) {
   const auto item = [](const auto& submenu) { return jsonArray(submenu, menuEntry); };

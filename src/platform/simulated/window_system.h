@@ -2,12 +2,26 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
+#include "platform/application.h"
 #include "platform/simulated/world.h"
 #include "platform/window_system.h"
 
 namespace parlen::simulated {
+
+class Application : public platform::Application {
+ public:
+  explicit Application(std::shared_ptr<World> world) : world_(std::move(world)) {}
+
+  void setActivationPolicy(platform::ActivationPolicy policy) override;
+  void disableAutomaticTermination(std::string_view reason) override;
+  void run() override;
+
+ private:
+  std::shared_ptr<World> world_;
+};
 
 /// A desktop with one screen, or none, and a user who does what the scenario's script says.
 class WindowSystem : public platform::WindowSystem {
