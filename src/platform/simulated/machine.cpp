@@ -18,9 +18,9 @@ platform::Result<> outcome(const OptionalError& error) {
 template <class Number>
 platform::Result<> checkRange(std::string_view what, Number value, Number least, Number most) {
   if (value >= least && value <= most) return {};
-  return std::unexpected(failure("the " + std::string(what) + " " + std::to_string(value) +
-                                 " is not within this host's limits, " + std::to_string(least) +
-                                 " to " + std::to_string(most)));
+  return error("the " + std::string(what) + " " + std::to_string(value) +
+               " is not within this host's limits, " + std::to_string(least) + " to " +
+               std::to_string(most));
 }
 
 platform::Result<> checkLimits(const HostScenario& host,
@@ -77,7 +77,7 @@ void Machine::finishStart(const platform::Completion& done) {
 platform::Result<> Machine::checkFiles() const {
   const auto files = checkGuestFiles(world_->system.files(), configuration_);
   if (files) return {};
-  return std::unexpected(failure("could not start the machine: " + files.error().description));
+  return error("could not start the machine: " + files.error().description);
 }
 
 bool Machine::canRequestStop() const {
@@ -88,7 +88,7 @@ platform::Result<> Machine::requestStop() {
   world_->trace.record("machine.requestStop");
   const MachineScenario& scenario = world_->scenario.machine;
   if (!isAlive() || !canRequestStop()) {
-    return std::unexpected(failure("the machine is in no state to shut its guest down"));
+    return error("the machine is in no state to shut its guest down");
   }
   if (scenario.requestStopError) return std::unexpected(*scenario.requestStopError);
   if (scenario.shutdownMs) timers_.after(*scenario.shutdownMs, [this] { finishShutdown(); });
@@ -107,9 +107,8 @@ void Machine::finishShutdown() {
 void Machine::stop(platform::Completion done) {
   world_->trace.record("machine.stop");
   if (!isAlive()) {
-    timers_.after(milliseconds(0), [done = std::move(done)] {
-      done(std::unexpected(failure("the machine is stopped already")));
-    });
+    timers_.after(milliseconds(0),
+                  [done = std::move(done)] { done(error("the machine is stopped already")); });
     return;
   }
   state_ = State::stopping;
@@ -140,7 +139,7 @@ void Machine::runTransition(const Transition& transition, platform::Completion d
   world_->trace.record(transition.traced);
   if (state_ != transition.from) {
     timers_.after(milliseconds(0), [verb = transition.verb, done = std::move(done)] {
-      done(std::unexpected(failure("the machine is in no state to " + std::string(verb))));
+      done(error("the machine is in no state to " + std::string(verb)));
     });
     return;
   }
@@ -151,8 +150,7 @@ void Machine::runTransition(const Transition& transition, platform::Completion d
 
 void Machine::finishTransition(const Transition& transition, const platform::Completion& done) {
   if (!isAlive() || state_ == State::stopping) {
-    done(std::unexpected(
-        failure("the machine stopped before it could " + std::string(transition.verb))));
+    done(error("the machine stopped before it could " + std::string(transition.verb)));
     return;
   }
   const auto result = outcome(world_->scenario.machine.*transition.error);

@@ -83,9 +83,8 @@ platform::Result<std::shared_ptr<const platform::RestoreImage>> load(
   if (!bytes) return std::unexpected(bytes.error());
   auto content = parseRestoreImage(*bytes);
   if (!content) {
-    return std::unexpected(failure("could not load the restore image " + path +
-                                   ": it is not one of the simulated host's (" + content.error() +
-                                   ")"));
+    return error("could not load the restore image " + path +
+                 ": it is not one of the simulated host's (" + content.error() + ")");
   }
   return std::make_shared<RestoreImage>(world, path, std::move(*content));
 }

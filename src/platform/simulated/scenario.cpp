@@ -45,7 +45,7 @@ std::string allEventWords() {
 // The readers of the scenario's structs: their tables' rows find them as they find those of the
 // plain types. Each table is the whole list of what its object may have.
 
-/// What the object leaves out is what the default failure says.
+/// What the object leaves out is what the default error says.
 static Checked read(const Field& field, platform::PlatformError& target) {
   using Error = platform::PlatformError;
   static constexpr auto table = std::to_array<Member<Error>>({
@@ -53,7 +53,7 @@ static Checked read(const Field& field, platform::PlatformError& target) {
       {"code", into<&Error::code>},
       {"description", into<&Error::description>},
   });
-  target = failure();
+  target = defaultError();
   return readMembers<Error>(field, table, target);
 }
 

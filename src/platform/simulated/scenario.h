@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "platform/error.h"
@@ -14,9 +13,12 @@
 
 namespace parlen::simulated {
 
-/// A failure of this host's own. Without a description it is the one that a scenario asks for.
-inline platform::PlatformError failure(std::string description = "simulated failure") {
-  return {"ParlenSimulatedErrorDomain", 1, std::move(description)};
+/// The domain of the host's own errors, and of those in a scenario that name none.
+inline constexpr std::string_view errorDomain = "ParlenSimulatedErrorDomain";
+
+/// What an error of a scenario is where it says nothing else.
+inline platform::PlatformError defaultError() {
+  return {std::string(errorDomain), 1, "simulated failure"};
 }
 
 using std::chrono::milliseconds;
@@ -90,7 +92,7 @@ enum class ScriptEvent {
 struct ScriptEntry {
   milliseconds atMs{0};  // from the call that starts the machine
   ScriptEvent event = ScriptEvent::guestStops;
-  platform::PlatformError error = failure();  // of the events that carry one
+  platform::PlatformError error = defaultError();  // of the events that carry one
 };
 
 /// What the simulated host shall do: every member of a scenario file, each with its default.

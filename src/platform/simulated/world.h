@@ -2,17 +2,25 @@
 
 #include <chrono>
 #include <cstdint>
+#include <expected>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "platform/error.h"
 #include "platform/event_loop.h"
 #include "platform/platform.h"
 #include "platform/simulated/scenario.h"
 #include "platform/simulated/trace.h"
 
 namespace parlen::simulated {
+
+/// An error of this host's own. `sentence` becomes its description.
+inline std::unexpected<platform::PlatformError> error(std::string sentence) {
+  return platform::error(errorDomain, 1, std::move(sentence));
+}
 
 class Window;
 
