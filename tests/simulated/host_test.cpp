@@ -1,11 +1,11 @@
 #include "platform/simulated/host.h"
 
-#include "simulated/host_fixture.h"
+#include "simulated/fixture.h"
 
 namespace parlen::test {
 namespace {
 
-using Host = SimulatedHostTest;
+using Host = HostTest;
 
 std::string errorOf(platform::System& system, const simulated::HostOptions& options) {
   const auto made = simulated::makeHost(system, options);

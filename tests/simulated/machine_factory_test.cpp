@@ -1,11 +1,11 @@
 #include <limits>
 
-#include "simulated/host_fixture.h"
+#include "simulated/fixture.h"
 
 namespace parlen::test {
 namespace {
 
-using MachineFactory = SimulatedHostTest;
+using MachineFactory = HostTest;
 
 TEST_F(MachineFactory, CreatesTheStorageOfAModel) {
   auto& machines = host().machines();

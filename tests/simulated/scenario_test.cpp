@@ -1,6 +1,7 @@
 #include "platform/simulated/scenario.h"
 
 #include <gtest/gtest.h>
+#include <string>
 
 namespace parlen::simulated {
 namespace {
@@ -166,6 +167,161 @@ TEST(Scenario, KnowsEveryEventOfTheScript) {
   }
   EXPECT_EQ(script[1].error.description, "simulated failure");
   EXPECT_EQ(script[2].error.description, "n");
+}
+
+/// Why the text is no scenario; empty if it is one.
+std::string problem(std::string_view json) {
+  const auto scenario = parseScenario(json);
+  return scenario ? "" : scenario.error();
+}
+
+/// A scenario with one member: {"machine":{"startMs":<value>}} for "machine", "startMs".
+std::string with(const std::string& group, const std::string& member, const std::string& value) {
+  return "{\"" + group + "\":{\"" + member + "\":" + value + "}}";
+}
+
+struct Kind {
+  std::string group;
+  std::vector<std::string> members;
+  std::string problem;
+  std::vector<std::string> refused;
+};
+
+const std::string count = " must be a whole number, not negative, of 64 bits";
+const std::string time = " must be a whole number of milliseconds";
+const std::vector<std::string> noCount = {"-1",   "1.5", "1e20", "\"1\"", "true",
+                                          "null", "[]",  "{}",   "-0.5",  "18446744073709551616"};
+const std::vector<std::string> noBoolean = {"0", "1", "\"true\"", "null", "[]", "{}"};
+const std::vector<std::string> noObject = {"0", "\"\"", "true", "null", "[]"};
+
+/// Every member and what it does not take.
+const std::vector<Kind> kinds = {
+    {"host", {"supported"}, " must be true or false", noBoolean},
+    {"host", {"processorCount", "minimumCPUCount", "maximumCPUCount"}, count, noCount},
+    {"host", {"minimumMemorySize", "maximumMemorySize"}, count, noCount},
+    {"host", {"hardwareModels"}, " must be a list", {"\"sim-1\"", "null", "{}", "1"}},
+    {"restoreImage", {"loadMs"}, time, noCount},
+    {"restoreImage", {"error"}, " must be an object", noObject},
+    {"install", {"progress"}, " must be a list", {"0", "null", "{}", "\"\""}},
+    {"install", {"stepMs"}, time, noCount},
+    {"install", {"error"}, " must be an object", noObject},
+    {"configuration", {"attachError", "validateError"}, " must be an object", noObject},
+    {"machine", {"startMs", "pauseMs", "resumeMs"}, time, noCount},
+    {"machine", {"startError", "requestStopError", "stopError"}, " must be an object", noObject},
+    {"machine", {"pauseError", "resumeError"}, " must be an object", noObject},
+    {"machine", {"canRequestStop"}, " must be true or false", noBoolean},
+    {"machine", {"shutdownMs", "stopMs"}, time + ", or null", {"-1", "0.5", "\"\"", "false"}},
+    {"window",
+     {"visibleFrame"},
+     " must be the four numbers [x, y, width, height], or null",
+     {"[]", "[1,2,3]", "[1,2,3,4,5]", "[1,2,3,\"4\"]", "{}", "0"}},
+    {"window", {"chrome"}, " must be a number", {"\"28\"", "null", "true", "[28]"}},
+    {"window", {"unbuildableKeyCodes"}, " must be a list", {"1", "null", "{}"}},
+    {"window", {"views"}, " must be an object", noObject},
+};
+
+TEST(ScenarioErrors, RefusesEveryMemberOfTheWrongType) {
+  for (const Kind& kind : kinds) {
+    for (const std::string& member : kind.members) {
+      for (const std::string& value : kind.refused) {
+        // A whole number that is too large for a count says so as one; a time has a limit.
+        if (kind.problem == time && value == "1e20") continue;
+        EXPECT_EQ(problem(with(kind.group, member, value)),
+                  kind.group + "." + member + kind.problem)
+            << value;
+      }
+    }
+  }
+}
+
+TEST(ScenarioErrors, RefusesAGroupThatIsNoObject) {
+  for (const std::string group :
+       {"host", "restoreImage", "install", "configuration", "machine", "window"}) {
+    EXPECT_EQ(problem("{\"" + group + "\":[]}"), group + " must be an object");
+  }
+  EXPECT_EQ(problem(R"({"script":{}})"), "script must be a list");
+  EXPECT_EQ(problem("[]"), "the document must be an object");
+  EXPECT_EQ(problem("null"), "the document must be an object");
+}
+
+TEST(ScenarioErrors, RefusesUnknownMembersAtEveryLevel) {
+  EXPECT_EQ(problem(R"({"Host":{}})"), "unknown member 'Host'");
+  EXPECT_EQ(problem(R"({"":{}})"), "unknown member ''");
+  for (const std::string group :
+       {"host", "restoreImage", "install", "configuration", "machine", "window"}) {
+    EXPECT_EQ(problem(with(group, "surprise", "1")), "unknown member '" + group + ".surprise'");
+  }
+  EXPECT_EQ(problem(R"({"machine":{"startMS":1}})"), "unknown member 'machine.startMS'");
+  EXPECT_EQ(problem(R"({"install":{"error":{"Code":1}}})"), "unknown member 'install.error.Code'");
+  EXPECT_EQ(problem(R"({"window":{"views":{"subviews":[{},{"names":""}]}}})"),
+            "unknown member 'window.views.subviews[1].names'");
+  EXPECT_EQ(problem(R"({"script":[{"atMs":1,"event":"guest-stops","at":1}]})"),
+            "unknown member 'script[0].at'");
+}
+
+TEST(ScenarioErrors, RefusesATimeThatTheClockCannotHold) {
+  EXPECT_EQ(problem(R"({"machine":{"startMs":1000000000001}})"),
+            "machine.startMs must be at most 1000000000000");
+  EXPECT_EQ(problem(R"({"machine":{"stopMs":9223372036854775807}})"),
+            "machine.stopMs must be at most 1000000000000, or null");
+}
+
+TEST(ScenarioErrors, NamesTheElementOfAList) {
+  EXPECT_EQ(problem(R"({"host":{"hardwareModels":["a",1]}})"),
+            "host.hardwareModels[1] must be a string");
+  EXPECT_EQ(problem(R"({"install":{"progress":[0,"1"]}})"), "install.progress[1] must be a number");
+  EXPECT_EQ(problem(R"({"window":{"unbuildableKeyCodes":[1,65536]}})"),
+            "window.unbuildableKeyCodes[1] must be a whole number from 0 to 65535");
+  EXPECT_EQ(problem(R"({"window":{"unbuildableKeyCodes":[-1]}})"),
+            "window.unbuildableKeyCodes[0] must be a whole number from 0 to 65535");
+  EXPECT_EQ(problem(R"({"window":{"views":{"subviews":[[]]}}})"),
+            "window.views.subviews[0] must be an object");
+}
+
+TEST(ScenarioErrors, RefusesTheMembersOfAnErrorAndAViewOfTheWrongType) {
+  EXPECT_EQ(problem(R"({"install":{"error":{"domain":1}}})"),
+            "install.error.domain must be a string");
+  EXPECT_EQ(problem(R"({"install":{"error":{"code":1.5}}})"),
+            "install.error.code must be a whole number of 64 bits");
+  EXPECT_EQ(problem(R"({"install":{"error":{"description":null}}})"),
+            "install.error.description must be a string");
+  EXPECT_EQ(problem(R"({"window":{"views":{"name":1}}})"), "window.views.name must be a string");
+  EXPECT_EQ(problem(R"({"window":{"views":{"acceptsFirstResponder":1}}})"),
+            "window.views.acceptsFirstResponder must be true or false");
+  EXPECT_EQ(problem(R"({"window":{"views":{"subviews":{}}}})"),
+            "window.views.subviews must be a list");
+}
+
+TEST(ScenarioErrors, RefusesScriptEntriesThatLackSomething) {
+  EXPECT_EQ(problem(R"({"script":[{"event":"guest-stops"}]})"), "script[0].atMs is missing");
+  EXPECT_EQ(problem(R"({"script":[{"atMs":1,"event":"guest-stops"},{"atMs":1}]})"),
+            "script[1].event is missing");
+  EXPECT_EQ(problem(R"({"script":[1]})"), "script[0] must be an object");
+  EXPECT_EQ(problem(R"({"script":[{"atMs":-1,"event":"guest-stops"}]})"),
+            "script[0].atMs must be a whole number of milliseconds");
+}
+
+TEST(ScenarioErrors, RefusesUnknownEvents) {
+  EXPECT_EQ(problem(R"({"script":[{"atMs":1,"event":"guest-stop"}]})"),
+            "script[0].event is 'guest-stop' and must be one of: guest-stops, stops-with-error, "
+            "network-disconnects, enters-error-state, clicks-later, clicks-done, closes-window");
+  EXPECT_EQ(problem(R"({"script":[{"atMs":1,"event":1}]})"), "script[0].event must be a string");
+}
+
+TEST(ScenarioErrors, RefusesAnErrorWhereTheEventHasNone) {
+  for (const std::string event :
+       {"guest-stops", "enters-error-state", "clicks-later", "clicks-done", "closes-window"}) {
+    EXPECT_EQ(problem(R"({"script":[{"atMs":1,"error":{},"event":")" + event + R"("}]})"),
+              "script[0].error does not go with the event '" + event + "'");
+  }
+  EXPECT_EQ(problem(R"({"script":[{"atMs":1,"event":"stops-with-error","error":1}]})"),
+            "script[0].error must be an object");
+}
+
+TEST(ScenarioErrors, SaysWhereATextIsNotJson) {
+  EXPECT_TRUE(problem("{\"host\":").starts_with("not JSON: "));
+  EXPECT_TRUE(problem("{\"host\":").ends_with(" at byte 8"));
+  EXPECT_TRUE(problem("").starts_with("not JSON: "));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "simulated/window_fixture.h"
+#include "simulated/fixture.h"
 
 namespace parlen::test {
 namespace {
@@ -6,7 +6,7 @@ namespace {
 using platform::BarButton;
 
 /// A user who clicks on a window of one that writes down what it hears.
-class WindowUser : public SimulatedWindowTest, protected platform::WindowDelegate {
+class WindowUser : public WindowTest, protected platform::WindowDelegate {
  protected:
   /// A window on the screen, with both buttons; this is its delegate.
   void givenAWindow(const std::string& script) {
@@ -60,7 +60,7 @@ TEST_F(WindowUser, LeavesNothingInTheTrace) {
   forgetCalls();
   pass(10);
   EXPECT_EQ(heard_, (Story{"1 Later", "2 close"}));
-  EXPECT_EQ(newCalls(), std::vector<std::string>{});
+  EXPECT_EQ(newCalls(), Calls{});
 }
 
 TEST_F(WindowUser, ClosesAWindowWhoseDelegateSaysYes) {

@@ -1,11 +1,11 @@
 #include <set>
 
-#include "simulated/host_fixture.h"
+#include "simulated/fixture.h"
 
 namespace parlen::test {
 namespace {
 
-using Identities = SimulatedHostTest;
+using Identities = HostTest;
 
 const std::string modelPrefix = "parlen-simulated-hardware-model:";
 const std::string identifierPrefix = "parlen-simulated-machine-identifier:";
