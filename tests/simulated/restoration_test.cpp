@@ -36,7 +36,7 @@ TEST(RestoreImage, IsNothingElse) {
 
 TEST(RestoreImage, IsNotLong) {
   const std::string image = R"({"simulatedRestoreImage":1})";
-  const std::string padding(simulated::longestRestoreImage - image.size(), ' ');
+  const std::string padding(simulated::maxRestoreImageSize - image.size(), ' ');
   EXPECT_TRUE(parseRestoreImage(image + padding));
   EXPECT_FALSE(parseRestoreImage(image + padding + " "));
 }

@@ -13,20 +13,19 @@ namespace {
 
 constexpr std::string_view hexDigits = "0123456789abcdef";
 constexpr std::size_t identifierLength = 32;
+constexpr std::string_view guestMark = "parlen-simulated-guest";
 
-/// What follows `prefix`, or nothing if the bytes begin with something else.
+/// The bytes after `prefix`, or nullopt if they do not begin with it.
 std::optional<std::string> afterPrefix(std::string_view bytes, std::string_view prefix) {
   if (!bytes.starts_with(prefix)) return std::nullopt;
   return std::string(bytes.substr(prefix.size()));
 }
 
-constexpr std::string_view guestMark = "parlen-simulated-guest";
-
 std::string storageContent(const HardwareModel& model) {
   return "parlen-simulated-auxiliary-storage:" + model.name();
 }
 
-/// The path of the disk that a guest is on.
+/// The path of the first disk, the one that the guest is on.
 platform::Result<std::string> diskPath(const platform::MachineConfiguration& configuration) {
   if (configuration.storageDevices.empty() || !configuration.storageDevices[0].attachment) {
     return error("the machine has no disk");

@@ -13,10 +13,10 @@
 
 namespace parlen::simulated {
 
-// What this host's handles hold. One process has one host, so that a handle that comes back is
-// always one of these.
+// The handles of the simulated host. A process has one host, so each handle that the program passes
+// back is one of these, and opened() may cast it.
 
-/// A guest's hardware: a name.
+/// A hardware model is a name, supported if the scenario lists it.
 class HardwareModel : public platform::HardwareModel {
  public:
   HardwareModel(std::shared_ptr<const World> world, std::string name)
@@ -30,7 +30,7 @@ class HardwareModel : public platform::HardwareModel {
   const std::string& name() const { return name_; }
 
   static constexpr std::string_view prefix = "parlen-simulated-hardware-model:";
-  /// A file that ends in a line feed was made by hand and is not what this host wrote.
+  /// Not empty and without line feeds: this host writes none, an editor adds one at the end.
   static bool isName(std::string_view text) {
     return !text.empty() && text.find('\n') == std::string_view::npos;
   }
@@ -40,7 +40,7 @@ class HardwareModel : public platform::HardwareModel {
   std::string name_;
 };
 
-/// A guest's identity: 32 hexadecimal digits.
+/// A machine identifier: 32 lower-case hexadecimal digits.
 class MachineIdentifier : public platform::MachineIdentifier {
  public:
   explicit MachineIdentifier(std::string digits) : digits_(std::move(digits)) {}
@@ -54,7 +54,7 @@ class MachineIdentifier : public platform::MachineIdentifier {
   std::string digits_;
 };
 
-/// A file of firmware variables.
+/// The path of a file of firmware variables, which is first read when the machine starts.
 class AuxiliaryStorage : public platform::AuxiliaryStorage {
  public:
   explicit AuxiliaryStorage(std::string path) : path_(std::move(path)) {}
@@ -66,7 +66,7 @@ class AuxiliaryStorage : public platform::AuxiliaryStorage {
 
 enum class DiskAccess { readOnly, readWrite };
 
-/// A raw image, opened for its guest.
+/// The path of a raw disk image, and what the guest may do with it.
 class DiskAttachment : public platform::DiskAttachment {
  public:
   DiskAttachment(std::string path, DiskAccess access) : path_(std::move(path)), access_(access) {}
@@ -78,7 +78,7 @@ class DiskAttachment : public platform::DiskAttachment {
   DiskAccess access_;
 };
 
-/// What is behind a handle of this host; null stays null.
+/// The simulated object behind a handle; null for null.
 inline const HardwareModel* opened(const std::shared_ptr<const platform::HardwareModel>& handle) {
   return static_cast<const HardwareModel*>(handle.get());
 }
@@ -94,6 +94,8 @@ inline const DiskAttachment* opened(const std::shared_ptr<const platform::DiskAt
   return static_cast<const DiskAttachment*>(handle.get());
 }
 
+/// Makes handles from the bytes of a bundle's files (null if this host did not write them), and new
+/// random ones.
 class Identities : public platform::GuestIdentities {
  public:
   explicit Identities(std::shared_ptr<const World> world) : world_(std::move(world)) {}
@@ -108,20 +110,20 @@ class Identities : public platform::GuestIdentities {
   std::shared_ptr<const World> world_;
 };
 
-/// Creates the storage of a guest of `model`. A file that is there already is an error.
+/// Creates the storage file for a guest of `model`. An error if something exists at `path`.
 platform::Result<> createAuxiliaryStorage(platform::Files& files, const std::string& path,
                                           const HardwareModel& model);
 
-/// Whether a machine with these files would start: its storage is its model's, its first disk has a
-/// guest on it.
+/// Checks that a machine with these files can start: the storage belongs to the hardware model, and
+/// the first disk has a guest on it.
 platform::Result<> checkGuestFiles(const platform::Files& files,
                                    const platform::MachineConfiguration& configuration);
 
-/// Whether the first disk is long enough for a guest.
+/// Checks that the first disk is long enough for a guest.
 platform::Result<> checkRoomForGuest(const platform::Files& files,
                                      const platform::MachineConfiguration& configuration);
 
-/// Puts a guest onto the first disk, whose other bytes and length stay.
+/// Writes a guest to the start of the first disk. The other bytes and the length do not change.
 platform::Result<> writeGuest(platform::Files& files,
                               const platform::MachineConfiguration& configuration);
 

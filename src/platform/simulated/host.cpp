@@ -27,7 +27,7 @@ class Capabilities : public platform::HostCapabilities {
   std::shared_ptr<const World> world_;
 };
 
-/// The parts are a pointer each, so there is nothing to be gained by making them later.
+/// Its parts are one pointer each, so they are all made at once.
 class Host : public platform::Host {
  public:
   explicit Host(const std::shared_ptr<World>& world)

@@ -16,11 +16,11 @@ platform::Result<> outcome(const OptionalError& error) {
 }
 
 template <class Number>
-platform::Result<> checkRange(std::string_view what, Number value, Number least, Number most) {
-  if (value >= least && value <= most) return {};
+platform::Result<> checkRange(std::string_view what, Number value, Number min, Number max) {
+  if (value >= min && value <= max) return {};
   return error("the " + std::string(what) + " " + std::to_string(value) +
-               " is not within this host's limits, " + std::to_string(least) + " to " +
-               std::to_string(most));
+               " is not within this host's limits, " + std::to_string(min) + " to " +
+               std::to_string(max));
 }
 
 platform::Result<> checkLimits(const HostScenario& host,
@@ -55,14 +55,16 @@ void Machine::start(platform::Completion done) {
   if (life_ != Life::unused) world_->unmodelled("a machine can be started only once");
   life_ = Life::alive;
   state_ = State::starting;
-  // Before the script: where both fall due at one time, what the program asked for comes first.
+  // Before the script, so that the start completes first where both are due at the same time.
   timers_.after(world_->scenario.machine.startMs,
                 [this, done = std::move(done)] { finishStart(done); });
-  for (const ScriptEntry& entry : world_->scenario.script) schedule(entry);
+  for (const ScriptEntry& entry : world_->scenario.script) {
+    timers_.after(entry.atMs, [this, &entry] { runScriptEntry(entry); });
+  }
 }
 
 void Machine::finishStart(const platform::Completion& done) {
-  // A machine that ended or is being stopped reports that end and no failed start beside it.
+  // Only one end is reported: after a stop or an end, the start never completes.
   if (!isAlive() || state_ == State::stopping) return;
   auto result = outcome(world_->scenario.machine.startError);
   if (result) result = checkFiles();
@@ -97,7 +99,7 @@ platform::Result<> Machine::requestStop() {
 
 void Machine::finishShutdown() {
   if (!isAlive()) return;
-  // A guest that does not execute cannot go on shutting down.
+  // A paused guest executes nothing. finishTransition() tries again after the resume.
   shutdownHeldUp_ = state_ == State::paused || state_ == State::resuming;
   if (shutdownHeldUp_) return;
   end(State::stopped);
@@ -117,7 +119,7 @@ void Machine::stop(platform::Completion done) {
 }
 
 void Machine::finishStop(const platform::Completion& done) {
-  // Only one end is reported: another hard stop or the guest itself was quicker.
+  // Only one end is reported: another hard stop, or the guest's own end, came first.
   if (!isAlive()) return;
   end(State::stopped);
   done(outcome(world_->scenario.machine.stopError));
@@ -154,7 +156,7 @@ void Machine::finishTransition(const Transition& transition, const platform::Com
     return;
   }
   const auto result = outcome(world_->scenario.machine.*transition.error);
-  // The error state stays whatever was under way when the machine entered it.
+  // A machine that entered the error state meanwhile stays in it.
   if (state_ == transition.through) state_ = result ? transition.to : transition.from;
   if (state_ == State::running && shutdownHeldUp_) {
     timers_.after(milliseconds(0), [this] { finishShutdown(); });
@@ -162,13 +164,9 @@ void Machine::finishTransition(const Transition& transition, const platform::Com
   done(result);
 }
 
-void Machine::schedule(const ScriptEntry& entry) {
-  timers_.after(entry.atMs, [this, &entry] { happen(entry); });
-}
-
-void Machine::happen(const ScriptEntry& entry) {
+void Machine::runScriptEntry(const ScriptEntry& entry) {
   if (!isAlive()) return;
-  // In answer to its user the program may end the machine and the host; the desktop outlasts that.
+  // In its answer to a click the program may destroy this machine and the host, but not the world.
   const std::shared_ptr<World> world = world_;
   switch (entry.event) {
     case ScriptEvent::guestStops:
@@ -227,7 +225,7 @@ platform::Result<std::shared_ptr<const platform::DiskAttachment>> MachineFactory
   }
   const auto access = readOnly ? DiskAccess::readOnly : DiskAccess::readWrite;
   if (access == DiskAccess::readWrite) {
-    // The guest's writes would fail one by one; the attachment says so before it starts.
+    // An empty write only checks that the file is writable.
     if (const auto writable = files.writeStart(path, ""); !writable) {
       return std::unexpected(writable.error());
     }
@@ -240,8 +238,7 @@ platform::Result<> MachineFactory::validate(const platform::MachineConfiguration
                        JsonMembers().add("configuration", describe(configuration)));
   auto limits = checkLimits(world_->scenario.host, configuration);
   if (!limits) return limits;
-  const OptionalError& error = world_->scenario.configuration.validateError;
-  return error ? platform::Result<>(std::unexpected(*error)) : platform::Result<>();
+  return outcome(world_->scenario.configuration.validateError);
 }
 
 std::unique_ptr<platform::VirtualMachine> MachineFactory::createMachine(

@@ -12,8 +12,8 @@
 
 namespace parlen::simulated {
 
-/// A machine without a guest in it: it goes through a guest's states as the scenario says, and
-/// tells of them. It lives once, from its start to its end; to start it again is not modelled.
+/// A machine that runs no guest: it goes through a machine's states as the scenario says. It can be
+/// started once; a second start aborts the process.
 class Machine : public platform::VirtualMachine {
  public:
   Machine(std::shared_ptr<World> world, platform::MachineConfiguration configuration);
@@ -32,7 +32,7 @@ class Machine : public platform::VirtualMachine {
   const platform::MachineConfiguration& configuration() const { return configuration_; }
   /// Whether an installer may use the machine: it was never started.
   bool isUnused() const { return life_ == Life::unused; }
-  /// From here on the machine is an installer's and cannot be started.
+  /// Reserves the machine for an installer: from now on a start aborts the process.
   void beginInstallation() { life_ = Life::installing; }
 
  private:
@@ -46,8 +46,7 @@ class Machine : public platform::VirtualMachine {
   void runTransition(const Transition& transition, platform::Completion done);
   void finishTransition(const Transition& transition, const platform::Completion& done);
   void finishShutdown();
-  void schedule(const ScriptEntry& entry);
-  void happen(const ScriptEntry& entry);
+  void runScriptEntry(const ScriptEntry& entry);
   void end(State state);
   bool isAlive() const { return life_ == Life::alive; }
 
@@ -56,10 +55,11 @@ class Machine : public platform::VirtualMachine {
   platform::VirtualMachineDelegate* delegate_ = nullptr;
   State state_ = State::stopped;
   Life life_ = Life::unused;
-  bool shutdownHeldUp_ = false;  // it fell due while the guest was paused
-  Timers timers_;                // last: no work of the machine outlives its other members
+  bool shutdownHeldUp_ = false;  // fell due while the guest was paused or resuming
+  Timers timers_;                // last: cancelled before the other members are destroyed
 };
 
+/// Opens the files of a machine, checks its configuration against the scenario's limits, makes it.
 class MachineFactory : public platform::MachineFactory {
  public:
   explicit MachineFactory(std::shared_ptr<World> world) : world_(std::move(world)) {}

@@ -16,38 +16,38 @@
 namespace parlen::simulated {
 namespace {
 
-struct Written {
+struct ImageFile {
   std::int64_t simulatedRestoreImage = 0;
   RestoreImageContent content;
 };
 
 template <auto pointer>
-Checked intoContent(const Field& field, Written& target) {
+Checked intoContent(const Field& field, ImageFile& target) {
   return read(field, target.content.*pointer);
 }
 
-Checked readMinimumCPUCount(const Field& field, Written& target) {
+Checked readMinimumCPUCount(const Field& field, ImageFile& target) {
   return readCount(field, target.content.minimumCPUCount);
 }
 
 }  // namespace
 
 std::expected<RestoreImageContent, std::string> parseRestoreImage(std::string_view bytes) {
-  static constexpr auto table = std::to_array<Member<Written>>({
-      {"simulatedRestoreImage", into<&Written::simulatedRestoreImage>},
+  static constexpr auto table = std::to_array<Member<ImageFile>>({
+      {"simulatedRestoreImage", into<&ImageFile::simulatedRestoreImage>},
       {"hardwareModel", intoContent<&RestoreImageContent::hardwareModel>},
       {"minimumCPUCount", readMinimumCPUCount},
       {"minimumMemorySize", intoContent<&RestoreImageContent::minimumMemorySize>},
   });
-  if (bytes.size() > longestRestoreImage) return std::unexpected("it is too long");
+  if (bytes.size() > maxRestoreImageSize) return std::unexpected("it is too long");
   const auto json = text::parseJson(bytes);
   if (!json) return std::unexpected("not JSON: " + text::describe(json.error()));
-  Written written;
-  if (Checked checked = readMembers<Written>({*json, ""}, table, written); !checked) {
+  ImageFile file;
+  if (Checked checked = readMembers<ImageFile>({*json, ""}, table, file); !checked) {
     return std::unexpected(checked.error());
   }
-  if (written.simulatedRestoreImage != 1) return std::unexpected("simulatedRestoreImage must be 1");
-  return written.content;
+  if (file.simulatedRestoreImage != 1) return std::unexpected("simulatedRestoreImage must be 1");
+  return file.content;
 }
 
 namespace {
@@ -79,7 +79,7 @@ platform::Result<std::shared_ptr<const platform::RestoreImage>> load(
   if (const OptionalError& error = world->scenario.restoreImage.error) {
     return std::unexpected(*error);
   }
-  const auto bytes = world->system.files().readStart(path, longestRestoreImage + 1);
+  const auto bytes = world->system.files().readStart(path, maxRestoreImageSize + 1);
   if (!bytes) return std::unexpected(bytes.error());
   auto content = parseRestoreImage(*bytes);
   if (!content) {
@@ -101,8 +101,7 @@ class Installer : public platform::Installer {
  private:
   class Observation;
 
-  /// Reports the fraction `next` of the scenario's list after a pause, or, behind the last one,
-  /// how the installation ended.
+  /// After the scenario's pause, reports its fraction `next`, or completes if there is none.
   void advance(std::size_t next, platform::Completion done);
   void report(double fraction);
   platform::Result<> finish();
@@ -115,7 +114,8 @@ class Installer : public platform::Installer {
   Timers timers_;
 };
 
-/// Owns the observer's function; the installer only knows where it is.
+/// Owns the observer's callback. The installer has a weak pointer to it, so that destroying the
+/// observation ends it.
 class Installer::Observation : public platform::ProgressObservation {
  public:
   explicit Observation(std::shared_ptr<std::function<void()>> changed)
@@ -125,7 +125,7 @@ class Installer::Observation : public platform::ProgressObservation {
   std::shared_ptr<std::function<void()>> changed_;
 };
 
-/// The first of the fractions is the value before the installation.
+/// The first fraction is the value before the installation starts.
 double initialFraction(const std::vector<double>& progress) {
   return progress.empty() ? 0 : progress.front();
 }
@@ -163,7 +163,7 @@ void Installer::advance(std::size_t next, platform::Completion done) {
 }
 
 void Installer::report(double fraction) {
-  // An observation is of changes: a fraction that is repeated is none.
+  // Only changes are observed.
   if (fraction == std::exchange(fraction_, fraction)) return;
   if (const auto observer = observer_.lock()) (*observer)();
 }

@@ -13,7 +13,7 @@
 
 namespace parlen::simulated {
 
-/// What a restore image of this host says.
+/// The content of a restore image of this host.
 struct RestoreImageContent {
   std::optional<std::string> hardwareModel;
   std::int64_t minimumCPUCount = 1;
@@ -21,12 +21,13 @@ struct RestoreImageContent {
   friend bool operator==(const RestoreImageContent&, const RestoreImageContent&) = default;
 };
 
-/// More bytes than this are no restore image.
-inline constexpr std::size_t longestRestoreImage = 65536;
+/// A longer file is not a restore image. Bytes.
+inline constexpr std::size_t maxRestoreImageSize = 65536;
 
-/// The error says what is wrong with the bytes.
+/// Parses a restore image. The error says what is wrong with it.
 std::expected<RestoreImageContent, std::string> parseRestoreImage(std::string_view bytes);
 
+/// Loads restore images and makes installers for them, as slow and as faulty as the scenario says.
 class Restoration : public platform::Restoration {
  public:
   explicit Restoration(std::shared_ptr<World> world) : world_(std::move(world)) {}

@@ -13,22 +13,22 @@
 namespace parlen::simulated {
 namespace {
 
-enum class Carries { nothing, error };
+enum class ErrorMember { notAllowed, optional };
 
 struct EventWord {
   std::string_view word;
   ScriptEvent event;
-  Carries carries;
+  ErrorMember errorMember;
 };
 
 constexpr auto eventWords = std::to_array<EventWord>({
-    {"guest-stops", ScriptEvent::guestStops, Carries::nothing},
-    {"stops-with-error", ScriptEvent::stopsWithError, Carries::error},
-    {"network-disconnects", ScriptEvent::networkDisconnects, Carries::error},
-    {"enters-error-state", ScriptEvent::entersErrorState, Carries::nothing},
-    {"clicks-later", ScriptEvent::clicksLater, Carries::nothing},
-    {"clicks-done", ScriptEvent::clicksDone, Carries::nothing},
-    {"closes-window", ScriptEvent::closesWindow, Carries::nothing},
+    {"guest-stops", ScriptEvent::guestStops, ErrorMember::notAllowed},
+    {"stops-with-error", ScriptEvent::stopsWithError, ErrorMember::optional},
+    {"network-disconnects", ScriptEvent::networkDisconnects, ErrorMember::optional},
+    {"enters-error-state", ScriptEvent::entersErrorState, ErrorMember::notAllowed},
+    {"clicks-later", ScriptEvent::clicksLater, ErrorMember::notAllowed},
+    {"clicks-done", ScriptEvent::clicksDone, ErrorMember::notAllowed},
+    {"closes-window", ScriptEvent::closesWindow, ErrorMember::notAllowed},
 });
 
 std::string allEventWords() {
@@ -42,10 +42,10 @@ std::string allEventWords() {
 
 }  // namespace
 
-// The readers of the scenario's structs: their tables' rows find them as they find those of the
-// plain types. Each table is the whole list of what its object may have.
+// One reader per struct; into<> finds them by argument-dependent lookup, as it finds those of the
+// plain types. A table lists all members that its object may have.
 
-/// What the object leaves out is what the default error says.
+/// Members that the object leaves out are those of the default error.
 static Checked read(const Field& field, platform::PlatformError& target) {
   using Error = platform::PlatformError;
   static constexpr auto table = std::to_array<Member<Error>>({
@@ -119,7 +119,7 @@ static Checked readVisibleFrame(const Field& field, std::optional<platform::Rect
   }
   std::vector<double> numbers;
   if (!read(field, numbers) || numbers.size() != 4) {
-    return refuse(field, "must be the four numbers [x, y, width, height], or null");
+    return fail(field, "must be the four numbers [x, y, width, height], or null");
   }
   target = platform::Rect{numbers[0], numbers[1], numbers[2], numbers[3]};
   return {};
@@ -149,7 +149,7 @@ static Checked read(const Field& field, ScriptEvent& target) {
   if (Checked checked = read(field, word); !checked) return checked;
   const auto row = std::ranges::find(eventWords, word, &EventWord::word);
   if (row == eventWords.end()) {
-    return refuse(field, "is '" + word + "' and must be one of: " + allEventWords());
+    return fail(field, "is '" + word + "' and must be one of: " + allEventWords());
   }
   target = row->event;
   return {};
@@ -164,13 +164,13 @@ static Checked read(const Field& field, ScriptEntry& target) {
   if (Checked checked = readMembers<ScriptEntry>(field, table, target); !checked) return checked;
   for (const std::string_view needed : {"atMs", "event"}) {
     if (field.value.find(needed) == nullptr) {
-      return refuse(field.member(needed, field.value), "is missing");
+      return fail(field.member(needed, field.value), "is missing");
     }
   }
   const auto row = std::ranges::find(eventWords, target.event, &EventWord::event);
-  if (row->carries == Carries::nothing && field.value.find("error") != nullptr) {
-    return refuse(field.member("error", field.value),
-                  "does not go with the event '" + std::string(row->word) + "'");
+  if (row->errorMember == ErrorMember::notAllowed && field.value.find("error") != nullptr) {
+    return fail(field.member("error", field.value),
+                "does not go with the event '" + std::string(row->word) + "'");
   }
   return {};
 }

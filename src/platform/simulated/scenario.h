@@ -16,13 +16,13 @@ namespace parlen::simulated {
 /// The domain of the host's own errors, and of those in a scenario that name none.
 inline constexpr std::string_view errorDomain = "ParlenSimulatedErrorDomain";
 
-/// What an error of a scenario is where it says nothing else.
+/// What a scenario's error is by default.
 inline platform::PlatformError defaultError() {
   return {std::string(errorDomain), 1, "simulated failure"};
 }
 
 using std::chrono::milliseconds;
-using OptionalError = std::optional<platform::PlatformError>;  // nothing: it works
+using OptionalError = std::optional<platform::PlatformError>;  // nullopt: success
 
 struct HostScenario {
   bool supported = true;
@@ -53,10 +53,10 @@ struct ConfigurationScenario {
 struct MachineScenario {
   milliseconds startMs{0};
   OptionalError startError;
-  std::optional<bool> canRequestStop;  // nothing: by state
+  std::optional<bool> canRequestStop;  // nullopt: by state
   OptionalError requestStopError;
-  std::optional<milliseconds> shutdownMs = milliseconds(0);  // nothing: never
-  std::optional<milliseconds> stopMs = milliseconds(0);      // nothing: never
+  std::optional<milliseconds> shutdownMs = milliseconds(0);  // nullopt: never
+  std::optional<milliseconds> stopMs = milliseconds(0);      // nullopt: never
   OptionalError stopError;
   milliseconds pauseMs{0};
   OptionalError pauseError;
@@ -64,7 +64,9 @@ struct MachineScenario {
   OptionalError resumeError;
 };
 
-/// The machine view's subtree.
+inline constexpr std::string_view defaultViewName = "machine-view";
+
+/// A view and its subviews; the outermost one is the machine view.
 struct ViewScenario {
   std::string name;
   bool acceptsFirstResponder = true;
@@ -73,10 +75,10 @@ struct ViewScenario {
 
 struct WindowScenario {
   std::optional<platform::Rect> visibleFrame =
-      platform::Rect{0, 0, 1440, 875};  // nothing: no screen
+      platform::Rect{0, 0, 1440, 875};  // nullopt: no screen
   double chrome = 28;
   std::vector<std::uint16_t> unbuildableKeyCodes;
-  ViewScenario views = {"machine-view", true, {}};
+  ViewScenario views = {std::string(defaultViewName), true, {}};
 };
 
 enum class ScriptEvent {
@@ -92,10 +94,10 @@ enum class ScriptEvent {
 struct ScriptEntry {
   milliseconds atMs{0};  // from the call that starts the machine
   ScriptEvent event = ScriptEvent::guestStops;
-  platform::PlatformError error = defaultError();  // of the events that carry one
+  platform::PlatformError error = defaultError();  // used by stopsWithError and networkDisconnects
 };
 
-/// What the simulated host shall do: every member of a scenario file, each with its default.
+/// The members of a scenario file with their defaults. docs/simulated-host.md describes them.
 struct Scenario {
   HostScenario host;
   RestoreImageScenario restoreImage;
@@ -106,8 +108,8 @@ struct Scenario {
   std::vector<ScriptEntry> script;
 };
 
-/// Reads a scenario file's bytes. Nothing that is misspelt or of the wrong type passes; the error
-/// names the member by its path ("machine.startMs must be …", "unknown member 'machine.start'").
+/// Parses a scenario file. An unknown member or a value of the wrong type is an error, which names
+/// the member by its path ("machine.startMs must be …", "unknown member 'machine.start'").
 std::expected<Scenario, std::string> parseScenario(std::string_view bytes);
 
 }  // namespace parlen::simulated

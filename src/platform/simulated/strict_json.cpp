@@ -5,13 +5,13 @@
 namespace parlen::simulated {
 namespace {
 
-/// About 31 years. A time added to the clock must stay within 64 bits of nanoseconds.
-constexpr std::int64_t longestMilliseconds = 1'000'000'000'000;
+/// About 31 years. The clock plus a time must fit into 64 bits of nanoseconds.
+constexpr std::int64_t maxMilliseconds = 1'000'000'000'000;
 
-/// Gives `target` what the value's accessor found.
+/// Stores what the value's accessor found, or fails with `problem` if it found nothing.
 template <class Found, class Target>
 Checked take(const Field& field, const Found& found, Target& target, std::string_view problem) {
-  if (!found) return refuse(field, problem);
+  if (!found) return fail(field, problem);
   target = static_cast<Target>(*found);
   return {};
 }
@@ -26,7 +26,7 @@ Field Field::element(std::size_t index, const text::JsonValue& of) const {
   return {of, path + "[" + std::to_string(index) + "]"};
 }
 
-std::unexpected<std::string> refuse(const Field& field, std::string_view problem) {
+std::unexpected<std::string> fail(const Field& field, std::string_view problem) {
   const std::string subject = field.path.empty() ? "the document" : field.path;
   return std::unexpected(subject + " " + std::string(problem));
 }
@@ -46,8 +46,8 @@ Checked read(const Field& field, std::uint64_t& target) {
 
 Checked read(const Field& field, std::uint16_t& target) {
   auto number = field.value.asInt64();
-  constexpr std::int64_t largest = std::numeric_limits<std::uint16_t>::max();
-  if (number && (*number < 0 || *number > largest)) number.reset();
+  constexpr std::int64_t max = std::numeric_limits<std::uint16_t>::max();
+  if (number && (*number < 0 || *number > max)) number.reset();
   return take(field, number, target, "must be a whole number from 0 to 65535");
 }
 
@@ -57,15 +57,15 @@ Checked read(const Field& field, double& target) {
 
 Checked read(const Field& field, std::string& target) {
   const std::string* text = field.value.asString();
-  if (text == nullptr) return refuse(field, "must be a string");
+  if (text == nullptr) return fail(field, "must be a string");
   target = *text;
   return {};
 }
 
 Checked read(const Field& field, std::chrono::milliseconds& target) {
   const auto number = field.value.asInt64();
-  if (!number || *number < 0) return refuse(field, "must be a whole number of milliseconds");
-  if (*number > longestMilliseconds) return refuse(field, "must be at most 1000000000000");
+  if (!number || *number < 0) return fail(field, "must be a whole number of milliseconds");
+  if (*number > maxMilliseconds) return fail(field, "must be at most 1000000000000");
   target = std::chrono::milliseconds(*number);
   return {};
 }

@@ -12,12 +12,12 @@
 
 #include "text/json_value.h"
 
-// Reading JSON into structs by tables: one row per member, each with its type's own check. What no
-// table knows is an error, and every error names the member by its path from the root.
+// Reads JSON into structs by tables with one row per member. Each type has its own check, and a
+// member without a row is an error. Every error names the member by its path from the root.
 
 namespace parlen::simulated {
 
-/// A value and where it stands ("machine.startMs", "script[2]"; empty for the root).
+/// A value and its path ("machine.startMs", "script[2]"; empty for the root).
 struct Field {
   const text::JsonValue& value;
   std::string path;
@@ -28,10 +28,10 @@ struct Field {
 
 using Checked = std::expected<void, std::string>;
 
-/// "<path> <problem>".
-std::unexpected<std::string> refuse(const Field& field, std::string_view problem);
+/// The error "<path> <problem>"; the path of the root is "the document".
+std::unexpected<std::string> fail(const Field& field, std::string_view problem);
 
-// One reader per type; each leaves its target alone if the value is refused.
+// One reader per type. After an error the target is as it was.
 Checked read(const Field& field, bool& target);
 Checked read(const Field& field, std::int64_t& target);
 Checked read(const Field& field, std::uint64_t& target);
@@ -39,13 +39,13 @@ Checked read(const Field& field, std::uint16_t& target);
 Checked read(const Field& field, double& target);
 Checked read(const Field& field, std::string& target);
 Checked read(const Field& field, std::chrono::milliseconds& target);
-/// Null is the nothing that a time may be.
+/// A time, or null for nullopt.
 Checked read(const Field& field, std::optional<std::chrono::milliseconds>& target);
 
-/// A whole number that is not negative.
+/// An integer that is not negative.
 Checked readCount(const Field& field, std::int64_t& target);
 
-/// A member that is left out is nothing; null is not accepted for it.
+/// nullopt stands for a member that is left out; null is an error.
 template <class Value>
 Checked read(const Field& field, std::optional<Value>& target) {
   Value value{};
@@ -54,10 +54,11 @@ Checked read(const Field& field, std::optional<Value>& target) {
   return checked;
 }
 
+/// After an error the target holds the elements up to the wrong one.
 template <class Value>
 Checked read(const Field& field, std::vector<Value>& target) {
   const text::JsonArray* array = field.value.asArray();
-  if (array == nullptr) return refuse(field, "must be a list");
+  if (array == nullptr) return fail(field, "must be a list");
   target.clear();
   for (const text::JsonValue& element : *array) {
     Value& value = target.emplace_back();
@@ -67,30 +68,30 @@ Checked read(const Field& field, std::vector<Value>& target) {
   return {};
 }
 
-/// One row of an object's table.
+/// One row of an object's table. `read` reads the member into the struct.
 template <class Owner>
 struct Member {
   std::string_view name;
   Checked (*read)(const Field&, Owner&);
 };
 
-/// The row's reader for a member of a struct: the one that its type has.
+/// A row's reader: calls the reader of the data member's type.
 template <auto pointer, class Owner>
 Checked into(const Field& field, Owner& owner) {
   return read(field, owner.*pointer);
 }
 
-/// Likewise, for a member whose type does not say enough.
+/// Likewise, with a reader of its own.
 template <auto pointer, auto reader, class Owner>
 Checked intoBy(const Field& field, Owner& owner) {
   return reader(field, owner.*pointer);
 }
 
-/// Reads every member that the object has; what it leaves out keeps its value.
+/// Reads all members of the object. Those that it leaves out keep their values in `owner`.
 template <class Owner>
 Checked readMembers(const Field& field, std::span<const Member<Owner>> table, Owner& owner) {
   const text::JsonObject* object = field.value.asObject();
-  if (object == nullptr) return refuse(field, "must be an object");
+  if (object == nullptr) return fail(field, "must be an object");
   for (const auto& [name, value] : *object) {
     const Field member = field.member(name, value);
     const auto row = std::ranges::find(table, name, &Member<Owner>::name);

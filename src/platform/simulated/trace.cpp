@@ -120,7 +120,7 @@ void addIdentity(JsonMembers& members, const platform::MachineConfiguration& con
       .add("bootLoader", boots ? quoted("macos") : "null");
 }
 
-/// Milliseconds with three decimals, cut off.
+/// Truncated to three decimals.
 std::string inMilliseconds(std::chrono::nanoseconds time) {
   const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
   const std::string decimals = std::to_string(microseconds % 1000);
@@ -158,16 +158,16 @@ JsonMembers describe(const platform::MachineConfiguration& configuration) {
   const auto displays = [](const platform::GraphicsDevice& device) {
     return jsonArray(device.displays, display);
   };
-  // These lists have one kind of device each, so an element has one name.
+  // The devices of each of these lists are of one kind, so they have one name.
   const auto named = [](std::string_view name) { return [name](auto) { return quoted(name); }; };
   JsonMembers members;
   addIdentity(members, configuration);
-  members.add("cpuCount", std::to_string(configuration.cpuCount))
-      .add("memorySize", std::to_string(configuration.memorySize))
+  members.addInteger("cpuCount", configuration.cpuCount)
+      .addInteger("memorySize", configuration.memorySize)
       .add("displays", jsonArray(configuration.graphicsDevices, displays))
       .add("storageDevices", jsonArray(configuration.storageDevices, storageDevice))
       .add("networkDevices", jsonArray(configuration.networkDevices, networkDevice))
-      .add("entropyDevices", std::to_string(configuration.entropyDevices.size()))
+      .addInteger("entropyDevices", configuration.entropyDevices.size())
       .add("keyboards", jsonArray(configuration.keyboards, named("usb")))
       .add("pointingDevices",
            jsonArray(configuration.pointingDevices, named("usb-screen-coordinate")))

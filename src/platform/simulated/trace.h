@@ -18,21 +18,21 @@
 
 namespace parlen::simulated {
 
-/// The JSON literal for a text; what is not UTF-8 in it (a path may hold any bytes) is replaced.
+/// The JSON string for a text. Bytes that are not UTF-8 (a path may have some) become U+FFFD.
 inline std::string quoted(std::string_view text) {
   return *text::quoteJson(text::repairUtf8(text));
 }
 
-/// The shortest JSON number that reads back as `value`; null for what JSON has no number for.
+/// The shortest JSON number that parses to `value`; "null" if it is infinite or not a number.
 inline std::string number(double value) {
-  // Adding zero turns a zero with a minus sign into the plain one.
+  // Adding 0.0 turns -0.0 into 0.0.
   return text::writeCompactSorted(value + 0.0).value_or("null");
 }
 
-/// A JSON object whose members keep the order in which they were added, without blanks.
+/// Builds a JSON object without spaces. Its members keep the order in which they were added.
 class JsonMembers {
  public:
-  /// `json` is written as it stands.
+  /// `json` is a JSON value, copied unchanged.
   JsonMembers& add(std::string_view name, std::string_view json) {
     if (!members_.empty()) members_ += ',';
     members_ += quoted(name);
@@ -52,7 +52,7 @@ class JsonMembers {
   JsonMembers& addInteger(std::string_view name, std::integral auto value) {
     return add(name, std::to_string(value));
   }
-  /// Without needless decimals: 28, 28.5.
+  /// Written with as few digits as possible: 28, 28.5.
   JsonMembers& addNumber(std::string_view name, double value) { return add(name, number(value)); }
   JsonMembers& addAll(const JsonMembers& others) {
     if (!members_.empty() && !others.members_.empty()) members_ += ',';
@@ -65,7 +65,7 @@ class JsonMembers {
   std::string members_;
 };
 
-/// The JSON array of what `toJson` makes of each element.
+/// The JSON array of `toJson(element)` for each element.
 template <class Range, class ToJson>
 std::string jsonArray(const Range& range, ToJson toJson) {
   std::string array = "[";
@@ -76,24 +76,24 @@ std::string jsonArray(const Range& range, ToJson toJson) {
   return array + "]";
 }
 
-// Geometry as the trace's lines have it: lists of numbers.
+// Geometry as JSON arrays: [x,y], [width,height], [x,y,width,height].
 std::string list(const platform::Point& point);
 std::string list(const platform::Size& size);
 std::string list(const platform::Rect& rect);
 
-/// The bar as a tree: every property that the program set, and no other.
+/// The bar's tree of views with the properties that the program set.
 JsonMembers describe(const platform::BarStack& bar);
 
-/// The whole configuration as the trace shows it; a part that is not there is null.
+/// All of a machine's configuration. A missing part is null.
 JsonMembers describe(const platform::MachineConfiguration& configuration);
 
-/// Everything that the program said about the event.
+/// All of a key event's details.
 JsonMembers describe(const platform::KeyEventDetails& details);
 
-/// Tells an observer which calls the program made, one JSON line each, at the moment of the call.
+/// The trace file: one JSON line per call of the program, written at the moment of the call.
 class Trace {
  public:
-  /// `file` may be null: no trace. Times count from `start` on the loop's clock.
+  /// Without a `file` (null) nothing is recorded. Times count from `start` on the loop's clock.
   Trace(platform::EventLoop& loop, std::chrono::nanoseconds start,
         std::unique_ptr<platform::AppendingFile> file);
 

@@ -9,7 +9,7 @@ std::string nameOrNull(const std::shared_ptr<MachineView>& view) {
   return view ? quoted(view->name()) : "null";
 }
 
-/// The stack's first button with this title, the stacks within it included; null if there is none.
+/// The first button with this title in the stack and the stacks in it, or null.
 const platform::BarButton* findButton(const platform::BarStack& stack, std::string_view title) {
   for (const platform::BarView& view : stack.views) {
     const auto* button = std::get_if<platform::BarButton>(&view);
@@ -39,7 +39,7 @@ Window::Window(std::shared_ptr<World> world, const platform::WindowOptions& opti
 }
 
 Window::~Window() {
-  world_->desktop.takeAway(this);
+  world_->desktop.remove(this);
   removeContentView();
 }
 
@@ -123,14 +123,14 @@ void Window::setContentAspectRatio(const platform::Size& ratio) {
 void Window::makeKeyAndOrderFront() {
   record("window.makeKeyAndOrderFront");
   world_->desktop.bringToFront(*this);
-  // The initial one counts for the first time only, and yields to a choice that was made before.
+  // The initial first responder counts once, and only if none was chosen before.
   const bool isFirst = !std::exchange(wasShown_, true);
   if (isFirst && !firstResponder_ && initialFirstResponder_ == contentView_) focus(contentView_);
 }
 
 void Window::orderOut() {
   record("window.orderOut");
-  world_->desktop.takeAway(this);
+  world_->desktop.remove(this);
 }
 
 bool Window::firstResponderIsMachineView() const {
@@ -163,7 +163,7 @@ std::string Window::nameOf(const platform::View& view) const {
 }
 
 void Window::focus(std::shared_ptr<platform::View> view) {
-  // A view that takes no keys leaves them where they went before.
+  // If the view does not accept it, the first responder stays.
   if (view && view->acceptsFirstResponder()) firstResponder_ = std::move(view);
 }
 

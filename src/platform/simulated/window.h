@@ -14,15 +14,13 @@
 
 namespace parlen::simulated {
 
-inline constexpr std::string_view unnamedView = "machine-view";
-
-/// A view as the scenario describes it, with the tree below it. `Promise` is what it is to the
-/// program.
-template <class Promise>
-class ViewOf : public Promise {
+/// A view of the scenario and its subviews. `Interface` is the platform interface that it
+/// implements.
+template <class Interface>
+class ViewOf : public Interface {
  public:
   explicit ViewOf(const ViewScenario& scenario)
-      : name_(scenario.name.empty() ? unnamedView : scenario.name),
+      : name_(scenario.name.empty() ? defaultViewName : scenario.name),
         acceptsFirstResponder_(scenario.acceptsFirstResponder) {
     for (const ViewScenario& subview : scenario.subviews) {
       subviews_.push_back(std::make_shared<ViewOf<platform::View>>(subview));
@@ -35,7 +33,7 @@ class ViewOf : public Promise {
   }
 
   const std::string& name() const { return name_; }
-  /// The name of a view of this tree; null for any other view.
+  /// The name of `view` if it is this view or below it, else null.
   const std::string* nameOf(const platform::View& view) const {
     if (&view == this) return &name_;
     for (const auto& subview : subviews_) {
@@ -52,13 +50,13 @@ class ViewOf : public Promise {
 
 class Window;
 
-/// The view of a machine that has nothing to show.
+/// A machine's view, which shows nothing.
 class MachineView : public ViewOf<platform::MachineView> {
  public:
   using ViewOf::ViewOf;
 
   platform::Window* window() const override;
-  /// Called by the windows themselves as the view comes and goes; null: it is in none.
+  /// Called by Window only. Null: the view is in no window.
   void moveTo(Window* window) { window_ = window; }
   Window* holder() const { return window_; }
 
@@ -66,12 +64,12 @@ class MachineView : public ViewOf<platform::MachineView> {
   Window* window_ = nullptr;
 };
 
-/// What is behind a view that this host made; null stays null.
+/// The simulated object behind a view; null for null.
 inline std::shared_ptr<MachineView> opened(const std::shared_ptr<platform::MachineView>& view) {
   return std::static_pointer_cast<MachineView>(view);
 }
 
-/// A window that nobody sees: it knows where it would be and who in it would get the keys.
+/// A window that is not drawn: it has a frame, an order on screen and a first responder.
 class Window : public platform::Window {
  public:
   Window(std::shared_ptr<World> world, const platform::WindowOptions& options);
@@ -103,10 +101,10 @@ class Window : public platform::Window {
   void makeFirstResponder(const std::shared_ptr<platform::View>& view) override;
   std::string firstResponderDescription() const override;
 
-  // What a user finds.
+  // For the user: see Desktop.
   bool hasCloseButton() const { return (styleMask_ & platform::windowClosable) != 0; }
   platform::WindowDelegate* delegate() const { return delegate_; }
-  /// What the bars' first button with this title does; empty if there is none.
+  /// The action of the first button with this title in the bars; empty if there is none.
   std::function<void()> buttonAction(std::string_view title) const;
 
  private:
@@ -127,7 +125,7 @@ class Window : public platform::Window {
   std::shared_ptr<platform::View> firstResponder_;  // in the content view's tree
 };
 
-/// A key event that is what was asked for.
+/// A key event: the details that it was made of.
 class KeyEvent : public platform::KeyEvent {
  public:
   explicit KeyEvent(platform::KeyEventDetails details) : details_(std::move(details)) {}

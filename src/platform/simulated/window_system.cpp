@@ -100,7 +100,7 @@ std::unique_ptr<platform::KeyEvent> WindowSystem::keyEvent(
 }
 
 void WindowSystem::sendEvent(const platform::KeyEvent& event) {
-  // No guest is behind the key window's first responder: the keys arrive in the trace alone.
+  // No guest takes the keys: they are only traced.
   world_->trace.record("application.sendEvent",
                        describe(static_cast<const KeyEvent&>(event).details()));
 }

@@ -11,6 +11,7 @@
 
 namespace parlen::simulated {
 
+/// The application's calls; run() serves the main queue.
 class Application : public platform::Application {
  public:
   explicit Application(std::shared_ptr<World> world) : world_(std::move(world)) {}
@@ -23,7 +24,8 @@ class Application : public platform::Application {
   std::shared_ptr<World> world_;
 };
 
-/// A desktop with one screen, or none, and a user who does what the scenario's script says.
+/// A window system with one screen or none. The script's user acts on its windows by way of
+/// Desktop.
 class WindowSystem : public platform::WindowSystem {
  public:
   explicit WindowSystem(std::shared_ptr<World> world) : world_(std::move(world)) {}

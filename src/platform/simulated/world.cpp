@@ -8,34 +8,34 @@
 namespace parlen::simulated {
 
 void Desktop::bringToFront(Window& window) {
-  takeAway(&window);
+  remove(&window);
   fromBackToFront_.push_back(&window);
 }
 
-void Desktop::takeAway(const Window* window) { std::erase(fromBackToFront_, window); }
+void Desktop::remove(const Window* window) { std::erase(fromBackToFront_, window); }
 
 bool Desktop::shows(const Window& window) const {
   return std::ranges::find(fromBackToFront_, &window) != fromBackToFront_.end();
 }
 
-Window* Desktop::windowInSight() const {
+Window* Desktop::frontWindow() const {
   if (fromBackToFront_.empty()) return nullptr;
   Window* front = fromBackToFront_.back();
   return front->screenVisibleFrame() ? front : nullptr;
 }
 
 void Desktop::click(std::string_view title) {
-  const Window* window = windowInSight();
+  const Window* window = frontWindow();
   if (window == nullptr) return;
-  // A copy: the program may replace the button, or the window, in its answer.
+  // A copy, because the action may destroy the button or the window.
   if (const auto pressed = window->buttonAction(title)) pressed();
 }
 
 void Desktop::closeWindow() {
-  const Window* window = windowInSight();
+  const Window* window = frontWindow();
   if (window == nullptr || !window->hasCloseButton()) return;
   platform::WindowDelegate* delegate = window->delegate();
-  if (delegate == nullptr || delegate->windowShouldClose()) takeAway(window);
+  if (delegate == nullptr || delegate->windowShouldClose()) remove(window);
 }
 
 void World::unmodelled(std::string_view what) const {

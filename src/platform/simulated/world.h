@@ -24,47 +24,48 @@ inline std::unexpected<platform::PlatformError> error(std::string sentence) {
 
 class Window;
 
-/// What the windows of a host share: their order on the screen, and the user in front of it.
+/// The windows on screen in their order, and the user who acts on them.
 class Desktop {
  public:
   std::int64_t nextWindowNumber() { return ++lastWindowNumber_; }
 
   void bringToFront(Window& window);
-  /// `window` may be gone already: only its address is looked at.
-  void takeAway(const Window* window);
+  /// Only compares the address: `window` may have been destroyed.
+  void remove(const Window* window);
   bool shows(const Window& window) const;
 
-  // What a user does is not a call of the program's, so none of it is traced. The user sees the
-  // frontmost window; nothing happens while there is none, or no screen.
+  // What the user does. It is not a call of the program, so it is not traced. It goes to the
+  // frontmost window; without a window or a screen it does nothing.
 
   /// Presses the button with this title, if the window has one.
   void click(std::string_view title);
-  /// Uses the close button.
+  /// Presses the close button. Without a delegate, or if it agrees, the window leaves the screen.
   void closeWindow();
 
   bool hasMainMenu = false;
 
  private:
-  Window* windowInSight() const;
+  /// The frontmost window, or null if there is none or no screen.
+  Window* frontWindow() const;
 
   std::vector<Window*> fromBackToFront_;
   std::int64_t lastWindowNumber_ = 0;
 };
 
-/// What every part of the host shares. Shared, because handles and queued work may outlive the
-/// host; the system outlives all.
+/// What all parts of the host share. Held by shared_ptr, because handles and queued work may
+/// outlive the host. `system` must outlive the world.
 struct World {
   platform::System& system;
   Scenario scenario;
   Trace trace;
   Desktop desktop = {};
 
-  /// Says on standard error what the program did that this host has no answer to, and aborts.
+  /// For a call that is a mistake in the program: writes `what` to standard error and aborts.
   [[noreturn]] void unmodelled(std::string_view what) const;
 };
 
-/// Delayed work of one object: what has not run by the time of the object's end never does. The
-/// object may be destroyed by its own work, which then touches it no more.
+/// Delayed work of the object that has this member: what has not run when it is destroyed never
+/// does. The work may destroy the object, and must not touch it afterwards.
 class Timers {
  public:
   explicit Timers(platform::EventLoop& loop) : loop_(loop) {}
