@@ -30,7 +30,7 @@ class HostTest : public ::testing::Test {
   void write(const std::string& name, const std::string& bytes);
   std::string read(const std::string& name);
   std::string path(const std::string& name) { return directory_ / name; }
-  /// All that was traced so far.
+  /// The bytes of the trace file.
   std::string trace() { return read("trace"); }
   long long milliseconds();
 
@@ -44,7 +44,7 @@ class HostTest : public ::testing::Test {
 
 using Story = std::vector<std::string>;
 
-/// A machine that writes down what it tells, with the time and the state it is then in:
+/// A machine whose completions and delegate calls are recorded with time (ms) and state:
 /// "100 started: running".
 class MachineTest : public HostTest, protected platform::VirtualMachineDelegate {
  protected:
@@ -56,9 +56,9 @@ class MachineTest : public HostTest, protected platform::VirtualMachineDelegate 
   void stop() { machine_->stop(told("stopped hard")); }
   void pause() { machine_->pause(told("paused")); }
   void resume() { machine_->resume(told("resumed")); }
-  /// "asked", or why not.
+  /// "asked", or the description of the error.
   std::string requestStop();
-  /// Lets the given time go by.
+  /// Advances the virtual clock.
   void pass(int milliseconds) { system_.loop().advance(std::chrono::milliseconds(milliseconds)); }
   std::string state() const;
 
@@ -79,23 +79,21 @@ class MachineTest : public HostTest, protected platform::VirtualMachineDelegate 
 
 using Calls = std::vector<std::string>;
 
-/// A desktop with windows on it, and what was traced of them.
+/// The window system, and the calls that it traces.
 class WindowTest : public MachineTest {
  protected:
   platform::WindowSystem& windows() { return *host().windowSystem().value(); }
 
-  /// The view of a machine, which is made for it.
+  /// The view of a machine; makes a machine if there is none.
   std::shared_ptr<platform::MachineView> makeView();
-  /// A window of a title and all controls, whose content begins at (100, 50) and measures 640 by
-  /// 400.
+  /// A window with title and close button. Its content is 640 by 400 at (100, 50).
   std::unique_ptr<platform::Window> makeWindow(std::uint64_t styleMask = platform::windowTitled |
                                                                          platform::windowClosable);
   /// The same, with a view for its content.
   std::unique_ptr<platform::Window> makeWindowWith(
       const std::shared_ptr<platform::MachineView>& view);
 
-  /// The calls traced since the last look, each a line without its time: "window.orderOut" and its
-  /// members.
+  /// The lines traced since the last call, without their times: "window.orderOut" and its members.
   Calls newCalls();
   void forgetCalls() { newCalls(); }
 

@@ -58,7 +58,7 @@ TEST_F(Identities, MakesIdentifiersThatDifferAndAreItsOwn) {
   EXPECT_EQ(seen.size(), 20U);
 }
 
-TEST_F(Identities, MakesAddressesThatDifferAndAreLocallyAdministeredUnicast) {
+TEST_F(Identities, MakesDifferentLocallyAdministeredAddresses) {
   std::set<std::string> seen;
   for (int i = 0; i < 20; ++i) {
     const auto address = host().identities().randomMacAddress();

@@ -101,7 +101,7 @@ TEST_F(MachineFactory, FailsToValidateAsTheScenarioSays) {
             (platform::PlatformError{"ParlenSimulatedErrorDomain", 1, "not like this"}));
 }
 
-TEST_F(MachineFactory, StopsAtAMachineOfAnInvalidConfiguration) {
+TEST_F(MachineFactory, AbortsOnAMachineOfAnInvalidConfiguration) {
   auto guest = installedGuest();
   guest.cpuCount = 0;
   EXPECT_THROW(host().machines().createMachine(guest), ProcessTrapped);

@@ -139,7 +139,7 @@ TEST_F(Machine, StaysPausedWhenAResumeFails) {
             (Story{"0 started: running", "0 paused: paused", "10 not resumed (not now): paused"}));
 }
 
-TEST_F(Machine, RefusesWhatItsStateDoesNotAllow) {
+TEST_F(Machine, FailsCallsThatItsStateDoesNotAllow) {
   given("{}");
   pause();
   resume();
@@ -152,7 +152,7 @@ TEST_F(Machine, RefusesWhatItsStateDoesNotAllow) {
                            "0 not stopped hard (the machine is stopped already): stopped"}));
 }
 
-TEST_F(Machine, StopsTheProcessWhenItIsStartedTwice) {
+TEST_F(Machine, AbortsWhenItIsStartedTwice) {
   given("{}");
   start();
   EXPECT_THROW(start(), ProcessTrapped);
@@ -267,10 +267,10 @@ TEST_F(MachineEnds, NeverShutsDownAGuestThatIgnoresTheRequest) {
 }
 
 TEST_F(MachineEnds, FailsToAskTheGuestAsTheScenarioSays) {
-  given(R"({"machine":{"requestStopError":{"description":"deaf"}}})");
+  given(R"({"machine":{"requestStopError":{"description":"not listening"}}})");
   start();
   pass(0);
-  EXPECT_EQ(requestStop(), "deaf");
+  EXPECT_EQ(requestStop(), "not listening");
   pass(1000);
   EXPECT_EQ(state(), "running");
 }

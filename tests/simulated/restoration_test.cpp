@@ -17,12 +17,12 @@ TEST(RestoreImage, HoldsAModelAndItsMinimums) {
             (RestoreImageContent{"sim-1", 2, 4294967296}));
 }
 
-TEST(RestoreImage, NeedsNothingButItsMark) {
+TEST(RestoreImage, NeedsOnlyItsMark) {
   EXPECT_EQ(parseRestoreImage(R"({"simulatedRestoreImage":1})"),
             (RestoreImageContent{std::nullopt, 1, 0}));
 }
 
-TEST(RestoreImage, IsNothingElse) {
+TEST(RestoreImage, DoesNotParseOtherContent) {
   for (const char* bytes :
        {"", "x", "[]", "{}", R"({"simulatedRestoreImage":2})", R"({"simulatedRestoreImage":true})",
         R"({"hardwareModel":"sim-1"})", R"({"simulatedRestoreImage":1,"hardwareModel":null})",
@@ -34,7 +34,7 @@ TEST(RestoreImage, IsNothingElse) {
   }
 }
 
-TEST(RestoreImage, IsNotLong) {
+TEST(RestoreImage, IsNotLongerThanTheMaximum) {
   const std::string image = R"({"simulatedRestoreImage":1})";
   const std::string padding(simulated::maxRestoreImageSize - image.size(), ' ');
   EXPECT_TRUE(parseRestoreImage(image + padding));
@@ -65,7 +65,7 @@ class Restoration : public HostTest {
   int times_ = 0;
 };
 
-TEST_F(Restoration, LoadsAnImageInALaterTurn) {
+TEST_F(Restoration, LoadsAnImageInALaterLoopIteration) {
   useScenario(R"({"restoreImage":{"loadMs":70}})");
   write("image", R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1"})");
   load("image");
@@ -218,7 +218,7 @@ TEST_F(Installer, FailsAsTheScenarioSaysAfterTheLastFraction) {
   EXPECT_EQ(read("Disk.img"), std::string(1024, '\0'));
 }
 
-TEST_F(Installer, RefusesADiskThatIsTooShort) {
+TEST_F(Installer, FailsOnADiskThatIsTooShort) {
   for (const std::uint64_t length : {std::size_t{0}, guestMark.size() - 1}) {
     given("{}", length);
     story_.clear();
@@ -268,7 +268,7 @@ TEST_F(Installer, TellsNothingOnceItIsDestroyed) {
   EXPECT_EQ(story_, (Story{"0 0 %"}));
 }
 
-TEST_F(Installer, StopsTheProcessWhenItInstallsTwiceOrItsMachineIsUsed) {
+TEST_F(Installer, AbortsOnASecondInstallationOrAUsedMachine) {
   const std::string said =
       "parlen-mac-vm: the simulated host cannot go on: an installer needs a machine that nothing "
       "used\n";

@@ -21,7 +21,7 @@ std::string line(const std::string& call, const std::string& rest) {
   return R"({"ms":0.000,"call":")" + call + "\"" + rest + "\n";
 }
 
-/// With the slashes as a JSON string of this program has them.
+/// With each "/" written as "\/", as in the JSON of this program.
 std::string escaped(const std::string& path) {
   std::string text;
   for (const char character : path) text += character == '/' ? "\\/" : std::string(1, character);
@@ -106,7 +106,7 @@ TEST_F(Trace, ShowsTheWholeConfiguration) {
                      R"({"tag":"two","path":"\/y","readOnly":false}]}})"));
 }
 
-TEST_F(Trace, HasTheMachinesCallsAlsoTheRefusedOnes) {
+TEST_F(Trace, HasTheMachinesCallsIncludingFailedOnes) {
   auto machine = host().machines().createMachine(smallest());
   const std::string before = trace();
   machine->start([](auto) {});
@@ -143,7 +143,7 @@ TEST_F(Trace, HasTheRestorationsCallsWithThePathAsGiven) {
                          line("installer.install", R"(,"path":"images\/b"})"));
 }
 
-/// What a window traces of a bar with these views, between the brackets of its "views".
+/// Traces a bar with these views and returns the elements of its "views".
 class BarViewTrace : public WindowTest {
  protected:
   std::string traced(std::vector<platform::BarView> views) {

@@ -41,7 +41,7 @@ TEST_F(WindowSystem, TracesTheLabelsTextsWhetherOrNotThereIsABar) {
                                R"(label.setText,"label":"detail","text":"")"}));
 }
 
-TEST_F(WindowSystem, TracesAMachinesViewUnderItsNameAndNothingOfItsSubviews) {
+TEST_F(WindowSystem, TracesAMachinesViewByNameWithoutItsSubviews) {
   useScenario(R"({"window":{"views":{"name":"guest","subviews":[{"name":"inner"}]}}})");
   use(installedGuest());
   forgetCalls();

@@ -43,7 +43,7 @@ TEST_F(Window, TracesEachOfItsCallsWhole) {
       }));
 }
 
-TEST_F(Window, TracesTheOtherSideOfEachChoice) {
+TEST_F(Window, TracesTheOtherValueOfEachChoice) {
   const auto window = windows().makeWindow({.contentRect = {}, .defer = true});
   window->setReleasedWhenClosed(platform::ReleasedWhenClosed::yes);
   window->setFrame({-0.0, 0, 0.1, 1e15}, platform::Redraw::later);
@@ -60,7 +60,7 @@ TEST_F(Window, TracesTheOtherSideOfEachChoice) {
       }));
 }
 
-TEST_F(Window, TracesNoQuestion) {
+TEST_F(Window, DoesNotTraceCallsThatOnlyAsk) {
   const auto view = makeView();
   const auto window = makeWindowWith(view);
   forgetCalls();
@@ -77,7 +77,7 @@ TEST_F(Window, TracesNoQuestion) {
   EXPECT_EQ(newCalls(), Calls{});
 }
 
-TEST_F(Window, IsNumberedFromOneAndNeverAsAnEarlierOne) {
+TEST_F(Window, HasANumberFromOneThatIsNeverReused) {
   auto first = makeWindow();
   EXPECT_EQ(first->windowNumber(), 1);
   EXPECT_EQ(makeWindow()->windowNumber(), 2);
@@ -172,7 +172,7 @@ TEST_F(Window, LetsItsContentViewGoForAnother) {
 }
 
 constexpr auto twoLevels = R"({"window":{"views":{"name":"guest","subviews":[
-    {"name":"deaf","acceptsFirstResponder":false,"subviews":[{"name":"inner"}]},{}]}}})";
+    {"name":"passive","acceptsFirstResponder":false,"subviews":[{"name":"inner"}]},{}]}}})";
 
 TEST_F(FirstResponder, IsNoneUntilOneIsMade) {
   const auto view = makeView();
@@ -221,7 +221,7 @@ TEST_F(FirstResponder, IsAChoiceOfTheProgramsRatherThanTheInitialOne) {
   window->setInitialFirstResponder(view);
   window->makeFirstResponder(view->subviews().at(1));
   window->makeKeyAndOrderFront();
-  EXPECT_EQ(window->firstResponderDescription(), "machine-view");  // the unnamed one's name too
+  EXPECT_EQ(window->firstResponderDescription(), "machine-view");  // the name of an unnamed view
   EXPECT_FALSE(window->firstResponderIsMachineView());
 }
 
@@ -256,7 +256,7 @@ TEST_F(FirstResponder, StaysWhenAViewDoesNotAcceptIt) {
   forgetCalls();
   window->makeFirstResponder(view->subviews().at(0));
   EXPECT_EQ(window->firstResponderDescription(), "guest");
-  EXPECT_EQ(newCalls(), Calls{R"(window.makeFirstResponder,"window":1,"view":"deaf")"});
+  EXPECT_EQ(newCalls(), Calls{R"(window.makeFirstResponder,"window":1,"view":"passive")"});
 }
 
 TEST_F(FirstResponder, GoesWithTheContentView) {

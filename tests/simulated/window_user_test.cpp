@@ -5,7 +5,7 @@ namespace {
 
 using platform::BarButton;
 
-/// A user who clicks on a window of one that writes down what it hears.
+/// The simulated user, and a program that records the clicks that it gets.
 class WindowUser : public WindowTest, protected platform::WindowDelegate {
  protected:
   /// A window on the screen, with both buttons; this is its delegate.
@@ -25,7 +25,7 @@ class WindowUser : public WindowTest, protected platform::WindowDelegate {
     hear("close");
     return closes_;
   }
-  /// What was heard from the machine's start on, with its time: "40 Later".
+  /// Starts the machine and returns what was clicked since then, with its time: "40 Later".
   Story heardWithin(int milliseconds) {
     start();
     EXPECT_EQ(heard_, Story{});
@@ -48,7 +48,7 @@ TEST_F(WindowUser, PressesTheButtonsWhenTheScriptSays) {
   EXPECT_TRUE(window_->isVisible());
 }
 
-TEST_F(WindowUser, ActsInALaterTurnThanTheStart) {
+TEST_F(WindowUser, ActsInALaterLoopIterationThanTheStart) {
   givenAWindow(R"({"atMs":0,"event":"clicks-done"})");
   EXPECT_EQ(heardWithin(0), Story{"0 Done"});
 }
@@ -183,7 +183,7 @@ TEST_F(WindowUser, MayLoseTheWindowAndTheHostToThePress) {
   EXPECT_EQ(heardWithin(10), Story{"1 the end"});
 }
 
-/// Says yes, with its window gone already.
+/// Destroys its window and then agrees that it closes.
 class LastOne : public platform::WindowDelegate {
  public:
   explicit LastOne(std::unique_ptr<platform::Window>& window) : window_(window) {}
