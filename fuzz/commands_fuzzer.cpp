@@ -12,35 +12,36 @@
 namespace parlen {
 namespace {
 
-/// A run with a window to type into.
-struct World {
-  World() {
+/// A running machine with a window to type into.
+struct Run {
+  Run() {
     platform::usePlatform(&system, &host);
     outputQueue = system.makeSerialQueue("");
     guestWindow = std::make_unique<GuestWindowController>();
     guestWindow->virtualMachine = &runner.machine();
-    inputDriver = std::make_shared<GuiInputDriver>(std::make_shared<fuzz::LooseView>(), desktop);
+    inputDriver =
+        std::make_shared<GuiInputDriver>(std::make_shared<fuzz::DetachedView>(), windowSystem);
   }
-  ~World() {
+  ~Run() {
     inputDriver.reset();
     guestWindow.reset();
     outputQueue.reset();
     platform::usePlatform(nullptr, nullptr);
   }
 
-  /// For the runner reads the clock from its construction on.
+  /// Before `runner`, whose constructor reads the clock.
   struct InUse {
     explicit InUse(platform::System& system) { platform::usePlatform(&system, nullptr); }
   };
 
   fuzz::SilentSystem system;
   InUse inUse{system};
-  fuzz::BareHost host;
-  fuzz::BlankDesktop desktop;
+  fuzz::SilentHost host;
+  fuzz::SilentWindowSystem windowSystem;
   VMRunner runner{std::make_unique<fuzz::EndlessMachine>()};
 };
 
-/// Every line of what came out is one JSON object with a type.
+/// Every line of the output is a JSON object with a type.
 void checkEvents(std::string_view output) {
   while (!output.empty()) {
     const std::string_view line = output.substr(0, output.find('\n'));
@@ -54,11 +55,11 @@ void checkEvents(std::string_view output) {
 }  // namespace parlen
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  parlen::World world;
+  parlen::Run run;
   parlen::LineSplitter lines;
   lines.append(parlen::fuzz::asText(data, size));
-  while (const auto line = lines.next()) parlen::executeCommand(*line, world.runner);
-  world.system.loop().run();
-  parlen::checkEvents(world.system.streams().output);
+  while (const auto line = lines.next()) parlen::executeCommand(*line, run.runner);
+  run.system.loop().run();
+  parlen::checkEvents(run.system.streams().output);
   return 0;
 }

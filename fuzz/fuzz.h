@@ -6,7 +6,8 @@
 
 namespace parlen::fuzz {
 
-/// Stops the fuzzer if something that must hold for any input does not.
+/// Aborts if a condition that must hold for every input does not; the fuzzer then reports the
+/// input.
 inline void require(bool holds) {
   if (!holds) __builtin_trap();
 }
@@ -17,5 +18,5 @@ inline std::string_view asText(const std::uint8_t* data, std::size_t size) {
 
 }  // namespace parlen::fuzz
 
-/// What libFuzzer calls with each input.
+/// libFuzzer calls this with each input.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

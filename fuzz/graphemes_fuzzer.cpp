@@ -8,10 +8,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool valid = parlen::text::isValidUtf8(input);
   for (std::string_view rest = input; !rest.empty();) {
     const std::string_view cluster = parlen::text::nextGrapheme(rest);
-    // A part of the input itself, not of a copy, and at its very front.
+    // The cluster is the start of the input itself, not a copy.
     require(!cluster.empty() && cluster.data() == rest.data() && cluster.size() <= rest.size());
     require(!valid || parlen::text::isValidUtf8(cluster));
-    // A cluster stays whole when nothing follows it.
+    // A cluster at the end of a text is divided no further.
     require(parlen::text::nextGrapheme(cluster) == cluster);
     rest.remove_prefix(cluster.size());
   }

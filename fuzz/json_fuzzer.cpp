@@ -15,7 +15,7 @@ using text::JsonValue;
 
 bool meansTheSame(const JsonValue& left, const JsonValue& right);
 
-/// A number that is no integer of 64 bits may be written with fewer digits than it was read with.
+/// Integers of 64 bits must be equal; any other number is equal to the same double.
 bool sameNumber(const JsonValue& left, const JsonValue& right) {
   if (left.asDouble() != right.asDouble()) return false;
   if (!left.asInt64() && !left.asUInt64()) return true;

@@ -9,7 +9,7 @@ namespace {
 
 using fuzz::require;
 
-/// What is planned types the text again, key by key; what is not has a reason.
+/// The planned keys type the text again; a text that cannot be typed has a reason.
 void checkText(std::string_view text) {
   const auto strokes = planText(text);
   if (!strokes) return require(!strokes.error().reason.empty());

@@ -13,7 +13,7 @@ namespace {
 
 using fuzz::require;
 
-/// The stream in two pieces, cut where its first byte says.
+/// Parses the stream in two pieces; the first byte is the place of the cut.
 template <class Parser>
 auto inTwoPieces(std::string_view input) {
   const std::size_t cut = static_cast<unsigned char>(input.front()) % (input.size() + 1);

@@ -33,7 +33,8 @@ void checkFractions(const std::vector<double>& fractions) {
 }  // namespace
 }  // namespace parlen
 
-/// What is accepted is what the host can work with; what is not has a reason.
+/// A scenario that is accepted has times and fractions within their ranges; one that is not has a
+/// reason.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto scenario = parlen::simulated::parseScenario(parlen::fuzz::asText(data, size));
   if (!scenario) {

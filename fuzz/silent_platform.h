@@ -8,9 +8,11 @@
 
 #include "platform/platform.h"
 
-/// A platform without a world around it, for code that a fuzzer calls thousands of times a second.
+/// A platform whose calls do next to nothing, for code that a fuzzer calls thousands of times a
+/// second.
 namespace parlen::fuzz {
 
+/// Keeps the output, drops the errors, never has input.
 class SilentStreams : public platform::StandardStreams {
  public:
   void writeOutput(std::string_view bytes) override { output += bytes; }
@@ -19,8 +21,8 @@ class SilentStreams : public platform::StandardStreams {
   std::string output;
 };
 
-/// Delayed work runs at once when asked for: the clock goes by as it likes.
-class HastyLoop : public platform::EventLoop {
+/// Runs all work in the order in which it was posted, whatever its delay. The clock stands still.
+class ImmediateLoop : public platform::EventLoop {
  public:
   void post(platform::Work work) override { queue_.push_back(std::move(work)); }
   void postDelayed(std::chrono::milliseconds, platform::Work work) override {
@@ -45,7 +47,7 @@ class SilentSystem : public platform::System {
  public:
   platform::Files& files() override { std::abort(); }
   SilentStreams& streams() override { return streams_; }
-  HastyLoop& loop() override { return loop_; }
+  ImmediateLoop& loop() override { return loop_; }
   platform::Process& process() override { std::abort(); }
   std::unique_ptr<platform::SerialQueue> makeSerialQueue(std::string_view) override {
     return std::make_unique<DirectQueue>();
@@ -53,10 +55,10 @@ class SilentSystem : public platform::System {
 
  private:
   SilentStreams streams_;
-  HastyLoop loop_;
+  ImmediateLoop loop_;
 };
 
-/// Runs for ever, whatever it is asked.
+/// A machine that is always running: no stop completes.
 class EndlessMachine : public platform::VirtualMachine {
  public:
   void setDelegate(platform::VirtualMachineDelegate*) override {}
@@ -71,15 +73,16 @@ class EndlessMachine : public platform::VirtualMachine {
   void resume(platform::Completion) override {}
 };
 
-/// In no window, so that its driver asks nothing of a desktop but events.
-class LooseView : public platform::MachineView {
+/// A view in no window: an input driver then uses the window system for key events only.
+class DetachedView : public platform::MachineView {
  public:
   bool acceptsFirstResponder() const override { return true; }
   std::vector<std::shared_ptr<platform::View>> subviews() const override { return {}; }
   platform::Window* window() const override { return nullptr; }
 };
 
-class BlankDesktop : public platform::WindowSystem {
+/// Makes key events and drops them; it has no screen.
+class SilentWindowSystem : public platform::WindowSystem {
  public:
   bool hasMainMenu() const override { return true; }
   void setMainMenu(const platform::MenuBar&) override {}
@@ -88,7 +91,7 @@ class BlankDesktop : public platform::WindowSystem {
   std::shared_ptr<platform::MachineView> makeMachineView(
       const platform::Rect&, platform::VirtualMachine&,
       const platform::MachineViewOptions&) override {
-    return std::make_shared<LooseView>();
+    return std::make_shared<DetachedView>();
   }
   std::unique_ptr<platform::Window> makeWindow(const platform::WindowOptions&) override {
     std::abort();
@@ -100,8 +103,8 @@ class BlankDesktop : public platform::WindowSystem {
   void sendEvent(const platform::KeyEvent&) override {}
 };
 
-/// Has no desktop to show a window on, and is asked for nothing but that.
-class BareHost : public platform::Host, private platform::Application {
+/// A host without a window system. Commands use nothing else of a host.
+class SilentHost : public platform::Host, private platform::Application {
  public:
   platform::HostCapabilities& capabilities() override { std::abort(); }
   platform::GuestIdentities& identities() override { std::abort(); }
@@ -109,7 +112,7 @@ class BareHost : public platform::Host, private platform::Application {
   platform::Restoration& restoration() override { std::abort(); }
   platform::Application& application() override { return *this; }
   platform::Result<platform::WindowSystem*> windowSystem() override {
-    return std::unexpected(platform::PlatformError{"", 1, "no desktop"});
+    return platform::error("", 1, "no window system");
   }
 
  private:

@@ -11,7 +11,7 @@ namespace {
 
 using fuzz::require;
 
-/// The options' texts are the lines of the input; a missing line is a missing option.
+/// The next line of the input is the next option's text; nullopt at the end: the option is missing.
 std::optional<std::string> takeLine(std::string_view& rest) {
   if (rest.empty()) return std::nullopt;
   const std::string line(rest.substr(0, rest.find('\n')));
