@@ -46,14 +46,14 @@ inline platform::Rect fromNsRect(NSRect rect) {
 
 // Errors.
 
-/// Domain, code and localized description, each unchanged. Nil, from a framework that failed
-/// without an error, becomes an error without a domain.
-platform::PlatformError toError(NSError* error);
+/// The framework's error to return: domain, code and localized description, each unchanged. Each
+/// underlying error goes to `warn` as a line of its own. Nil, from a framework that failed without
+/// an error, becomes an error without a domain. Main thread if `warn` is given.
+std::unexpected<platform::PlatformError> error(NSError* error,
+                                               const platform::WarningSink& warn = {});
 
-/// An error to return. Its sentence is the localized description alone; each underlying error goes
-/// to `warn` as a line of its own. Main thread if `warn` is given.
-std::unexpected<platform::PlatformError> failure(NSError* error,
-                                                 const platform::WarningSink& warn = {});
+/// This host's own error to return: `code` is an errno value, the domain NSPOSIXErrorDomain.
+std::unexpected<platform::PlatformError> error(int code, std::string sentence);
 
 // Callbacks.
 

@@ -8,16 +8,16 @@ NSString* decoded(std::string_view bytes, NSStringEncoding encoding) {
   return [[NSString alloc] initWithBytes:bytes.data() length:bytes.size() encoding:encoding];
 }
 
-void tellCauses(NSError* error, const platform::WarningSink& warn) {
-  for (NSError* cause in error.underlyingErrors) {
-    warn("the cause lies deeper: " + fromText(cause.localizedDescription) + " (" +
-         fromText(cause.domain) + " " + std::to_string(cause.code) + ")");
-    tellCauses(cause, warn);
+void warnOfUnderlying(NSError* error, const platform::WarningSink& warn) {
+  for (NSError* underlying in error.underlyingErrors) {
+    warn("the cause lies deeper: " + fromText(underlying.localizedDescription) + " (" +
+         fromText(underlying.domain) + " " + std::to_string(underlying.code) + ")");
+    warnOfUnderlying(underlying, warn);
   }
 }
 
 void complete(const platform::Completion& done, NSError* error, const platform::WarningSink& warn) {
-  if (error != nil) return done(failure(error, warn));
+  if (error != nil) return done(macos::error(error, warn));
   done({});
 }
 
@@ -50,16 +50,13 @@ std::string fromData(NSData* data) {
   return {static_cast<const char*>(data.bytes), data.length};
 }
 
-platform::PlatformError toError(NSError* error) {
-  return {.domain = fromText(error.domain),
-          .code = error.code,
-          .description = fromText(error.localizedDescription)};
+std::unexpected<platform::PlatformError> error(NSError* error, const platform::WarningSink& warn) {
+  if (warn) warnOfUnderlying(error, warn);
+  return platform::error(fromText(error.domain), error.code, fromText(error.localizedDescription));
 }
 
-std::unexpected<platform::PlatformError> failure(NSError* error,
-                                                 const platform::WarningSink& warn) {
-  if (warn) tellCauses(error, warn);
-  return std::unexpected(toError(error));
+std::unexpected<platform::PlatformError> error(int code, std::string sentence) {
+  return platform::error(fromText(NSPOSIXErrorDomain), code, std::move(sentence));
 }
 
 CompletionHandler toHandler(platform::Completion done, platform::WarningSink warn) {

@@ -14,14 +14,10 @@ using platform::Result;
 
 NSFileManager* manager() { return NSFileManager.defaultManager; }
 
-/// This host's own error about the item at `path`: "could not use /a/b: <reason>". `code` is an
-/// errno value.
-std::unexpected<platform::PlatformError> unfit(const std::string& path, int code,
-                                               std::string_view reason) {
-  std::string description = "could not use ";
-  description.append(path).append(": ").append(reason);
-  return std::unexpected(
-      platform::PlatformError{fromText(NSPOSIXErrorDomain), code, std::move(description)});
+std::string couldNotUse(const std::string& path, std::string_view reason) {
+  std::string sentence = "could not use ";
+  sentence.append(path).append(": ").append(reason);
+  return sentence;
 }
 
 /// The attributes of what is at `path`, links followed.
@@ -31,7 +27,7 @@ Result<NSDictionary<NSFileAttributeKey, id>*> attributesOf(const std::string& pa
   NSError* error = nil;
   NSDictionary<NSFileAttributeKey, id>* attributes =
       [manager() attributesOfItemAtPath:toPath(target) error:&error];
-  if (attributes == nil) return failure(error);
+  if (attributes == nil) return macos::error(error);
   return attributes;
 }
 
@@ -46,7 +42,8 @@ Result<NSFileAttributeType> typeOf(const std::string& path) {
 Result<> requireRegular(const std::string& path) {
   const auto type = typeOf(path);
   if (!type) return std::unexpected(type.error());
-  if (![*type isEqualToString:NSFileTypeRegular]) return unfit(path, EINVAL, "it is not a file");
+  if (![*type isEqualToString:NSFileTypeRegular])
+    return macos::error(EINVAL, couldNotUse(path, "it is not a file"));
   return {};
 }
 
@@ -54,7 +51,8 @@ Result<> requireRegular(const std::string& path) {
 Result<> rejectFifo(const std::string& path) {
   const auto type = typeOf(path);
   // NSFileType has a constant for every type but the FIFO's.
-  if (type && [*type isEqualToString:NSFileTypeUnknown]) return unfit(path, EINVAL, "it is a FIFO");
+  if (type && [*type isEqualToString:NSFileTypeUnknown])
+    return macos::error(EINVAL, couldNotUse(path, "it is a FIFO"));
   return {};
 }
 
@@ -62,13 +60,13 @@ Result<> rejectFifo(const std::string& path) {
 Result<NSFileHandle*> openForWriting(const std::string& path) {
   NSError* error = nil;
   NSFileHandle* handle = [NSFileHandle fileHandleForWritingToURL:toFileUrl(path) error:&error];
-  if (handle == nil) return failure(error);
+  if (handle == nil) return macos::error(error);
   return handle;
 }
 
 Result<> close(NSFileHandle* handle) {
   NSError* error = nil;
-  if (![handle closeAndReturnError:&error]) return failure(error);
+  if (![handle closeAndReturnError:&error]) return macos::error(error);
   return {};
 }
 
@@ -136,7 +134,7 @@ Result<std::string> Files::read(const std::string& path) const {
   if (const auto regular = requireRegular(path); !regular) return std::unexpected(regular.error());
   NSError* error = nil;
   NSData* content = [NSData dataWithContentsOfURL:toFileUrl(path) options:0 error:&error];
-  if (content == nil) return failure(error);
+  if (content == nil) return macos::error(error);
   return fromData(content);
 }
 
@@ -144,9 +142,9 @@ Result<std::string> Files::readStart(const std::string& path, std::size_t most) 
   if (const auto regular = requireRegular(path); !regular) return std::unexpected(regular.error());
   NSError* error = nil;
   NSFileHandle* handle = [NSFileHandle fileHandleForReadingFromURL:toFileUrl(path) error:&error];
-  if (handle == nil) return failure(error);
+  if (handle == nil) return macos::error(error);
   NSData* start = [handle readDataUpToLength:most error:&error];
-  if (start == nil) return failure(error);
+  if (start == nil) return macos::error(error);
   return fromData(start);
 }
 
@@ -154,7 +152,8 @@ Result<> Files::write(const std::string& path, std::string_view bytes) {
   if (const auto usable = rejectFifo(path); !usable) return usable;
   NSError* error = nil;
   // Without NSDataWritingAtomic the file is truncated and written in place.
-  if (![toData(bytes) writeToURL:toFileUrl(path) options:0 error:&error]) return failure(error);
+  if (![toData(bytes) writeToURL:toFileUrl(path) options:0 error:&error])
+    return macos::error(error);
   return {};
 }
 
@@ -163,7 +162,7 @@ Result<> Files::writeStart(const std::string& path, std::string_view bytes) {
   const auto handle = openForWriting(path);
   if (!handle) return std::unexpected(handle.error());
   NSError* error = nil;
-  if (![*handle writeData:toData(bytes) error:&error]) return failure(error);
+  if (![*handle writeData:toData(bytes) error:&error]) return macos::error(error);
   return close(*handle);
 }
 
@@ -182,7 +181,7 @@ Result<> Files::createDirectories(const std::string& path) {
             withIntermediateDirectories:YES
                              attributes:nil
                                   error:&error]) {
-    return failure(error);
+    return macos::error(error);
   }
   return {};
 }
@@ -196,27 +195,29 @@ Result<> Files::setLength(const std::string& path, std::uint64_t length) {
   const auto handle = openForWriting(path);
   if (!handle) return std::unexpected(handle.error());
   NSError* error = nil;
-  if (![*handle truncateAtOffset:length error:&error]) return failure(error);
+  if (![*handle truncateAtOffset:length error:&error]) return macos::error(error);
   return close(*handle);
 }
 
 Result<> Files::copyDirectory(const std::string& from, const std::string& to) {
   // A copy into itself would never end.
-  if (liesInside(from, parentOf(to))) return unfit(to, EINVAL, "it lies inside " + from);
+  if (liesInside(from, parentOf(to)))
+    return macos::error(EINVAL, couldNotUse(to, "it lies inside " + from));
   // copyItemAtURL: copies a link as a link, also when `from` itself is one.
   const std::string source = canonicalPath(from).value_or(from);
   NSError* error = nil;
   if (![manager() copyItemAtURL:toFileUrl(source) toURL:toFileUrl(to) error:&error]) {
-    return failure(error);
+    return macos::error(error);
   }
   return {};
 }
 
 Result<> Files::removeFile(const std::string& path) {
   // removeItemAtURL: would remove a directory with its contents; of a link it removes the link.
-  if (isDirectory(path) && !isSymbolicLink(path)) return unfit(path, EISDIR, "it is a directory");
+  if (isDirectory(path) && !isSymbolicLink(path))
+    return macos::error(EISDIR, couldNotUse(path, "it is a directory"));
   NSError* error = nil;
-  if (![manager() removeItemAtURL:toFileUrl(path) error:&error]) return failure(error);
+  if (![manager() removeItemAtURL:toFileUrl(path) error:&error]) return macos::error(error);
   return {};
 }
 

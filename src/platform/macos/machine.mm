@@ -6,9 +6,6 @@
 #import "platform/macos/configuration.h"
 #import "platform/macos/handles.h"
 
-using parlen::macos::callBack;
-using parlen::macos::failure;
-
 namespace parlen::macos {
 
 /// The part of a machine that its callbacks need. Completions hold it weakly, so that none is
@@ -48,12 +45,14 @@ class MachineLife {
 
 - (void)guestDidStopVirtualMachine:(VZVirtualMachine*)virtualMachine {
   if (self.receiver == nullptr || !_life->claimEnd()) return;
-  callBack([self] { self.receiver->guestDidStop(); });
+  parlen::macos::callBack([self] { self.receiver->guestDidStop(); });
 }
 
 - (void)virtualMachine:(VZVirtualMachine*)virtualMachine didStopWithError:(NSError*)error {
   if (self.receiver == nullptr || !_life->claimEnd()) return;
-  callBack([self, error] { self.receiver->didStopWithError(failure(error, self->_warn).error()); });
+  parlen::macos::callBack([self, error] {
+    self.receiver->didStopWithError(parlen::macos::error(error, self->_warn).error());
+  });
 }
 
 // May be called several times; networkDevice.attachment is nil afterwards.
@@ -61,8 +60,8 @@ class MachineLife {
                          networkDevice:(VZNetworkDevice*)networkDevice
     attachmentWasDisconnectedWithError:(NSError*)error {
   if (self.receiver == nullptr) return;
-  callBack([self, error] {
-    self.receiver->networkAttachmentDisconnected(failure(error, self->_warn).error());
+  parlen::macos::callBack([self, error] {
+    self.receiver->networkAttachmentDisconnected(parlen::macos::error(error, self->_warn).error());
   });
 }
 
@@ -124,7 +123,7 @@ bool Machine::canRequestStop() const { return machine_.canRequestStop; }
 Result<> Machine::requestStop() {
   NSError* error = nil;
   // YES means that the guest has been asked, not that it will stop.
-  if (![machine_ requestStopWithError:&error]) return failure(error, warn_);
+  if (![machine_ requestStopWithError:&error]) return macos::error(error, warn_);
   return {};
 }
 
@@ -162,7 +161,7 @@ Result<std::shared_ptr<const platform::AuxiliaryStorage>> MachineFactory::create
                                                 hardwareModel:unwrap(model)
                                                       options:0
                                                         error:&error];
-  if (storage == nil) return failure(error, warn_);
+  if (storage == nil) return macos::error(error, warn_);
   return wrap<AuxiliaryStorage>(storage);
 }
 
@@ -173,7 +172,7 @@ Result<std::shared_ptr<const platform::DiskAttachment>> MachineFactory::attachDi
       [[VZDiskImageStorageDeviceAttachment alloc] initWithURL:toFileUrl(path)
                                                      readOnly:readOnly
                                                         error:&error];
-  if (attachment == nil) return failure(error, warn_);
+  if (attachment == nil) return macos::error(error, warn_);
   return wrap<DiskAttachment>(attachment);
 }
 
@@ -183,7 +182,7 @@ std::string MachineFactory::automountTag() {
 
 Result<> MachineFactory::validate(const platform::MachineConfiguration& configuration) {
   NSError* error = nil;
-  if (![toConfiguration(configuration) validateWithError:&error]) return failure(error, warn_);
+  if (![toConfiguration(configuration) validateWithError:&error]) return macos::error(error, warn_);
   return {};
 }
 

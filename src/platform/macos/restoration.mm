@@ -116,7 +116,7 @@ class Installer final : public platform::Installer {
 
 void complete(const platform::Restoration::Loaded& done, VZMacOSRestoreImage* image, NSError* error,
               const platform::WarningSink& warn) {
-  if (image == nil) return done(failure(error, warn));
+  if (image == nil) return done(macos::error(error, warn));
   done(wrap<RestoreImage>(image));
 }
 

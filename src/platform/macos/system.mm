@@ -123,7 +123,7 @@ class Process final : public platform::Process {
     task.arguments = words;
     NSError* error = nil;
     // Unlike launch, launchAndReturnError: does not raise when the program cannot be started.
-    if (![task launchAndReturnError:&error]) return failure(error);
+    if (![task launchAndReturnError:&error]) return macos::error(error);
     // Runs the run loop while it waits: work of the main queue may run inside this call.
     [task waitUntilExit];
     return exitStatus(task);
