@@ -10,7 +10,7 @@ NSString* decoded(std::string_view bytes, NSStringEncoding encoding) {
 
 void warnOfUnderlying(NSError* error, const platform::WarningSink& warn) {
   for (NSError* underlying in error.underlyingErrors) {
-    warn("the cause lies deeper: " + fromText(underlying.localizedDescription) + " (" +
+    warn("underlying error: " + fromText(underlying.localizedDescription) + " (" +
          fromText(underlying.domain) + " " + std::to_string(underlying.code) + ")");
     warnOfUnderlying(underlying, warn);
   }
