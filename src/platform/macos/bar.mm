@@ -8,22 +8,22 @@
 
 /// Calls a function for each press of a button.
 @interface ParlenButtonTarget : NSObject
-- (instancetype)initWithPressed:(std::function<void()>)pressed;
+- (instancetype)initWithOnPress:(std::function<void()>)onPress;
 - (void)clicked:(id)sender;
 @end
 
 @implementation ParlenButtonTarget {
-  std::function<void()> _pressed;
+  std::function<void()> _onPress;
 }
 
-- (instancetype)initWithPressed:(std::function<void()>)pressed {
+- (instancetype)initWithOnPress:(std::function<void()>)onPress {
   self = [super init];
-  _pressed = std::move(pressed);
+  _onPress = std::move(onPress);
   return self;
 }
 
 - (void)clicked:(id)sender {
-  parlen::macos::callBack(_pressed);
+  parlen::macos::callBack(_onPress);
 }
 
 @end
@@ -125,7 +125,7 @@ class BarBuilder {
   NSView* operator()(const platform::BarSpacer&) const { return [[NSView alloc] init]; }
 
   NSView* operator()(const platform::BarButton& description) const {
-    ParlenButtonTarget* target = [[ParlenButtonTarget alloc] initWithPressed:description.pressed];
+    ParlenButtonTarget* target = [[ParlenButtonTarget alloc] initWithOnPress:description.pressed];
     [targets_ addObject:target];
     NSButton* button = [NSButton buttonWithTitle:toText(description.title)
                                           target:target

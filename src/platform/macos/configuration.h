@@ -6,7 +6,7 @@
 
 namespace parlen::macos {
 
-/// The framework's form of a configuration, value by value.
+/// The framework's equivalent of a configuration. Its handles must be this host's.
 VZVirtualMachineConfiguration* toConfiguration(const platform::MachineConfiguration& configuration);
 
 }  // namespace parlen::macos

@@ -3,12 +3,13 @@
 #import "platform/macos/bridge.h"
 #import "platform/macos/handles.h"
 
-// +new is unavailable on most of the framework's configuration classes; +alloc and -init are not.
+// Apple's class pages mark +new as unavailable on most configuration classes, so everything here is
+// made with alloc and init.
 namespace parlen::macos {
 namespace {
 
 template <class Device, class Value, class Translate>
-NSArray<Device*>* all(const std::vector<Value>& values, Translate translate) {
+NSArray<Device*>* toArray(const std::vector<Value>& values, Translate translate) {
   NSMutableArray<Device*>* devices = [NSMutableArray arrayWithCapacity:values.size()];
   for (const Value& value : values) [devices addObject:translate(value)];
   return devices;
@@ -39,7 +40,7 @@ VZMacGraphicsDisplayConfiguration* toDisplay(const platform::Display& display) {
 
 VZGraphicsDeviceConfiguration* toGraphics(const platform::GraphicsDevice& device) {
   VZMacGraphicsDeviceConfiguration* graphics = [[VZMacGraphicsDeviceConfiguration alloc] init];
-  graphics.displays = all<VZMacGraphicsDisplayConfiguration>(device.displays, toDisplay);
+  graphics.displays = toArray<VZMacGraphicsDisplayConfiguration>(device.displays, toDisplay);
   return graphics;
 }
 
@@ -57,8 +58,9 @@ VZNetworkDeviceAttachment* toAttachment(platform::NetworkAttachment attachment) 
 VZNetworkDeviceConfiguration* toNetwork(const platform::NetworkDevice& device) {
   VZVirtioNetworkDeviceConfiguration* network = [[VZVirtioNetworkDeviceConfiguration alloc] init];
   network.attachment = toAttachment(device.attachment);
-  if (!device.macAddress) return network;  // with the address that the framework has given it
-  // Nil for text that is no address, which this is.
+  // Apple's VZNetworkDeviceConfiguration page: the default MACAddress is a random one.
+  if (!device.macAddress) return network;
+  // initWithString: returns nil for text that is not an address; this text always is one.
   VZMACAddress* address =
       [[VZMACAddress alloc] initWithString:toText(platform::toString(*device.macAddress))];
   if (address != nil) network.MACAddress = address;
@@ -102,23 +104,26 @@ VZDirectorySharingDeviceConfiguration* toSharing(const platform::DirectorySharin
 
 VZVirtualMachineConfiguration* toConfiguration(
     const platform::MachineConfiguration& configuration) {
-  VZVirtualMachineConfiguration* made = [[VZVirtualMachineConfiguration alloc] init];
-  made.platform = platformOf(configuration);
-  made.bootLoader = toBootLoader(configuration.bootLoader);
-  made.CPUCount = static_cast<NSUInteger>(configuration.cpuCount);
-  made.memorySize = configuration.memorySize;
-  made.graphicsDevices =
-      all<VZGraphicsDeviceConfiguration>(configuration.graphicsDevices, toGraphics);
-  made.storageDevices = all<VZStorageDeviceConfiguration>(configuration.storageDevices, toStorage);
-  made.networkDevices = all<VZNetworkDeviceConfiguration>(configuration.networkDevices, toNetwork);
-  made.entropyDevices = all<VZEntropyDeviceConfiguration>(configuration.entropyDevices, toEntropy);
-  made.keyboards = all<VZKeyboardConfiguration>(configuration.keyboards, toKeyboard);
-  made.pointingDevices =
-      all<VZPointingDeviceConfiguration>(configuration.pointingDevices, toPointingDevice);
-  made.audioDevices = @[];  // there is no kind of them
-  made.directorySharingDevices =
-      all<VZDirectorySharingDeviceConfiguration>(configuration.directorySharingDevices, toSharing);
-  return made;
+  VZVirtualMachineConfiguration* result = [[VZVirtualMachineConfiguration alloc] init];
+  result.platform = platformOf(configuration);
+  result.bootLoader = toBootLoader(configuration.bootLoader);
+  result.CPUCount = static_cast<NSUInteger>(configuration.cpuCount);
+  result.memorySize = configuration.memorySize;
+  result.graphicsDevices =
+      toArray<VZGraphicsDeviceConfiguration>(configuration.graphicsDevices, toGraphics);
+  result.storageDevices =
+      toArray<VZStorageDeviceConfiguration>(configuration.storageDevices, toStorage);
+  result.networkDevices =
+      toArray<VZNetworkDeviceConfiguration>(configuration.networkDevices, toNetwork);
+  result.entropyDevices =
+      toArray<VZEntropyDeviceConfiguration>(configuration.entropyDevices, toEntropy);
+  result.keyboards = toArray<VZKeyboardConfiguration>(configuration.keyboards, toKeyboard);
+  result.pointingDevices =
+      toArray<VZPointingDeviceConfiguration>(configuration.pointingDevices, toPointingDevice);
+  result.audioDevices = @[];  // platform::AudioDevice has no values
+  result.directorySharingDevices = toArray<VZDirectorySharingDeviceConfiguration>(
+      configuration.directorySharingDevices, toSharing);
+  return result;
 }
 
 }  // namespace parlen::macos

@@ -15,7 +15,7 @@ class Files final : public platform::Files {
   std::optional<std::string> canonicalPath(const std::string& path) const override;
   platform::Result<std::uint64_t> length(const std::string& path) const override;
   platform::Result<std::string> read(const std::string& path) const override;
-  platform::Result<std::string> readStart(const std::string& path, std::size_t most) const override;
+  platform::Result<std::string> readStart(const std::string& path, std::size_t max) const override;
   platform::Result<> write(const std::string& path, std::string_view bytes) override;
   platform::Result<> writeStart(const std::string& path, std::string_view bytes) override;
   platform::Result<std::unique_ptr<platform::AppendingFile>> createForAppending(

@@ -138,12 +138,12 @@ Result<std::string> Files::read(const std::string& path) const {
   return fromData(content);
 }
 
-Result<std::string> Files::readStart(const std::string& path, std::size_t most) const {
+Result<std::string> Files::readStart(const std::string& path, std::size_t max) const {
   if (const auto regular = requireRegular(path); !regular) return std::unexpected(regular.error());
   NSError* error = nil;
   NSFileHandle* handle = [NSFileHandle fileHandleForReadingFromURL:toFileUrl(path) error:&error];
   if (handle == nil) return macos::error(error);
-  NSData* start = [handle readDataUpToLength:most error:&error];
+  NSData* start = [handle readDataUpToLength:max error:&error];
   if (start == nil) return macos::error(error);
   return fromData(start);
 }

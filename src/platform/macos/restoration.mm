@@ -13,7 +13,7 @@
 /// Calls a function at each change of a progress, one call at a time, on whichever thread changes
 /// it. The first call is made inside the initializer.
 @interface ParlenProgressObserver : NSObject
-- (instancetype)initWithProgress:(NSProgress*)progress changed:(std::function<void()>)changed;
+- (instancetype)initWithProgress:(NSProgress*)progress onChange:(std::function<void()>)onChange;
 /// No call is made afterwards. Waits for one that is in progress on another thread.
 - (void)end;
 @end
@@ -29,13 +29,13 @@ char context;
 
 @implementation ParlenProgressObserver {
   NSProgress* _progress;
-  std::function<void()> _changed;
+  std::function<void()> _onChange;
 }
 
-- (instancetype)initWithProgress:(NSProgress*)progress changed:(std::function<void()>)changed {
+- (instancetype)initWithProgress:(NSProgress*)progress onChange:(std::function<void()>)onChange {
   self = [super init];
   _progress = progress;
-  _changed = std::move(changed);
+  _onChange = std::move(onChange);
   [_progress addObserver:self
               forKeyPath:keyPath
                  options:NSKeyValueObservingOptionInitial
@@ -48,7 +48,7 @@ char context;
                         change:(NSDictionary<NSKeyValueChangeKey, id>*)change
                        context:(void*)observed {
   @synchronized(self) {
-    if (_changed) parlen::macos::callBack(_changed);
+    if (_onChange) parlen::macos::callBack(_onChange);
   }
 }
 
@@ -56,7 +56,7 @@ char context;
   // Removing the observer does not wait for a call in progress; the lock does.
   [_progress removeObserver:self forKeyPath:keyPath context:&context];
   @synchronized(self) {
-    _changed = nullptr;
+    _onChange = nullptr;
   }
 }
 
@@ -73,12 +73,12 @@ class RestoreImage final : public Handle<platform::RestoreImage, VZMacOSRestoreI
 
   std::optional<platform::ConfigurationRequirements> mostFeaturefulSupportedConfiguration()
       const override {
-    VZMacOSConfigurationRequirements* most = object().mostFeaturefulSupportedConfiguration;
-    if (most == nil) return std::nullopt;
+    VZMacOSConfigurationRequirements* requirements = object().mostFeaturefulSupportedConfiguration;
+    if (requirements == nil) return std::nullopt;
     return platform::ConfigurationRequirements{
-        .hardwareModel = wrap<HardwareModel>(most.hardwareModel),
-        .minimumCPUCount = static_cast<std::int64_t>(most.minimumSupportedCPUCount),
-        .minimumMemorySize = most.minimumSupportedMemorySize};
+        .hardwareModel = wrap<HardwareModel>(requirements.hardwareModel),
+        .minimumCPUCount = static_cast<std::int64_t>(requirements.minimumSupportedCPUCount),
+        .minimumMemorySize = requirements.minimumSupportedMemorySize};
   }
 };
 
@@ -99,10 +99,10 @@ class Installer final : public platform::Installer {
   double fractionCompleted() const override { return installer_.progress.fractionCompleted; }
 
   std::unique_ptr<platform::ProgressObservation> observeProgress(
-      std::function<void()> changed) override {
+      std::function<void()> onChange) override {
     return std::make_unique<Observation>([[ParlenProgressObserver alloc]
         initWithProgress:installer_.progress
-                 changed:std::move(changed)]);
+                onChange:std::move(onChange)]);
   }
 
   void install(platform::Completion done) override {

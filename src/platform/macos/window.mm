@@ -53,8 +53,8 @@ std::shared_ptr<MachineView> unwrap(const std::shared_ptr<platform::MachineView>
   return std::static_pointer_cast<MachineView>(view);
 }
 
-/// Retains `window` once more. Apple's NSWindow page: releasedWhenClosed is YES for a window made
-/// in code, so closing it releases a reference that ARC does not count.
+/// Retains `window` once more: closing it releases a reference that ARC does not count, because
+/// releasedWhenClosed is YES by default (Apple's NSWindow page).
 NSWindow* withReferenceForClosing(NSWindow* window) {
   (void)(__bridge_retained void*)window;
   return window;
