@@ -9,7 +9,7 @@ list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES PARLEN_ZIG)
 
 foreach(language C CXX OBJCXX)
   set(CMAKE_${language}_COMPILER ${PARLEN_ZIG} c++)
-  # -iframework makes the stand-in's headers the system's, as the SDK's are. -Os is not about size:
+  # -iframework makes the stand-in's headers system headers, as the SDK's are. -Os is not for size:
   # without optimization zig adds checks of its own.
   set(CMAKE_${language}_FLAGS_INIT
     "-target aarch64-macos -iframework ${CMAKE_CURRENT_LIST_DIR}/Frameworks -Os")
@@ -22,7 +22,7 @@ set(CMAKE_EXE_LINKER_FLAGS_INIT
 # The headers of the C and C++ libraries are zig's own.
 set(CMAKE_OSX_SYSROOT "")
 
-# Tools of a Mac's that nothing here needs.
+# Tools that only a Mac has and that are not needed here.
 set(CMAKE_INSTALL_NAME_TOOL true)
 set(PARLEN_CODESIGN true CACHE STRING "")
 
