@@ -32,21 +32,21 @@ TEST_P(BundleContract, ReadsAMachineIdentifierBackFromItsBytes) {
   EXPECT_NE(other->dataRepresentation(), identifier->dataRepresentation());
 }
 
-TEST_P(BundleContract, FindsNoIdentityInOtherBytes) {
+TEST_P(BundleContract, RejectsBytesThatAreNoIdentity) {
   for (const std::string bytes : {"", "garbage", "{}"}) {
     EXPECT_FALSE(host().identities().hardwareModel(bytes)) << bytes;
     EXPECT_FALSE(host().identities().machineIdentifier(bytes)) << bytes;
   }
 }
 
-TEST_P(BundleContract, DrawsLocallyAdministeredUnicastAddresses) {
+TEST_P(BundleContract, MakesRandomLocallyAdministeredAddresses) {
   const auto address = host().identities().randomMacAddress();
 
   EXPECT_EQ(address.octets[0] & 3U, 2U);
   EXPECT_NE(address, host().identities().randomMacAddress());
 }
 
-TEST_P(BundleContract, DoesNotOverwriteWhatIsInTheWayOfAuxiliaryStorage) {
+TEST_P(BundleContract, DoesNotOverwriteAFileWithAuxiliaryStorage) {
   const auto model = hardwareModel();
   ASSERT_TRUE(files().write(path("aux"), "precious"));
 
@@ -57,7 +57,7 @@ TEST_P(BundleContract, DoesNotOverwriteWhatIsInTheWayOfAuxiliaryStorage) {
   EXPECT_EQ(files().read(path("aux")), "precious");
 }
 
-TEST_P(BundleContract, DoesNotLookAtAuxiliaryStorageThatItOpens) {
+TEST_P(BundleContract, OpensAuxiliaryStorageWithoutReadingIt) {
   EXPECT_TRUE(host().machines().openAuxiliaryStorage(path("nothing here")));
 }
 
@@ -85,7 +85,7 @@ TEST_P(BundleContract, RejectsProcessorsAndMemoryOutsideItsLimits) {
   EXPECT_FALSE(isValid(limits.minimumCPUCount, limits.maximumMemorySize + 1));
 }
 
-TEST_P(BundleContract, HasLimitsThatADefaultGuestFitsInto) {
+TEST_P(BundleContract, HasLimitsWithRoomForADefaultGuest) {
   const auto limits = host().capabilities().limits();
 
   EXPECT_GE(host().capabilities().processorCount(), 1);

@@ -4,11 +4,8 @@
 #include <utility>
 
 namespace parlen::test {
-namespace {
 
 using platform::Result;
-
-}  // namespace
 
 void Contract::SetUp() {
   host_ = GetParam().make();
@@ -20,8 +17,8 @@ void Contract::runUntil(const std::function<bool()>& condition, const char* what
 }
 
 void Contract::runAWhile() {
-  int turns = 20;
-  runUntil([&turns] { return --turns == 0; }, "some turns");
+  int iterations = 20;
+  runUntil([&iterations] { return --iterations == 0; }, "some loop iterations");
 }
 
 std::string Contract::smallRestoreImage() {
@@ -46,7 +43,8 @@ std::shared_ptr<const platform::HardwareModel> Contract::hardwareModel() {
   return image.value()->mostFeaturefulSupportedConfiguration().value().hardwareModel;
 }
 
-/// All of the guest's configuration but what tells it from others.
+/// Fills in all of the configuration except the hardware model, the machine identifier and the
+/// auxiliary storage.
 void Contract::describe(Guest& guest) {
   auto& configuration = guest.configuration;
   configuration.bootLoader = platform::BootLoader::macOS;

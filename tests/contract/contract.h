@@ -14,14 +14,14 @@
 
 namespace parlen::test {
 
-/// One guest's files and what was made of them.
+/// A guest's files and a configuration that uses them.
 struct Guest {
   std::string disk;
   std::string auxiliaryStorage;
   platform::MachineConfiguration configuration;
 };
 
-/// The tests that every host passes run on one host each.
+/// Runs a test of the contract on one host.
 class Contract : public testing::TestWithParam<HostMaker> {
  protected:
   void SetUp() override;
@@ -31,9 +31,10 @@ class Contract : public testing::TestWithParam<HostMaker> {
   platform::EventLoop& loop() { return host_->system().loop(); }
   HostUnderTest& underTest() { return *host_; }
 
-  /// Runs the main queue until `condition` holds; the test fails if that takes too long.
+  /// Runs the main queue until `condition` is true; the test fails at the timeout. `what` says what
+  /// was waited for.
   void runUntil(const std::function<bool()>& condition, const char* what);
-  /// Runs what is queued now and what that queues: whatever could still be called has been.
+  /// Runs 20 iterations of the main loop, so that a callback that should not come would have come.
   void runAWhile();
 
   std::string path(const std::string& name) const { return directory_ / name; }
@@ -42,16 +43,16 @@ class Contract : public testing::TestWithParam<HostMaker> {
 
   using Loaded = platform::Result<std::shared_ptr<const platform::RestoreImage>>;
   Loaded load(const std::string& image);
-  /// A model that this host can run.
+  /// A hardware model that this host supports.
   std::shared_ptr<const platform::HardwareModel> hardwareModel();
-  /// The files of a guest that has no system yet, with a disk of this length.
+  /// A guest without an operating system; `diskLength` is in bytes.
   Guest emptyGuest(const std::string& name, std::uint64_t diskLength);
   platform::Result<> install(const Guest& guest, const std::string& image);
-  /// A guest with the small image installed, or the prepared one.
+  /// A guest with the small image installed, or a copy of the prepared one.
   Guest installedGuest(const std::string& name);
 
   std::unique_ptr<platform::VirtualMachine> machineOf(const Guest& guest, MachineStory& story);
-  /// A machine of the guest that runs.
+  /// A machine of the guest, already running.
   std::unique_ptr<platform::VirtualMachine> runningMachine(const Guest& guest, MachineStory& story);
 
   static constexpr std::uint64_t smallDisk = 4UL * 1024UL * 1024UL;
@@ -64,10 +65,12 @@ class Contract : public testing::TestWithParam<HostMaker> {
   std::unique_ptr<HostUnderTest> host_;
 };
 
+/// The number that VirtualMachine::state reports for `state`.
 std::int64_t raw(platform::MachineState state);
 
-/// Every host that this machine may have, and how a test on one is named.
+/// The native hosts of this machine and the simulated one.
 std::vector<HostMaker> allHosts();
+/// The suffix of a test's name on that host.
 std::string nameOf(const testing::TestParamInfo<HostMaker>& info);
 
 }  // namespace parlen::test

@@ -14,33 +14,33 @@
 
 namespace parlen::test {
 
-/// One of the hosts that keep the contract, with what the tests need to know of it: only its own
-/// bytes. All that it does is asked through the promises.
+/// A host that the contract suite runs on, with the facts about it that the tests need. Everything
+/// else is asked through the interfaces.
 class HostUnderTest {
  public:
   virtual ~HostUnderTest() = default;
   virtual platform::System& system() = 0;
   virtual platform::Host& host() = 0;
 
-  /// The bytes of a small restore image. Its guest need not shut down when it is asked to.
+  /// The bytes of a small restore image. Its guest may ignore a request to shut down.
   virtual std::string smallRestoreImage() = 0;
-  /// Whether `disk` begins with what an installation of the small image leaves.
+  /// Whether the small image has been installed on `disk`, the bytes of a disk.
   virtual bool isInstalled(std::string_view disk) = 0;
-  /// The path of a restore image whose guest shuts down when it is asked to; nothing if this
-  /// machine has none. Made in `directory` if it must be made.
+  /// The path of a restore image whose guest shuts down when asked to; nothing if this machine has
+  /// none. It may be written to `directory`.
   virtual std::optional<std::string> obedientRestoreImage(const std::string& directory) = 0;
-  /// A bundle with an installed guest. Where there is one, installing takes too long for a test,
-  /// and copies of it serve instead.
+  /// The path of a bundle with an installed guest, on hosts where an installation takes too long
+  /// for a test. The tests then use copies of it.
   virtual std::optional<std::string> preparedBundle() { return std::nullopt; }
-  /// Serves the main queue until `condition` holds; false if that takes longer than two minutes.
+  /// Runs the main queue until `condition` is true; false after a timeout of two minutes.
   virtual bool runUntil(const std::function<bool()>& condition) {
     return test::runUntil(system().loop(), condition);
   }
-  /// Whether the host keeps two machines from using one disk.
+  /// Whether the host prevents two machines from using the same disk.
   virtual bool keepsMachinesApart() const = 0;
 };
 
-/// How to make one. The name becomes part of the tests' names.
+/// Makes a host under test. The name becomes part of the tests' names.
 struct HostMaker {
   std::string name;
   std::function<std::unique_ptr<HostUnderTest>()> make;

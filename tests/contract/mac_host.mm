@@ -8,26 +8,27 @@
 namespace parlen::test {
 namespace {
 
-/// The virtualization framework, on copies of a guest that a person has installed:
-/// PARLEN_MAC_BUNDLE names its bundle.
+/// The virtualization framework, on copies of an installed guest. The environment variable
+/// PARLEN_MAC_BUNDLE is the path of its bundle.
 class MacHost final : public HostUnderTest {
  public:
   platform::System& system() override { return platform_->system(); }
   platform::Host& host() override { return *host_; }
   std::string smallRestoreImage() override { return {}; }
   bool isInstalled(std::string_view) override { return false; }
-  /// Nobody is logged in to a fresh guest who could answer the question whether to shut down.
+  /// macOS asks the user whether to shut down, and nobody is logged in to the guest.
   std::optional<std::string> obedientRestoreImage(const std::string&) override {
     return std::nullopt;
   }
   std::optional<std::string> preparedBundle() override { return std::getenv("PARLEN_MAC_BUNDLE"); }
   bool keepsMachinesApart() const override { return true; }
 
-  /// In slices: nothing can be thrown through the main queue's frames to leave its loop.
+  /// Runs the loop in slices, because the condition cannot leave it by throwing: exceptions must
+  /// not pass through the main queue's stack frames.
   bool runUntil(const std::function<bool()>& condition) override {
-    constexpr NSTimeInterval patience = 120;
-    constexpr NSTimeInterval slice = 0.01;
-    NSDate* deadline = [NSDate dateWithTimeIntervalSinceNow:patience];
+    constexpr NSTimeInterval timeout = 120;  // seconds
+    constexpr NSTimeInterval slice = 0.01;   // seconds
+    NSDate* deadline = [NSDate dateWithTimeIntervalSinceNow:timeout];
     while (!condition()) {
       if (deadline.timeIntervalSinceNow < 0) return false;
       [NSRunLoop.mainRunLoop runMode:NSDefaultRunLoopMode

@@ -12,7 +12,7 @@ using testing::IsEmpty;
 using MachineContract = Contract;
 INSTANTIATE_TEST_SUITE_P(Hosts, MachineContract, testing::ValuesIn(allHosts()), nameOf);
 
-TEST_P(MachineContract, RunsOnceItsStartHasCompletedInALaterTurn) {
+TEST_P(MachineContract, RunsOnceItsStartHasCompletedLater) {
   const Guest guest = installedGuest("guest");
   MachineStory story;
   const auto machine = machineOf(guest, story);
@@ -32,7 +32,7 @@ TEST_P(MachineContract, RunsOnceItsStartHasCompletedInALaterTurn) {
   EXPECT_FALSE(machine->canResume());
 }
 
-TEST_P(MachineContract, PausesAndResumesInLaterTurns) {
+TEST_P(MachineContract, CompletesPauseAndResumeLater) {
   MachineStory story;
   const auto machine = runningMachine(installedGuest("guest"), story);
 
@@ -50,7 +50,7 @@ TEST_P(MachineContract, PausesAndResumesInLaterTurns) {
   EXPECT_THAT(story.happened, ElementsAre("started", "paused", "resumed"));
 }
 
-TEST_P(MachineContract, FailsToPauseWhatDoesNotRunAndToResumeWhatIsNotPaused) {
+TEST_P(MachineContract, FailsToPauseOrResumeAStoppedMachine) {
   MachineStory story;
   const auto machine = machineOf(installedGuest("guest"), story);
 
@@ -63,7 +63,7 @@ TEST_P(MachineContract, FailsToPauseWhatDoesNotRunAndToResumeWhatIsNotPaused) {
   EXPECT_EQ(machine->state(), raw(MachineState::stopped));
 }
 
-TEST_P(MachineContract, FailsToRequestAStopOfWhatDoesNotRun) {
+TEST_P(MachineContract, FailsToRequestAStopOfAStoppedMachine) {
   MachineStory story;
   const auto machine = machineOf(installedGuest("guest"), story);
 
@@ -71,7 +71,7 @@ TEST_P(MachineContract, FailsToRequestAStopOfWhatDoesNotRun) {
   EXPECT_FALSE(machine->requestStop());
 }
 
-TEST_P(MachineContract, FailsToStopWhatIsStopped) {
+TEST_P(MachineContract, FailsToStopAStoppedMachine) {
   MachineStory story;
   const auto machine = machineOf(installedGuest("guest"), story);
 
@@ -81,7 +81,7 @@ TEST_P(MachineContract, FailsToStopWhatIsStopped) {
   EXPECT_THAT(story.happened, ElementsAre("stop failed"));
 }
 
-TEST_P(MachineContract, ReportsAHardStopWhileItStartsOnceAndNothingElse) {
+TEST_P(MachineContract, ReportsOneEndForAHardStopWhileStarting) {
   MachineStory story;
   const auto machine = machineOf(installedGuest("guest"), story);
 
@@ -96,7 +96,7 @@ TEST_P(MachineContract, ReportsAHardStopWhileItStartsOnceAndNothingElse) {
   EXPECT_EQ(machine->state(), raw(MachineState::stopped));
 }
 
-TEST_P(MachineContract, ReportsAHardStopWhileItRunsOnceAndNothingElse) {
+TEST_P(MachineContract, ReportsOneEndForAHardStopWhileRunning) {
   MachineStory story;
   const auto machine = runningMachine(installedGuest("guest"), story);
 
@@ -109,7 +109,7 @@ TEST_P(MachineContract, ReportsAHardStopWhileItRunsOnceAndNothingElse) {
   EXPECT_EQ(machine->state(), raw(MachineState::stopped));
 }
 
-TEST_P(MachineContract, ReportsAHardStopWhileItIsPausedOnceAndNothingElse) {
+TEST_P(MachineContract, ReportsOneEndForAHardStopWhilePaused) {
   MachineStory story;
   const auto machine = runningMachine(installedGuest("guest"), story);
   machine->pause(story.tell("paused"));
@@ -122,7 +122,7 @@ TEST_P(MachineContract, ReportsAHardStopWhileItIsPausedOnceAndNothingElse) {
   EXPECT_THAT(story.happened, ElementsAre("started", "paused", "stopped"));
 }
 
-TEST_P(MachineContract, ReportsTwoHardStopsAsOneEnd) {
+TEST_P(MachineContract, ReportsOneEndForTwoHardStops) {
   MachineStory story;
   const auto machine = runningMachine(installedGuest("guest"), story);
 
@@ -134,7 +134,7 @@ TEST_P(MachineContract, ReportsTwoHardStopsAsOneEnd) {
   EXPECT_THAT(story.happened, ElementsAre("started", "first"));
 }
 
-TEST_P(MachineContract, FailsAPauseThatTheEndOvertakesBeforeItReportsTheEnd) {
+TEST_P(MachineContract, CompletesAPauseBeforeItReportsTheEnd) {
   MachineStory story;
   const auto machine = runningMachine(installedGuest("guest"), story);
 
@@ -147,7 +147,7 @@ TEST_P(MachineContract, FailsAPauseThatTheEndOvertakesBeforeItReportsTheEnd) {
                                              ElementsAre("started", "paused failed", "stopped")));
 }
 
-TEST_P(MachineContract, ReportsThatTheGuestStoppedAfterARequestOnce) {
+TEST_P(MachineContract, ReportsOneEndAfterARequestedStop) {
   const auto image = underTest().obedientRestoreImage(path(""));
   if (!image) GTEST_SKIP() << "there is no guest image";
   const Guest guest = emptyGuest("guest", 128UL * 1024UL * 1024UL);
@@ -208,7 +208,7 @@ TEST_P(MachineContract, FailsToStartWithoutItsDisk) {
   EXPECT_THAT(story.lastError, testing::HasSubstr(guest.disk));
 }
 
-TEST_P(MachineContract, FailsToStartOnADiskInUseAndLeavesTheUserOfItAlone) {
+TEST_P(MachineContract, FailsToStartOnADiskThatAnotherMachineUses) {
   if (!underTest().keepsMachinesApart()) GTEST_SKIP() << "this host does not model it";
   const Guest first = installedGuest("first");
   Guest second = installedGuest("second");
@@ -227,7 +227,7 @@ TEST_P(MachineContract, FailsToStartOnADiskInUseAndLeavesTheUserOfItAlone) {
   EXPECT_EQ(firstMachine->state(), raw(MachineState::running));
 }
 
-TEST_P(MachineContract, CallsNobodyOnceItHasBeenDestroyed) {
+TEST_P(MachineContract, MakesNoCallbackAfterItIsDestroyed) {
   MachineStory story;
   auto machine = runningMachine(installedGuest("guest"), story);
   machine->stop(story.tell("stopped"));

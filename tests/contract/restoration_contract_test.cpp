@@ -16,18 +16,18 @@ class RestorationContract : public Contract {
 };
 INSTANTIATE_TEST_SUITE_P(Hosts, RestorationContract, testing::ValuesIn(allHosts()), nameOf);
 
-TEST_P(RestorationContract, LoadsAnImageAndNamesItsNeeds) {
+TEST_P(RestorationContract, LoadsAnImageAndReportsItsRequirements) {
   const auto image = load(smallRestoreImage());
 
   ASSERT_TRUE(image) << image.error().description;
   EXPECT_EQ((*image)->path(), path("small-image"));
-  const auto needs = (*image)->mostFeaturefulSupportedConfiguration();
-  ASSERT_TRUE(needs);
-  EXPECT_TRUE(needs->hardwareModel);
-  EXPECT_GE(needs->minimumCPUCount, 1);
+  const auto requirements = (*image)->mostFeaturefulSupportedConfiguration();
+  ASSERT_TRUE(requirements);
+  EXPECT_TRUE(requirements->hardwareModel);
+  EXPECT_GE(requirements->minimumCPUCount, 1);
 }
 
-TEST_P(RestorationContract, RefusesWhatIsNoImageAndNamesIt) {
+TEST_P(RestorationContract, FailsToLoadAnythingElseAndNamesIt) {
   ASSERT_TRUE(files().write(path("garbage"), "this is no image of anything\n"));
   ASSERT_TRUE(files().write(path("empty"), ""));
   ASSERT_TRUE(files().createDirectories(path("directory")));
@@ -40,7 +40,7 @@ TEST_P(RestorationContract, RefusesWhatIsNoImageAndNamesIt) {
   }
 }
 
-TEST_P(RestorationContract, InstallsAnImageAndKeepsTheDisksLength) {
+TEST_P(RestorationContract, InstallsAnImageAndKeepsTheDiskLength) {
   const Guest guest = emptyGuest("guest", smallDisk);
 
   const auto installed = install(guest, path("small-image"));
@@ -50,7 +50,7 @@ TEST_P(RestorationContract, InstallsAnImageAndKeepsTheDisksLength) {
   EXPECT_TRUE(underTest().isInstalled(files().read(guest.disk).value()));
 }
 
-TEST_P(RestorationContract, ReportsProgressFromNothingToAll) {
+TEST_P(RestorationContract, ReportsProgressFromZeroToOne) {
   const Guest guest = emptyGuest("guest", smallDisk);
   const auto machine = host().machines().createMachine(guest.configuration);
   const auto installer = host().restoration().createInstaller(*machine, path("small-image"));
@@ -71,7 +71,7 @@ TEST_P(RestorationContract, ReportsProgressFromNothingToAll) {
   EXPECT_EQ(installer->fractionCompleted(), 1.0);
 }
 
-TEST_P(RestorationContract, TellsAnEndedObservationNothing) {
+TEST_P(RestorationContract, ReportsNothingToAnEndedObservation) {
   const Guest guest = emptyGuest("guest", smallDisk);
   const auto machine = host().machines().createMachine(guest.configuration);
   const auto installer = host().restoration().createInstaller(*machine, path("small-image"));
@@ -85,7 +85,7 @@ TEST_P(RestorationContract, TellsAnEndedObservationNothing) {
   EXPECT_EQ(calls, 1);
 }
 
-TEST_P(RestorationContract, FailsOnADiskThatIsTooShortAndLeavesItAsItWas) {
+TEST_P(RestorationContract, FailsOnATooShortDiskAndLeavesItUnchanged) {
   for (const std::uint64_t length : {0UL, 20UL}) {
     const Guest guest = emptyGuest("guest" + std::to_string(length), length);
 
