@@ -5,8 +5,8 @@
 
 namespace parlen::text {
 
-/// What a character's part in a grapheme cluster depends on: its Grapheme_Cluster_Break property
-/// or, for the emoji that can be joined, Extended_Pictographic.
+/// The property of a character that decides where clusters end (UAX #29): Grapheme_Cluster_Break or,
+/// for emoji that can be joined, Extended_Pictographic.
 enum class GraphemeBreak : std::uint8_t {
   other,
   carriageReturn,
@@ -31,7 +31,7 @@ struct GraphemeRange {
   GraphemeBreak property;
 };
 
-/// Every character that is not `other`, in ascending order, without overlaps.
+/// All characters that are not `other`, in ascending order, without overlaps.
 std::span<const GraphemeRange> graphemeRanges();
 
 }  // namespace parlen::text

@@ -22,7 +22,7 @@ constexpr PropertySet setOf(Properties... properties) {
 constexpr PropertySet lineBreaks = setOf(carriageReturn, lineFeed, control);
 constexpr PropertySet alwaysJoining = setOf(extend, zeroWidthJoiner, spacingMark);
 
-/// What joins a cluster whose last character has the property, whatever came before that.
+/// The properties that join a cluster whose last character has this one, whatever came before.
 constexpr PropertySet joiningAfter(GraphemeBreak last) {
   switch (last) {
     case carriageReturn:
@@ -59,7 +59,7 @@ GraphemeBreak propertyOf(char32_t codePoint) {
   return range->property;
 }
 
-/// The cluster read so far, as far as it decides what may join it.
+/// What must be known of the cluster so far to decide whether the next character joins it.
 class Cluster {
  public:
   explicit Cluster(GraphemeBreak first) { add(first); }
@@ -80,7 +80,7 @@ class Cluster {
 
  private:
   GraphemeBreak last_ = other;
-  bool pictograph_ = false;         // ends in a pictograph and what extends it
+  bool pictograph_ = false;         // ends in a pictograph, maybe with extending characters
   bool pictographBefore_ = false;   // the same before the last character
   bool unpairedIndicator_ = false;  // ends in an odd number of regional indicators
 };

@@ -4,9 +4,8 @@
 
 namespace parlen::text {
 
-/// The user-perceived character at the front of `text`: its first extended grapheme cluster, as
-/// Unicode 15.0 divides text (UAX #29). Empty only if `text` is. Bytes that are not UTF-8 count as
-/// U+FFFD does.
+/// The first extended grapheme cluster (user-perceived character) of `text`, by the rules of
+/// Unicode 15.0, UAX #29. Empty only if `text` is. Bytes that are not UTF-8 are treated as U+FFFD.
 std::string_view nextGrapheme(std::string_view text);
 
 }  // namespace parlen::text

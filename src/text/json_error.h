@@ -7,15 +7,15 @@
 
 namespace parlen::text {
 
-/// Why a text is not JSON: for people, and where in it.
+/// Why a text is not JSON, as a sentence for people, and where.
 struct JsonError {
-  std::size_t offset = 0;  // bytes before the place
+  std::size_t offset = 0;  // byte offset of the problem
   std::string message;
 
   friend bool operator==(const JsonError&, const JsonError&) = default;
 };
 
-/// The message with its place: "a value is missing at byte 4".
+/// The message and its place: "a value is missing at byte 4".
 inline std::string describe(const JsonError& error) {
   return error.message + " at byte " + std::to_string(error.offset);
 }

@@ -12,7 +12,7 @@ namespace {
 
 bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
-/// Looks at text from the left, one piece at a time.
+/// Scans a text from left to right.
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : text_(text) {}
@@ -37,7 +37,7 @@ class Scanner {
   std::size_t position_ = 0;
 };
 
-/// A number as it is written, in its pieces.
+/// The parts of a number's text.
 struct WrittenNumber {
   bool negative = false;
   std::string_view whole;
@@ -51,7 +51,7 @@ WrittenNumber readNumber(std::string_view text) {
   Scanner scanner(text);
   WrittenNumber number;
   number.negative = scanner.skipOneOf("-");
-  // A zero at the front stands alone: nothing else may start with one.
+  // No other integer part may start with 0.
   number.whole = scanner.skipOneOf("0") ? std::string_view("0") : scanner.skipDigits();
   if (number.whole.empty()) return {};
   if (scanner.skipOneOf(".")) {
@@ -67,7 +67,7 @@ WrittenNumber readNumber(std::string_view text) {
   return number;
 }
 
-/// The exponent, held within bounds that no text in memory can make up for with its zeros.
+/// The exponent, limited to a range that the digits of no text in memory can compensate.
 std::int64_t boundedExponent(const WrittenNumber& number) {
   constexpr std::int64_t bound = 1'000'000'000'000'000;
   std::int64_t exponent = 0;
@@ -77,7 +77,7 @@ std::int64_t boundedExponent(const WrittenNumber& number) {
   return number.negativeExponent ? -exponent : exponent;
 }
 
-/// An integer that is built from its decimal digits and remembers whether it still fits.
+/// Builds an integer from decimal digits and records whether it still fits.
 class Magnitude {
  public:
   void append(unsigned digit) {
@@ -85,7 +85,7 @@ class Magnitude {
     fits_ = fits_ && value_ <= (largest - digit) / 10;
     if (fits_) value_ = value_ * 10 + digit;
   }
-  /// Stops early, so that the count may be any number.
+  /// Stops as soon as the value no longer fits, so `count` may be any number.
   void appendZeros(std::int64_t count) {
     for (; count > 0 && fits_ && value_ != 0; --count) append(0);
   }
@@ -99,8 +99,8 @@ class Magnitude {
   bool fits_ = true;
 };
 
-/// The absolute value if it is integral and fits. Zeros are held back until another digit follows:
-/// those at the end belong to the exponent, so that 1000e-3 and 0.5e1 are seen to be integral.
+/// The absolute value if it is integral and fits. Zeros are added only when another digit follows;
+/// trailing zeros count for the exponent, so that 1000e-3 and 0.5e1 are recognized as integral.
 std::optional<std::uint64_t> integralMagnitude(const WrittenNumber& number) {
   Magnitude magnitude;
   std::int64_t zeros = 0;
@@ -138,7 +138,7 @@ std::size_t jsonNumberLength(std::string_view text) { return readNumber(text).le
 
 std::optional<JsonValue> jsonNumber(std::string_view token) {
   if (std::optional<JsonValue> exact = integer(readNumber(token))) return exact;
-  // The process never leaves the C locale, where the decimal point is a point.
+  // The process keeps the C locale, whose decimal separator is a point.
   const double value = std::strtod(std::string(token).c_str(), nullptr);
   if (!std::isfinite(value)) return std::nullopt;
   return JsonValue(value);

@@ -14,7 +14,7 @@ using ParsedValue = std::expected<JsonValue, JsonError>;
 using ParsedText = std::expected<std::string, JsonError>;
 using Parsed = std::expected<void, JsonError>;
 
-/// Descends into the text; each function reads one construct and leaves the position behind it.
+/// A recursive-descent parser. Each function reads one construct and moves the position behind it.
 class Reader {
  public:
   explicit Reader(std::string_view text) : text_(text) {}

@@ -8,12 +8,12 @@
 
 namespace parlen::text {
 
-/// The max depth of nested arrays and objects.
+/// The maximum depth of nested arrays and objects.
 inline constexpr int jsonDepthLimit = 512;
 
-/// Reads a text that holds one JSON value, of any kind, and nothing else but white space.
-/// Strict (RFC 8259): UTF-8 without a byte order mark, no lone surrogate, no number beyond a
-/// double. Of a key that an object has twice, the last one counts.
+/// Parses a text that is one JSON value of any kind, with white space around it. Strict (RFC 8259):
+/// UTF-8 without a byte order mark, no lone surrogates, no number too large for a double. If an
+/// object has a key twice, the last one counts.
 std::expected<JsonValue, JsonError> parseJson(std::string_view text);
 
 }  // namespace parlen::text

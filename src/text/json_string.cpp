@@ -37,7 +37,7 @@ std::optional<char32_t> hexDigit(char digit) {
   return static_cast<char32_t>(index % 16);
 }
 
-/// Each function reads one piece and leaves the position behind it.
+/// Each function reads one piece and moves the position behind it.
 class StringReader {
  public:
   explicit StringReader(std::string_view text) : text_(text) {}
@@ -72,7 +72,7 @@ std::expected<JsonString, JsonError> StringReader::read() {
   }
 }
 
-/// Everything up to the next character that a string cannot hold as it is.
+/// The characters up to the next quote, backslash or control character.
 Parsed StringReader::plainText(std::string& result) {
   std::size_t end = position_;
   const auto isPlain = [](char character) {
@@ -104,7 +104,7 @@ Parsed StringReader::escape(std::string& result) {
   return fail("an escape in a string is unknown");
 }
 
-/// One escape of a UTF-16 unit, or the two of a surrogate pair.
+/// The escape of one UTF-16 unit, or the two of a surrogate pair.
 std::expected<char32_t, JsonError> StringReader::escapedCharacter() {
   const std::size_t start = position_;
   const std::optional<char32_t> first = escapedUnit();
@@ -117,7 +117,7 @@ std::expected<char32_t, JsonError> StringReader::escapedCharacter() {
   return 0x10000 + ((*first - 0xD800) << 10) + (*second - 0xDC00);
 }
 
-/// The unit of the escape here: a backslash, "u" and four digits. Nothing if there is none.
+/// The UTF-16 unit of the escape here: a backslash, "u" and four digits. nullopt if there is none.
 std::optional<char32_t> StringReader::escapedUnit() {
   const std::string_view sequence = text_.substr(position_, 6);
   if (sequence.size() < 6 || !sequence.starts_with("\\u")) return std::nullopt;

@@ -9,14 +9,14 @@
 
 namespace parlen::text {
 
-/// A string that was read, and how many bytes it took, quotes included.
+/// A decoded string, and the length of its literal in bytes, quotes included.
 struct JsonString {
   std::string content;
   std::size_t length = 0;
 };
 
-/// The string literal at the front of `text`, which begins with its opening quote. The offset of an
-/// error counts from there.
+/// Reads the string literal at the start of `text`, which must begin with a quote. An error's
+/// offset counts from that quote.
 std::expected<JsonString, JsonError> readJsonString(std::string_view text);
 
 }  // namespace parlen::text

@@ -4,7 +4,7 @@
 
 namespace parlen::text {
 
-// An array of values that might throw when moved would be copied whenever it grows.
+// A vector copies its elements when it grows if their move constructor may throw.
 static_assert(std::is_nothrow_move_constructible_v<JsonValue>);
 
 JsonValue::Content JsonValue::number(std::uint64_t value) {

@@ -17,18 +17,18 @@ class JsonValue;
 using JsonArray = std::vector<JsonValue>;
 using JsonObject = std::map<std::string, JsonValue, std::less<>>;
 
-/// A JSON value. Each accessor gives nothing if the value is of another kind.
+/// A JSON value. Each accessor returns nullopt or null if the value is of another kind.
 class JsonValue {
  public:
   JsonValue() = default;  // null
 
-  // Only a bool itself: a pointer must not turn into a boolean.
+  // Only a bool itself: a pointer must not convert to a boolean.
   JsonValue(std::same_as<bool> auto value) : content_(value) {}
   JsonValue(std::signed_integral auto value) : content_(static_cast<std::int64_t>(value)) {}
   JsonValue(std::unsigned_integral auto value)
     requires(!std::same_as<decltype(value), bool>)
       : content_(number(value)) {}
-  /// A number that is not known to be integral; the integer accessors give nothing for it.
+  /// A number that is not known to be integral; the integer accessors return nullopt for it.
   JsonValue(double value) : content_(value) {}
   JsonValue(std::string value) : content_(std::move(value)) {}
   JsonValue(std::string_view value) : content_(std::string(value)) {}
@@ -50,7 +50,7 @@ class JsonValue {
   /// The member `name` of an object; null if there is none or the value is no object.
   const JsonValue* find(std::string_view name) const;
 
-  // The member `name` of an object as a value of one kind; nothing if there is none, if it is of
+  // The member `name` of an object as a value of one kind; nullopt if there is none, if it is of
   // another kind, or if this value is no object. A text is a view of the member.
   std::optional<std::string_view> text(std::string_view name) const;
   std::optional<std::int64_t> integer(std::string_view name) const;

@@ -33,7 +33,7 @@ void appendEscaped(std::string& out, char character) {
   }
 }
 
-/// The shortest of the forms that read back as the same double; 17 digits always do.
+/// The shortest form that parses to the same double; 17 digits always do.
 std::string formatDouble(double value) {
   std::array<char, 32> buffer{};
   for (const int digits : {15, 16, 17}) {

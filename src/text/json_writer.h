@@ -8,8 +8,8 @@
 
 namespace parlen::text {
 
-// Each writer gives nothing if a string is not valid UTF-8 or a number is not finite. Members are
-// sorted by the bytes of their keys. Every slash in a string is written escaped.
+// Each writer returns nullopt if a string is not valid UTF-8 or a number is not finite. Members are
+// sorted by the bytes of their keys. Slashes in strings are escaped.
 
 /// The string literal for `text`, with its quotes.
 std::optional<std::string> quoteJson(std::string_view text);

@@ -9,18 +9,19 @@ namespace parlen::text {
 
 inline constexpr char32_t replacementCharacter = 0xFFFD;
 
-/// What stands at the front of some bytes.
+/// The result of decoding the start of some bytes.
 struct DecodedCharacter {
-  std::optional<char32_t> codePoint;  // nothing: the bytes are no character
-  std::size_t length = 0;             // bytes taken, at least 1
+  std::optional<char32_t> codePoint;  // nullopt: not well-formed
+  std::size_t length = 0;             // bytes consumed, at least 1
 };
 
-/// The first character of `bytes`, which must not be empty. Well-formed are the sequences of the
-/// Unicode standard alone: no surrogate, nothing longer than needed, nothing above U+10FFFF. What
-/// is not well-formed is taken up to the first byte that could not continue it.
+/// Decodes the first character of `bytes`, which must not be empty. Well-formed means as the
+/// Unicode Standard defines it (table 3-7): no surrogates, no overlong forms, nothing above
+/// U+10FFFF. A sequence that is not well-formed is consumed up to the first byte that cannot
+/// continue it.
 DecodedCharacter decodeFirst(std::string_view bytes);
 
-/// How many bytes at the front of `bytes` are well-formed.
+/// The length of the well-formed start of `bytes`.
 std::size_t validUtf8Length(std::string_view bytes);
 
 bool isValidUtf8(std::string_view bytes);
@@ -28,7 +29,7 @@ bool isValidUtf8(std::string_view bytes);
 /// `bytes` with each sequence that is not well-formed replaced by one U+FFFD.
 std::string repairUtf8(std::string_view bytes);
 
-/// Adds a character to `text`. `codePoint` must not be a surrogate nor exceed U+10FFFF.
+/// Appends a character to `text`. `codePoint` must be neither a surrogate nor above U+10FFFF.
 void appendUtf8(std::string& text, char32_t codePoint);
 
 }  // namespace parlen::text

@@ -26,8 +26,8 @@ Clusters clustersOf(std::string_view text) {
   return clusters;
 }
 
-/// One line of the database's own test: hexadecimal code points, "÷" where text may be divided and
-/// "×" where it may not.
+/// A line of GraphemeBreakTest.txt: hexadecimal code points, "÷" where clusters end, "×" where they
+/// do not.
 Clusters expectedClusters(const std::string& line) {
   Clusters clusters;
   std::istringstream words(line);
@@ -38,7 +38,7 @@ Clusters expectedClusters(const std::string& line) {
       appendUtf8(clusters.back(), static_cast<char32_t>(std::stoul(word, nullptr, 16)));
     }
   }
-  clusters.pop_back();  // what the last sign begins
+  clusters.pop_back();  // the last sign begins an empty one
   return clusters;
 }
 
@@ -60,7 +60,7 @@ TEST(Graphemes, DividesEveryLineOfTheDatabasesTest) {
   EXPECT_EQ(lines, 602);
 }
 
-TEST(Graphemes, GivesNothingForNothing) { EXPECT_EQ(nextGrapheme(""), ""); }
+TEST(Graphemes, ReturnsAnEmptyClusterForAnEmptyText) { EXPECT_EQ(nextGrapheme(""), ""); }
 
 TEST(Graphemes, DividesAsciiIntoItsCharacters) {
   for (char character = 0; character < 0x7F; ++character) {
@@ -106,7 +106,7 @@ TEST(Graphemes, BuildsHangulSyllables) {
             (Clusters{"\u1112\u1161\u11AB", "\u1100\uAC00\u11A8", "\uAC01\u11A8", "\u1161"}));
 }
 
-TEST(Graphemes, TakesBytesThatAreNotUtf8ForCharactersOfTheirOwn) {
+TEST(Graphemes, TreatsInvalidBytesAsCharactersOfTheirOwn) {
   EXPECT_EQ(clustersOf("\xFF\xFF"), (Clusters{"\xFF", "\xFF"}));
   EXPECT_EQ(clustersOf("a\xE2\x82"), (Clusters{"a", "\xE2\x82"}));
   EXPECT_EQ(clustersOf("\xFF\u0301"), (Clusters{"\xFF\u0301"}));

@@ -29,7 +29,7 @@ TEST(JsonNumber, ReadsPlainIntegersExactly) {
   EXPECT_EQ(number("18446744073709551615").asUInt64(), highestUnsigned);
 }
 
-TEST(JsonNumber, GivesNoIntegerThatDoesNotFit) {
+TEST(JsonNumber, ReturnsNoIntegerThatDoesNotFit) {
   EXPECT_EQ(number("9223372036854775808").asInt64(), std::nullopt);
   EXPECT_EQ(number("9223372036854775808").asUInt64(), 9223372036854775808U);
   EXPECT_EQ(number("-9223372036854775809").asInt64(), std::nullopt);
@@ -60,7 +60,7 @@ TEST(JsonNumber, SeesZeroHoweverItIsWritten) {
   }
 }
 
-TEST(JsonNumber, GivesNoIntegerForAFraction) {
+TEST(JsonNumber, ReturnsNoIntegerForAFraction) {
   for (const std::string_view text :
        {"50.5", "0.5", "-0.5", "1e-1", "100.00000000000000000000000000001", "15e-1",
         "9007199254740992.5", "1e-999999999999999999999", "0.0000001e6"}) {
@@ -81,7 +81,7 @@ TEST(JsonNumber, ReadsTheNearestDouble) {
   EXPECT_EQ(number("1e-400").asDouble(), 0.0);
 }
 
-TEST(JsonNumber, RefusesWhatNoFiniteDoubleHolds) {
+TEST(JsonNumber, RejectsWhatNoFiniteDoubleHolds) {
   for (const std::string& text :
        {std::string("1e309"), std::string("-1e309"), std::string("1.7976931348623159e308"),
         std::string("1e99999999999999999999"), std::string(400, '9'),
@@ -101,7 +101,7 @@ TEST(JsonNumber, ReadsVeryLongNumbers) {
   EXPECT_EQ(number("0." + std::string(100'000, '3')).asDouble(), 1.0 / 3);
 }
 
-TEST(JsonNumber, RefusesEveryOtherSpelling) {
+TEST(JsonNumber, RejectsEveryOtherSpelling) {
   for (const std::string_view text :
        {"+1",  "-",     "--1", ".5",  "-.5",   "1.",   "-1.",   "1.e2",  "1e",       "1E+",
         "1e-", "1e1.5", "01",  "-01", "00",    "0x10", "1_000", "1,5",   "Infinity", "-Infinity",

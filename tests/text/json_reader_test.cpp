@@ -53,7 +53,7 @@ TEST(JsonReader, SkipsWhiteSpaceAroundEveryToken) {
             JsonValue(JsonObject{{"a", JsonArray{1, 2}}, {"b", JsonObject()}}));
 }
 
-TEST(JsonReader, TakesNothingElseForWhiteSpace) {
+TEST(JsonReader, AcceptsNoOtherWhiteSpace) {
   for (const std::string_view other : {"\f", "\v", "\xC2\xA0", "\xE2\x80\xA8", "\xEF\xBB\xBF"}) {
     EXPECT_EQ(errorFor(std::string(other) + "1"), "a value is missing or malformed at byte 0");
     EXPECT_EQ(errorFor("1" + std::string(other)), "something follows the value at byte 1");
@@ -112,7 +112,7 @@ TEST(JsonReader, SaysWhatIsWrongAndWhere) {
   for (const auto& [text, message] : cases) EXPECT_EQ(errorFor(text), message) << text;
 }
 
-TEST(JsonReader, RefusesEveryCutOfADocument) {
+TEST(JsonReader, RejectsEveryCutOfADocument) {
   const std::string_view document =
       R"({"type":"text","text":"a\n\ud83d\ude00","delayMs":1e2,"more":[null,true,{"x":-0.5}]})";
   for (std::size_t cut = 0; cut < document.size(); ++cut) {
@@ -121,7 +121,7 @@ TEST(JsonReader, RefusesEveryCutOfADocument) {
   EXPECT_TRUE(parseJson(document));
 }
 
-TEST(JsonReader, FollowsNestingToItsLimitAndNoFurther) {
+TEST(JsonReader, AcceptsNestingUpToTheLimitOnly) {
   EXPECT_TRUE(parseJson(nested(512, "[", "", "]")));
   EXPECT_TRUE(parseJson(nested(511, "{\"a\":", "{}", "}")));
   EXPECT_TRUE(parseJson(nested(256, "[{\"a\":", "1", "}]")));

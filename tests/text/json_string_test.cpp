@@ -8,7 +8,7 @@
 namespace parlen::text {
 namespace {
 
-/// What the text between the quotes stands for, or why it cannot.
+/// The decoded content of a literal, or the error.
 std::string content(std::string_view literal) {
   const auto result = parseJson('"' + std::string(literal) + '"');
   return result ? *result->asString() : describe(result.error());
@@ -28,7 +28,7 @@ TEST(JsonString, JoinsSurrogatePairs) {
   EXPECT_EQ(content(R"(\ud7ff\ue000)"), "\xED\x9F\xBF\xEE\x80\x80");
 }
 
-TEST(JsonString, RefusesALoneSurrogate) {
+TEST(JsonString, RejectsALoneSurrogate) {
   for (const std::string_view literal :
        {R"(\ud800)", R"(\udbff)", R"(\udc00)", R"(\udfff)", R"(\ud800\ud800)", R"(\ude00\ud83d)",
         R"(\ud800\n)", R"(\ud800x)", R"(\ud800\u0041)", R"(\ud800\udc0)", R"(\ud800\u)"}) {
@@ -39,7 +39,7 @@ TEST(JsonString, RefusesALoneSurrogate) {
             "an escaped surrogate in a string stands alone at byte 15");
 }
 
-TEST(JsonString, RefusesAnEscapeOfAnyOtherCharacter) {
+TEST(JsonString, RejectsAnEscapeOfAnyOtherCharacter) {
   for (int character = 0; character < 256; ++character) {
     const char letter = static_cast<char>(character);
     if (std::string_view("\"\\/bfnrtu").find(letter) != std::string_view::npos) continue;
@@ -48,7 +48,7 @@ TEST(JsonString, RefusesAnEscapeOfAnyOtherCharacter) {
   }
 }
 
-TEST(JsonString, RefusesAnEscapeWithoutItsFourDigits) {
+TEST(JsonString, RejectsAnEscapeWithoutItsFourDigits) {
   for (const std::string_view literal :
        {R"(\u)", R"(\u1)", R"(\u12)", R"(\u123)", R"(\u123g)", R"(\u-123)", R"(\u 123)",
         R"(\u+123)", R"(\U0041)", R"(\u12\n)", R"(\u00:0)"}) {
@@ -58,7 +58,7 @@ TEST(JsonString, RefusesAnEscapeWithoutItsFourDigits) {
             "an escape in a string lacks its four hexadecimal digits at byte 1");
 }
 
-TEST(JsonString, RefusesEveryControlCharacterAsItIs) {
+TEST(JsonString, RejectsEveryControlCharacterAsItIs) {
   for (char character = 0; character < 0x20; ++character) {
     EXPECT_EQ(content(std::string("a") + character),
               "a control character in a string is not escaped at byte 2");
@@ -72,14 +72,14 @@ TEST(JsonString, TakesAnyOtherTextAsItIs) {
   EXPECT_EQ(content(""), "");
 }
 
-TEST(JsonString, RefusesBytesThatAreNotUtf8) {
+TEST(JsonString, RejectsBytesThatAreNotUtf8) {
   for (const std::string_view bytes : {"\x80", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80",
                                        "\xC3", "\xFF", "\xE2\x82\\u00AC", "\xC3\\n"}) {
     EXPECT_EQ(content("ab" + std::string(bytes)), "a string is not valid UTF-8 at byte 3");
   }
 }
 
-TEST(JsonString, RefusesAStringThatIsNotClosed) {
+TEST(JsonString, RejectsAStringThatIsNotClosed) {
   EXPECT_EQ(describe(parseJson("[\"abc").error()), "a string is not closed at byte 1");
   EXPECT_EQ(describe(parseJson("[\"abc\\\"").error()), "a string is not closed at byte 1");
   EXPECT_EQ(describe(parseJson("[\"abc\\").error()), "an escape in a string is unknown at byte 5");

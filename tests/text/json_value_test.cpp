@@ -73,7 +73,7 @@ TEST(JsonValue, FindsTheMembersOfAnObject) {
   EXPECT_EQ(value.find("delayMs")->asInt64(), 60);
 }
 
-TEST(JsonValue, FindsNothingUnderAnotherKeyOrInAnotherKind) {
+TEST(JsonValue, ReturnsNullForAnotherKeyOrInAnotherKind) {
   const JsonValue value = JsonObject{{"type", "stop"}};
 
   EXPECT_EQ(value.find("Type"), nullptr);

@@ -40,7 +40,7 @@ TEST(JsonWriter, CopiesCharactersBeyondAsciiUnchanged) {
   EXPECT_EQ(quoteJson(text), '"' + text + '"');
 }
 
-TEST(JsonWriter, QuotesNothingThatIsNotUtf8) {
+TEST(JsonWriter, DoesNotQuoteATextThatIsNotUtf8) {
   for (const std::string_view text : {"\xFF", "a\xC3", "\xED\xA0\x80", "\xC0\xAF"}) {
     EXPECT_EQ(quoteJson(text), std::nullopt);
   }
@@ -122,14 +122,14 @@ TEST(JsonWriter, WritesTheShortestDoubleThatReadsBackTheSame) {
   }
 }
 
-TEST(JsonWriter, WritesNothingWithATextThatIsNotUtf8) {
+TEST(JsonWriter, FailsOnATextThatIsNotUtf8) {
   EXPECT_EQ(writeCompactSorted(JsonObject{{"bundle", "/\xFF"}}), std::nullopt);
   EXPECT_EQ(writeCompactSorted(JsonObject{{"\xFF", 1}}), std::nullopt);
   EXPECT_EQ(writePrettySorted(JsonObject{{"a", 1}, {"macAddress", "\xC3"}}), std::nullopt);
   EXPECT_EQ(writeCompactSorted(JsonArray{1, JsonArray{"\x80"}}), std::nullopt);
 }
 
-TEST(JsonWriter, WritesNothingWithANumberThatIsNotFinite) {
+TEST(JsonWriter, FailsOnANumberThatIsNotFinite) {
   EXPECT_EQ(writeCompactSorted(std::numeric_limits<double>::infinity()), std::nullopt);
   EXPECT_EQ(writePrettySorted(JsonArray{std::numeric_limits<double>::quiet_NaN()}), std::nullopt);
 }

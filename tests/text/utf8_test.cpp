@@ -14,7 +14,7 @@ struct Sample {
   std::string_view bytes;
 };
 
-// The ends of every range of lengths, and both sides of the surrogates.
+// The first and last character of each encoded length, and both sides of the surrogates.
 constexpr Sample samples[] = {
     {0x0, {"\0", 1}},
     {0x7F, "\x7F"},
@@ -55,8 +55,8 @@ TEST(Utf8, DecodesWhatItEncodesForEveryCharacter) {
   }
 }
 
-// The count of sequences is that of characters, and all of those are decoded (above): so no other
-// sequence passes.
+// There are as many well-formed sequences as characters, and every character decodes (above), so no
+// other sequence is accepted.
 TEST(Utf8, AcceptsNoSequenceOfThreeBytesButThoseOfCharacters) {
   int accepted = 0;
   for (unsigned first = 0x80; first <= 0xFF; ++first) {
@@ -84,12 +84,12 @@ TEST(Utf8, AcceptsNoSequenceOfFourBytesButThoseOfCharacters) {
   EXPECT_EQ(accepted, 0x100000 / 4096);
 }
 
-TEST(Utf8, RefusesWhatIsNotWellFormed) {
-  const std::string_view refused[] = {
+TEST(Utf8, RejectsWhatIsNotWellFormed) {
+  const std::string_view rejected[] = {
       "\x80",
       "\xBF",  // a continuation alone
       "\xC0\x80",
-      "\xC1\xBF",  // longer than needed
+      "\xC1\xBF",  // overlong
       "\xE0\x80\x80",
       "\xE0\x9F\xBF",  //
       "\xF0\x80\x80\x80",
@@ -103,13 +103,13 @@ TEST(Utf8, RefusesWhatIsNotWellFormed) {
       "\xFF",
       "\xC3",
       "\xE2\x82",
-      "\xF0\x9F\x98",  // cut off
+      "\xF0\x9F\x98",  // truncated
       "\xC3(",
       "\xE2(\x82",
       "\xE2\x82(",
       "\xF0\x9F\x98(",
   };
-  for (const std::string_view bytes : refused) {
+  for (const std::string_view bytes : rejected) {
     EXPECT_FALSE(decodeFirst(bytes).codePoint);
     EXPECT_FALSE(isValidUtf8(bytes));
     EXPECT_FALSE(isValidUtf8("a" + std::string(bytes) + "b"));
@@ -129,7 +129,7 @@ TEST(Utf8, LeavesValidTextAloneWhenRepairing) {
   EXPECT_EQ(repairUtf8(""), "");
 }
 
-TEST(Utf8, ReplacesEachLongestStartOfASequenceByOneCharacter) {
+TEST(Utf8, ReplacesEachMaximalSubpartByOneCharacter) {
   struct Case {
     std::string_view bytes;
     std::string repaired;
