@@ -5,8 +5,8 @@
 
 namespace parlen::text {
 
-/// The property of a character that decides where clusters end (UAX #29): Grapheme_Cluster_Break or,
-/// for emoji that can be joined, Extended_Pictographic.
+/// The property of a character that decides where clusters end (UAX #29): Grapheme_Cluster_Break
+/// or, for emoji that can be joined, Extended_Pictographic.
 enum class GraphemeBreak : std::uint8_t {
   other,
   carriageReturn,

@@ -1,6 +1,9 @@
 #include "platform/simulated/machine.h"
 
+#include <chrono>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/simulated/handles.h"

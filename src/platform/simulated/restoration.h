@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <expected>
 #include <memory>
@@ -21,7 +22,7 @@ struct RestoreImageContent {
   friend bool operator==(const RestoreImageContent&, const RestoreImageContent&) = default;
 };
 
-/// A longer file is not a restore image. Bytes.
+/// In bytes; a longer file is not a restore image.
 inline constexpr std::size_t maxRestoreImageSize = 65536;
 
 /// Parses a restore image. The error says what is wrong with it.

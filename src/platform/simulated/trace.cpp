@@ -1,8 +1,11 @@
 #include "platform/simulated/trace.h"
 
 #include <array>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <variant>
 
 #include "platform/simulated/handles.h"
 

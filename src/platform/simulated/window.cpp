@@ -1,6 +1,9 @@
 #include "platform/simulated/window.h"
 
+#include <memory>
+#include <string>
 #include <utility>
+#include <variant>
 
 namespace parlen::simulated {
 namespace {
