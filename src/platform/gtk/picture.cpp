@@ -46,7 +46,7 @@ void drawColorBars(cairo_t* canvas) {
   }
 }
 
-/// The frame lies on the picture's last pixels: a side that is missing has been cut off.
+/// The frame is on the outermost pixels: if a side is missing, the picture is cut off there.
 void drawLines(cairo_t* canvas) {
   constexpr double line = 8;
   cairo_set_line_width(canvas, line);
@@ -75,7 +75,7 @@ void drawText(cairo_t* canvas, const std::string& text) {
   cairo_show_text(canvas, text.c_str());
 }
 
-/// A screen on a foot, on a square of 32 units.
+/// A screen on a foot, in a square of 32 units.
 void drawIcon(cairo_t* canvas) {
   setColor(canvas, {0.20, 0.24, 0.31});
   roundedRectangle(canvas, 1, 3, 30, 21, 3);
