@@ -1,4 +1,4 @@
-"""A display of its own, the tool in front of it, and a user's hands on its windows."""
+"""An X display of the test's own, its mouse and keyboard, and a run of the tool in front of it."""
 
 import contextlib
 import dataclasses
@@ -9,11 +9,11 @@ import subprocess
 import threading
 import time
 
-PATIENCE = 120  # seconds; a busy machine emulates a guest slowly
+TIMEOUT = 120  # seconds; a busy machine emulates a guest slowly
 
 
 class Display:
-    """An X server without a screen, for as long as the `with` block runs."""
+    """A virtual X server that lives until the `with` block or a call of stop() ends it."""
 
     def __init__(self, size):
         self.size = size
@@ -40,7 +40,7 @@ class Display:
 
     def environment(self):
         kept = {name: value for name, value in os.environ.items() if name != "WAYLAND_DISPLAY"}
-        # No session bus: nothing of this machine's desktop has a say.
+        # No accessibility bus and no stored settings: nothing of this machine's desktop has an effect.
         return kept | {"DISPLAY": self.name, "NO_AT_BRIDGE": "1", "GSETTINGS_BACKEND": "memory"}
 
     def run(self, *command):
@@ -64,7 +64,7 @@ class Display:
         return Picture(int(self.size.split("x")[0]), raw)
 
     def window(self, title):
-        """Where the tool's one window with this title is, or nothing if there is none on screen."""
+        """The place of the tool's window with this title; None if there is none on screen."""
         found = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "parlen-mac-vm"],
                                env=self.environment(), capture_output=True, text=True)
         ids = [window for window in found.stdout.split() if self.title(window) == title]
@@ -113,7 +113,7 @@ class Picture:
 
 
 class Tool:
-    """One run of the tool, and what it has said so far."""
+    """One run of the tool, with the events and the standard error that it has written so far."""
 
     def __init__(self, program, *arguments, environment=None):
         self.process = subprocess.Popen([program, *map(str, arguments)], env=environment,
@@ -156,51 +156,51 @@ class Tool:
         self.process.stdin.write(json.dumps(command).encode() + b"\n")
         self.process.stdin.flush()
 
-    def next_event(self, patience=PATIENCE):
-        """The next event; each line must be one."""
+    def next_event(self, timeout=TIMEOUT):
+        """Waits at most `timeout` seconds for the next event. Every line must be a JSON event."""
         try:
-            line = self.arrived.get(timeout=patience)
+            line = self.arrived.get(timeout=timeout)
         except queue.Empty:
-            raise AssertionError(f"no event within {patience} s; {self.story()}") from None
+            raise AssertionError(f"no event within {timeout} s; {self.log()}") from None
         if line is None:
-            raise AssertionError(f"the tool has ended; {self.story()}")
+            raise AssertionError(f"the tool has ended; {self.log()}")
         event = json.loads(line)
         self.events.append(event)
         return event
 
-    def wait_for(self, patience=PATIENCE, **wanted):
-        """Reads events until one has these members."""
+    def wait_for(self, timeout=TIMEOUT, **wanted):
+        """Reads events until one has these members; an error event before it fails the test."""
         while True:
-            event = self.next_event(patience)
+            event = self.next_event(timeout)
             if all(event.get(name) == value for name, value in wanted.items()):
                 return event
             if event["type"] == "error":
-                raise AssertionError(self.story())
+                raise AssertionError(self.log())
 
     def quiet(self):
-        """That nothing has been said since the last event that was read."""
+        """Whether no event has come since the last one that was read."""
         return self.arrived.empty()
 
     def end(self):
-        """Reads on until the tool has ended; its status."""
-        while (line := self.arrived.get(timeout=PATIENCE)) is not None:
+        """Reads events until the tool has ended, and returns its exit status."""
+        while (line := self.arrived.get(timeout=TIMEOUT)) is not None:
             self.events.append(json.loads(line))
-        status = self.process.wait(timeout=PATIENCE)
+        status = self.process.wait(timeout=TIMEOUT)
         for reader in self.readers:
             reader.join()
         return status
 
-    def story(self):
+    def log(self):
         return f"events: {self.events}; standard error: {self.errors}"
 
 
-def until(condition, what, patience=PATIENCE):
-    """Waits until `condition` gives something true, and returns that."""
-    end = time.monotonic() + patience
+def until(condition, what, timeout=TIMEOUT):
+    """Waits at most `timeout` seconds until `condition` returns something true, and returns that."""
+    end = time.monotonic() + timeout
     while True:
         value = condition()
         if value:
             return value
         if time.monotonic() > end:
-            raise AssertionError(f"{what} did not happen within {patience} s")
+            raise AssertionError(f"{what} did not happen within {timeout} s")
         time.sleep(0.05)

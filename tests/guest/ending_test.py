@@ -1,4 +1,4 @@
-"""The real program on QEMU and its ends: whoever dies first, the other one is not left behind."""
+"""The real program on QEMU: when the tool or QEMU is killed, the other one ends as well."""
 
 import json
 import os
@@ -35,7 +35,7 @@ class EndingTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
         self.bundle = self.folder / "guest"
-        # A disk with a boot signature and nothing to boot: the guest stays in its firmware.
+        # The MBR's boot signature 55 AA and nothing to boot: the guest stays in its firmware.
         image = self.folder / "image"
         image.write_bytes(bytes(510) + b"\x55\xaa" + bytes(1 << 20))
         self.environment = {name: value for name, value in os.environ.items()
@@ -64,7 +64,7 @@ class EndingTest(unittest.TestCase):
     def events(self, tool):
         return [json.loads(line) for line in tool.stdout]
 
-    def test_a_killed_qemu_is_told_as_a_crash(self):
+    def test_a_killed_qemu_is_reported_as_a_crash(self):
         tool, qemu = self.run_guest()
         os.kill(qemu, signal.SIGKILL)
         error, stopped = self.events(tool)
@@ -91,18 +91,18 @@ class EndingTest(unittest.TestCase):
     def test_a_tool_without_a_reader_leaves_no_qemu(self):
         tool, qemu = self.run_guest()
         tool.stdout.close()
-        tool.stdin.write(b'{"type":"resume"}\n')  # answered, into a pipe that nobody reads
+        tool.stdin.write(b'{"type":"resume"}\n')  # the answer goes to a pipe without a reader
         tool.stdin.flush()
         self.assertEqual(tool.wait(), -signal.SIGPIPE)
         until(lambda: is_gone(qemu), "QEMU outlives the tool")
 
-    def test_an_interrupt_typed_at_a_terminal_reaches_the_tool_alone(self):
+    def test_a_typed_interrupt_reaches_the_tool_alone(self):
         master, terminal = pty.openpty()
         self.addCleanup(os.close, master)
 
         def take_terminal():
             os.setsid()
-            os.close(os.open(os.ttyname(terminal), os.O_RDWR))  # becomes the controlling one
+            os.close(os.open(os.ttyname(terminal), os.O_RDWR))  # makes it the controlling terminal
 
         tool, qemu = self.run_guest(stdin=terminal, preexec_fn=take_terminal)
         os.close(terminal)
@@ -112,7 +112,7 @@ class EndingTest(unittest.TestCase):
         self.assertEqual(tool.wait(), 0)
         self.assertTrue(is_gone(qemu))
 
-    def test_a_second_run_of_a_bundle_fails_and_the_first_is_unharmed(self):
+    def test_a_second_run_of_a_bundle_fails_alone(self):
         first, _ = self.run_guest()
         second = subprocess.Popen([PROGRAM, "run", "--bundle", self.bundle],
                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE,

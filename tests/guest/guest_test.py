@@ -1,4 +1,4 @@
-"""A real guest in a real window: what is typed arrives, and what a user does is heard."""
+"""A real guest in a real window: typed keys reach the guest, and a user's clicks reach the parent."""
 
 import os
 import pathlib
@@ -9,12 +9,12 @@ import tempfile
 import unittest
 
 from desktop import Display, Tool, until
-from hands import BAR_TITLE, gone, press_close, press_done, press_later, shown
+from window_parts import BAR_TITLE, gone, press_close, press_done, press_later, shown
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
-IMAGE = os.environ.get("PARLEN_GUEST_IMAGE", os.environ.get("PARLEN_USUAL_GUEST_IMAGE", ""))
-BOOT = 180  # seconds that a busy machine may take to emulate the start of a guest
-GAP = 100   # ms between two strokes, for a guest whose processor is emulated
+IMAGE = os.environ.get("PARLEN_GUEST_IMAGE", os.environ.get("PARLEN_DEFAULT_GUEST_IMAGE", ""))
+BOOT_TIMEOUT = 180  # seconds; a busy machine emulates the start of a guest slowly
+GAP = 100  # ms between two strokes, enough for a guest whose processor is emulated
 PRINTABLE = "".join(chr(code) for code in range(ord(" "), ord("~") + 1))
 
 
@@ -38,28 +38,28 @@ class GuestTest(unittest.TestCase):
                     environment=self.display.environment())
         self.addCleanup(tool.close)
         tool.wait_for(state="running")
-        until((self.logs / "booted").exists, f"the start of the guest; {tool.story()}", BOOT)
+        until((self.logs / "booted").exists, f"the start of the guest; {tool.log()}", BOOT_TIMEOUT)
         return tool
 
     def type_in(self, tool, text):
         tool.send(type="text", text=text, delayMs=GAP)
-        tool.wait_for(type="input-done", input="text", patience=600)
+        tool.wait_for(type="input-done", input="text", timeout=600)
 
     def press(self, tool, chord):
         tool.send(type="key", key=chord)
         tool.wait_for(type="input-done", input="key")
 
     def written(self, name):
-        """A file that the guest writes, once it ends with a line feed."""
+        """The text of a file that the guest writes, once it ends with a line feed."""
         path = self.logs / name
         until(lambda: path.exists() and path.read_bytes().endswith(b"\n"), f"the guest's {name}")
         return path.read_text(encoding="ascii")
 
     def stop(self, tool):
         tool.process.send_signal(signal.SIGTERM)
-        self.assertEqual(0, tool.end(), tool.story())
+        self.assertEqual(0, tool.end(), tool.log())
 
-    def test_guest_receives_every_printable_character_and_chords(self):
+    def test_guest_receives_all_characters_and_chords(self):
         tool = self.booted("--gui")
         self.type_in(tool, "cat > /logs/typed <<'END'\n" + PRINTABLE + "\nEND\n")
         self.assertEqual(PRINTABLE + "\n", self.written("typed"))
@@ -80,19 +80,19 @@ class GuestTest(unittest.TestCase):
         self.assertEqual("edited\n", self.written("edited"))
         self.stop(tool)
 
-    def test_headless_guest_is_shown_and_its_user_is_heard(self):
+    def test_headless_guest_is_shown_and_clicks_are_sent(self):
         tool = self.booted()
         self.assertIsNone(self.display.window(BAR_TITLE))
         words = string.ascii_lowercase + " "
         tool.send(type="window", show=True, title=words * 20, detail=words * 40)
         window = shown(self.display)
 
-        # The user types, with the keyboard's own events; Return is the guest's and no button's.
+        # A user types: X key events. Return goes to the guest and presses no button.
         self.display.mouse(window.x + window.width // 2, window.y + window.height // 2)
         self.display.run("xdotool", "type", "--delay", str(GAP), "echo by hand > /logs/hand")
         self.display.key("Return")
         self.assertEqual("by hand\n", self.written("hand"))
-        self.assertTrue(tool.quiet(), tool.story())
+        self.assertTrue(tool.quiet(), tool.log())
 
         for press, action in ((press_later, "later"), (press_done, "done")):
             press(self.display, window)
@@ -108,7 +108,7 @@ class GuestTest(unittest.TestCase):
         tool.send(type="window", show=True, title="And again")
         shown(self.display)
         tool.send(type="stop")
-        self.assertEqual(0, tool.end(), tool.story())
+        self.assertEqual(0, tool.end(), tool.log())
         self.assertFalse(tool.events[-1]["crashed"])
 
 

@@ -1,9 +1,10 @@
-"""Where the parts of the tool's windows are, found by their looks, and what a user does there."""
+"""Finds the parts of the tool's windows on the screen by their colours, and clicks on them."""
 
 from desktop import Box, until
 
 BAR_TITLE = "Background desktop"
-BORDER = 5  # of the window, outside of its frame; the toolkit's
+# Of GTK's default theme, in pixels.
+BORDER = 5  # of the window, outside of its frame
 EDGE = 28   # from the window's right and upper edge to the middle of the close button
 
 
@@ -41,7 +42,7 @@ def test_picture(display, window):
 
 
 def done_button(display, window):
-    """The place of the button in the accent colour, once it stays as it is: the toolkit fades from
+    """The place of the button in the accent colour, once two pictures show the same: GTK fades from
     one look to the next."""
     def find():
         picture = display.picture()

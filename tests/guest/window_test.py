@@ -1,4 +1,4 @@
-"""The tool's windows on a real display, with the simulated machine's test picture in them."""
+"""The tool's windows on a real X display, with the simulated machine's test picture in them."""
 
 import json
 import os
@@ -10,8 +10,8 @@ import tempfile
 import unittest
 
 from desktop import Display, Tool, until
-from hands import (BAR_TITLE, BORDER, done_button, gone, press_close, press_done, press_later,
-                   shown, test_picture)
+from window_parts import (BAR_TITLE, BORDER, done_button, gone, press_close, press_done,
+                          press_later, shown, test_picture)
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
 LONG = "a text that is far too long for any window " * 40
@@ -51,7 +51,7 @@ class WindowTest(unittest.TestCase):
 
     def stop(self, tool):
         tool.process.send_signal(signal.SIGTERM)
-        self.assertEqual(0, tool.end(), tool.story())
+        self.assertEqual(0, tool.end(), tool.log())
 
     def expected_content(self, chrome):
         width, height = self.size.split("x")
@@ -65,7 +65,7 @@ class WindowTest(unittest.TestCase):
         bottom = window.y + window.height - BORDER
         chrome = picture.y - window.y - BORDER
         content = self.expected_content(chrome)
-        # A picture of whole pixels has the guest's proportions as nearly as it can.
+        # Whole pixels match the guest's aspect ratio to within one.
         self.assertAlmostEqual(content["x"], picture.x, delta=1)
         self.assertAlmostEqual(content["width"], picture.width, delta=1)
         self.assertAlmostEqual(content["height"], picture.height, delta=1)
@@ -129,11 +129,11 @@ class WindowTest(unittest.TestCase):
             self.display.key(key)
         until(lambda: self.display.picture().raw != before, "the picture naming a key")
 
-        press_done(self.display, window)  # had a key pressed one, that event would come first
+        press_done(self.display, window)  # the event of a pressed key would come before this one
         self.expect_action(tool, "done")
         self.stop(tool)
 
-    def test_gui_run_shows_a_plain_window_that_takes_the_parents_keys(self):
+    def test_gui_window_takes_the_parents_keys(self):
         tool = self.running("--gui")
         title = "Parlen VM — vm1"
         window = shown(self.display, title)
@@ -148,7 +148,7 @@ class WindowTest(unittest.TestCase):
         tool.send(type="key", key="return")
         tool.wait_for(type="input-done")
 
-        self.assertTrue(all("firstResponder=" in line for line in tool.errors), tool.story())
+        self.assertTrue(all("firstResponder=" in line for line in tool.errors), tool.log())
         self.stop(tool)
 
     def test_without_a_display_a_gui_run_fails_to_start(self):
