@@ -1,4 +1,4 @@
-"""Standard input: many lines, and one line that never ends. `cat` is the reference for reading."""
+"""Reading standard input: many lines, and one line without an end. The reference is `cat`."""
 
 import os
 import statistics
@@ -11,7 +11,8 @@ LINES = 200_000
 
 
 def feed(process, data, piece):
-    """Writes `data` in pieces, closes the input and waits for the end."""
+    """Writes `data` in pieces of `piece` bytes, closes the input and waits for the exit; returns the
+    seconds that this took."""
 
     def write_all():
         descriptor = process.stdin.fileno()
@@ -23,7 +24,7 @@ def feed(process, data, piece):
 
     seconds = timed(write_all)
     if process.returncode != 0:
-        raise RuntimeError("the run did not end well")
+        raise RuntimeError(f"the run ended with status {process.returncode}")
     return seconds
 
 
@@ -45,7 +46,7 @@ def through_cat(data, piece):
     )
 
 
-def in_turns(bench, bundle, data, piece):
+def alternate(bench, bundle, data, piece):
     pairs = [
         (through_tool(bench, bundle, data, piece), through_cat(data, piece)) for _ in range(5)
     ]
@@ -54,15 +55,15 @@ def in_turns(bench, bundle, data, piece):
 
 def rows(bench):
     bundle = bench.simulated_bundle("commanding")
-    # A verb that nobody knows: parsed and looked up like any other, and answered with a warning.
+    # An unknown verb is parsed and looked up like any other, and answered with a warning.
     lines = b'{"type":"no-such-verb","text":"hello","delayMs":100}\n' * LINES
-    ours, _ = in_turns(bench, bundle, lines, MIB)
+    ours, _ = alternate(bench, bundle, lines, MIB)
     yield Row(f"{LINES // 1000} thousand command lines", ours * 1e6 / LINES, "us/line")
 
     line = b'{"type":"text","text":"' + b"x" * (64 * MIB)
     for name, piece in (("whole", 64 * MIB), ("4 KiB writes", 4096)):
-        quarter, _ = in_turns(bench, bundle, line[: 16 * MIB], piece)
-        ours, cat = in_turns(bench, bundle, line[: 64 * MIB], piece)
+        quarter, _ = alternate(bench, bundle, line[: 16 * MIB], piece)
+        ours, cat = alternate(bench, bundle, line[: 64 * MIB], piece)
         yield Row(f"64 MiB without a line feed, {name} / cat", ours * 1e3, "ms", cat * 1e3)
-        # Linear up to what fresh memory costs; a second look at each byte would make this a 4.
+        # 1 if the time is linear in the length, 4 if it is quadratic; new memory costs a little more.
         yield Row(f"64 MiB / 4 times 16 MiB, {name}", ours * 1e3, "ms", 4e3 * quarter, 1.5)

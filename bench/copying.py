@@ -1,16 +1,16 @@
-"""Clone against `cp`, and create against `qemu-img convert`."""
+"""`clone` compared with `cp`, and `create` with `qemu-img convert`."""
 
 import os
 import subprocess
 
-from tool import Row, allocated, in_turns, remove, timed
+from tool import Row, allocated, alternate, remove, timed
 
 MIB = 1 << 20
 GIB = 1 << 30
 
 
 def scatter(path, extents):
-    """Writes extents of one MiB that no copy can shrink, far from each other."""
+    """Writes this many extents of random bytes, one MiB each, at equal distances."""
     with open(path, "r+b") as disk:
         distance = os.fstat(disk.fileno()).st_size // extents
         for number in range(extents):
@@ -40,7 +40,7 @@ def clone_rows(bench):
         command = ["cp", "-a", "--reflink=auto", "--sparse=always", source]
         return copy(f"cp-{number}", lambda to: subprocess.run([*command, to], check=True))
 
-    ours, reference = in_turns(7, clone, cp)
+    ours, reference = alternate(7, clone, cp)
     yield Row("clone, 1 GiB in an 80 GiB disk / cp", ours * 1e3, "ms", reference * 1e3, 1.0)
     yield Row("space of the clone / of its source", largest / MIB, "MiB", size / MIB, 1.0)
     remove(source)
@@ -51,7 +51,7 @@ def create_rows(bench):
     subprocess.run(["cp", bench.image, image], check=True)
     os.truncate(image, 2 * GIB)
     scatter(image, 1024)
-    # The scattering began with the partition table: put it back.
+    # scatter() has overwritten the partition table.
     with open(bench.image, "rb") as table, open(image, "r+b") as copy:
         copy.write(table.read(MIB))
 
@@ -71,6 +71,6 @@ def create_rows(bench):
         remove(target)
         return seconds
 
-    ours, reference = in_turns(7, create, convert)
+    ours, reference = alternate(7, create, convert)
     yield Row("create, 1 GiB of data / qemu-img convert", ours * 1e3, "ms", reference * 1e3, 1.05)
     remove(image)

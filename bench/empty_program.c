@@ -1,2 +1,2 @@
-/* The least that a process can cost here: statically linked, does nothing. */
+/* The reference for the cost of a process: statically linked, does nothing. */
 int main(void) { return 0; }

@@ -1,4 +1,4 @@
-"""From the end of QEMU's process to the end of the tool's."""
+"""The time from the end of QEMU's process to the end of the tool's."""
 
 import os
 import pathlib
@@ -11,13 +11,13 @@ from tool import Row
 
 
 def machine_of(process):
-    """The process of the machine: the tool's only child."""
+    """The process ID of QEMU, the tool's only child."""
     children = pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children")
     return int(children.read_text(encoding="ascii").split()[0])
 
 
 def end_times(handles):
-    """When each process ended, as the kernel reports it."""
+    """Waits for all processes and returns when each ended; `handles` are pidfds by name."""
     poll = select.poll()
     names = {}
     for name, handle in handles.items():

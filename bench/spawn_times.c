@@ -1,8 +1,8 @@
 /* spawn_times exit|output <count> <program> [arguments...] -- <program> [arguments...]
  *
- * Starts the two programs in turns, <count> times each, so that both see the same noise, and prints
- * the median time of each in microseconds: from the start to the exit, or to the first byte of
- * standard output. Their standard input is at its end. */
+ * Starts the two programs alternately, <count> times each, so that both see the same noise, and
+ * prints the median time of each in microseconds: from the start to the exit, or to the first byte
+ * of standard output. Their standard input is /dev/null. */
 #include <fcntl.h>
 #include <spawn.h>
 #include <stdio.h>
@@ -84,20 +84,20 @@ static double median(double* times, size_t count) {
   return times[count / 2];
 }
 
-enum { most_runs = 10000 };
+enum { max_runs = 10000 };
 
 int main(int count, char** words) {
   int split = 3;
   while (split < count && strcmp(words[split], "--") != 0) ++split;
   const size_t runs = count > 3 ? strtoul(words[2], NULL, 10) : 0;
-  if (split == 3 || split + 1 >= count || runs == 0 || runs > most_runs) {
+  if (split == 3 || split + 1 >= count || runs == 0 || runs > max_runs) {
     fputs("usage: spawn_times exit|output <count> <program...> -- <program...>\n", stderr);
     return 2;
   }
   double (*measure)(char**) = strcmp(words[1], "exit") == 0 ? time_to_exit : time_to_output;
   words[split] = NULL;
-  static double ours[most_runs];
-  static double reference[most_runs];
+  static double ours[max_runs];
+  static double reference[max_runs];
   for (size_t run = 0; run < runs; ++run) {
     ours[run] = measure(words + 3);
     reference[run] = measure(words + split + 1);

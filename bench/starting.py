@@ -1,4 +1,4 @@
-"""What a start costs: time until `status` is done, until `ready`, and memory."""
+"""The cost of a start: the time until `status` exits, the time until `ready`, and memory."""
 
 import pathlib
 import subprocess

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""table.py <build folder> <guest image> <work folder> - measures and prints one table of ratios."""
+"""table.py <build folder> <guest image> <work folder> - measures, and prints one table. Exits with 1
+when a value is over its bar."""
 
 import itertools
 import pathlib

@@ -1,4 +1,4 @@
-"""The program under measurement, and what every measurement needs."""
+"""The measured program, and what all measurements share."""
 
 import dataclasses
 import json
@@ -12,8 +12,8 @@ import time
 
 @dataclasses.dataclass
 class Row:
-    """One line of the table. The ratio is ours to the reference; the bar is its upper limit, or for
-    a row without a reference the upper limit of our own value."""
+    """One line of the table. The ratio is `ours` to `reference`; the bar is its maximum, or without a
+    reference the maximum of `ours`."""
 
     name: str
     ours: float
@@ -34,7 +34,7 @@ class Row:
 
 
 class Bench:
-    """Where the programs are, and a folder for what the measurements make."""
+    """The paths of the programs, and a folder for the files of the measurements."""
 
     def __init__(self, build, image, folder):
         self.program = str(build / "src/app/parlen-mac-vm")
@@ -44,7 +44,7 @@ class Bench:
         self.folder = folder
 
     def call(self, *arguments, host=None):
-        """Runs one subcommand to its end, which must be a good one."""
+        """Runs one subcommand, which must exit with 0."""
         command = [self.program, *map(str, arguments)]
         nothing = subprocess.DEVNULL
         subprocess.run(command, env=environment(host), stdin=nothing, stdout=nothing, check=True)
@@ -64,7 +64,7 @@ class Bench:
         return bundle
 
     def start_run(self, bundle, host=None):
-        """A run whose machine is running."""
+        """Starts a run and returns its process once the guest is running."""
         process = subprocess.Popen(
             [self.program, "run", "--bundle", str(bundle)],
             env=environment(host),
@@ -92,9 +92,9 @@ def timed(action):
     return time.monotonic() - begin
 
 
-def in_turns(rounds, ours, reference):
-    """The medians of two actions, done in turns from the same state of the disk's cache. Each takes
-    the number of the round and returns seconds."""
+def alternate(rounds, ours, reference):
+    """The medians of two actions, run alternately, each after a sync. Each takes the number of the
+    round and returns seconds."""
     times = ([], [])
     for number in range(rounds):
         for action, taken in zip((ours, reference), times):

@@ -1,5 +1,5 @@
-"""Typing: when each step of a stroke happens, beside when it is planned. The simulated host notes the
-times of the events that the driver sends, on the real clock."""
+"""Typing: how late each step of a stroke is sent. The simulated host's trace has the time of each
+event, on the real clock."""
 
 import json
 import subprocess
@@ -39,7 +39,7 @@ def rows(bench):
     calls = trace_of(bench, bench.simulated_bundle("typing"))
     times = [call["ms"] for call in calls if call["call"] == "application.sendEvent"]
     planned = [step for c in TEXT for step in (CAPITAL if c.isupper() else LETTER)]
-    # Each delay counts from the step before it as it ran; after the last step no event follows.
+    # A delay counts from when the step before it was sent; the last delay has no event after it.
     assert len(times) == len(planned), f"{len(times)} events instead of {len(planned)}"
     late = sorted(b - a - wanted for a, b, wanted in zip(times, times[1:], planned))
     yield Row("a key's step after its planned time, median", late[len(late) // 2], "ms")
