@@ -1,7 +1,5 @@
 #include "platform/gtk/key_event.h"
 
-#include <cstdint>
-
 #include "platform/gtk/evdev_codes.h"
 #include "platform/key_codes.h"
 
