@@ -1,0 +1,56 @@
+"""The documents' links. PARLEN_SOURCE: the tree; PARLEN_CMAKE: the cmake program; PARLEN_DOCS: the
+build folder of docs/, from which they are installed."""
+
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+# [text](target), without what lies on the web and without the part of a page.
+LINK = re.compile(r"\]\((?!https?://)([^)#\s]+)[^)]*\)")
+
+
+def documents(folder):
+    return [path for path in sorted(folder.rglob("*.md")) if "build" not in path.parts]
+
+
+def dead_links(folder):
+    dead = []
+    for document in documents(folder):
+        for target in LINK.findall(document.read_text()):
+            if not (document.parent / target).exists():
+                dead.append(f"{document.relative_to(folder)}: {target}")
+    return dead
+
+
+class LinksTest(unittest.TestCase):
+    def test_work_in_the_tree(self):
+        tree = pathlib.Path(os.environ["PARLEN_SOURCE"])
+        found = [document.name for document in tree.glob("*.md")]
+        self.assertIn("README.md", found)
+        self.assertEqual([d for name in found for d in self.dead_of(tree / name)], [])
+        self.assertEqual(dead_links(tree / "docs"), [])
+
+    def test_work_where_they_are_installed(self):
+        with tempfile.TemporaryDirectory() as prefix:
+            subprocess.run(
+                [os.environ["PARLEN_CMAKE"], "--install", os.environ["PARLEN_DOCS"], "--prefix", prefix],
+                check=True,
+                stdout=subprocess.DEVNULL,
+            )
+            installed = pathlib.Path(prefix)
+            self.assertIn("README.md", [path.name for path in documents(installed)])
+            self.assertEqual(dead_links(installed), [])
+
+    def dead_of(self, document):
+        return [
+            f"{document.name}: {target}"
+            for target in LINK.findall(document.read_text())
+            if not (document.parent / target).exists()
+        ]
+
+
+if __name__ == "__main__":
+    unittest.main()
