@@ -4,7 +4,6 @@
 #include <optional>
 #include <string>
 
-#include "platform/native.h"
 #include "platform/platform.h"
 
 namespace parlen {

@@ -2,7 +2,6 @@
 
 #include "app/dispatch.h"
 #include "app/host_choice.h"
-#include "platform/native.h"
 #include "platform/platform.h"
 
 /// The whole wiring. Ends from inside the subcommand.

@@ -6,7 +6,7 @@
 #include "bundle/settings.h"
 #include "events/error_code.h"
 #include "events/event_stream.h"
-#include "platform/display.h"
+#include "platform/machine_configuration.h"
 #include "platform/platform.h"
 
 namespace parlen {

@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "platform/application.h"
 #include "platform/error.h"
 #include "platform/mac_address.h"
 #include "platform/machine_configuration.h"

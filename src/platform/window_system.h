@@ -1,20 +1,41 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
-#include "platform/bar.h"
 #include "platform/geometry.h"
 #include "platform/key_event.h"
 #include "platform/virtual_machine.h"
 
-/// Windows on the host's desktop. Everything here is called on the main thread, and calls back on
-/// it.
+/// The host's desktop: how the process shows on it, and its windows. Everything here is called on
+/// the main thread, and calls back on it.
 namespace parlen::platform {
+
+/// How the process shows on the host's desktop; the raw values are the window system's own.
+enum class ActivationPolicy {
+  regular = 0,     // an icon and a menu bar, may have windows
+  prohibited = 2,  // no icon, no menu bar, never active
+};
+
+/// The process as its host's desktop sees it.
+class Application {
+ public:
+  virtual ~Application() = default;
+
+  virtual void setActivationPolicy(ActivationPolicy policy) = 0;
+
+  /// Keeps the host from ending a background process that looks idle.
+  virtual void disableAutomaticTermination(std::string_view reason) = 0;
+
+  /// Serves the main queue and the window system. The process ends from inside a piece of work.
+  virtual void run() = 0;
+};
 
 /// A view of a window, as far as the choice of the first responder needs it.
 class View {
@@ -37,6 +58,77 @@ class MachineView : public View {
 struct MachineViewOptions {
   bool capturesSystemKeys = false;  // the guest gets combinations that the host would act on
   bool automaticallyReconfiguresDisplay = false;  // else the guest's picture is scaled
+};
+
+// A window's title-bar accessory as a plain value: what the program decides about it. Numbers are
+// the window system's own raw values; lengths are points.
+
+enum class LineBreakMode { truncatingTail = 4 };
+enum class Orientation { horizontal = 0, vertical = 1 };
+enum class StackAlignment { leading = 5, centerY = 10 };
+enum class LayoutAttribute { bottom = 4 };
+enum class FontFace { system, boldSystem };
+enum class FontSize { standard, small };  // the system's own sizes
+enum class NamedColor { secondaryLabel, controlAccent };
+
+/// The two texts of the bar. They exist, empty, before any bar does.
+enum class BarLabel { title, detail };
+
+/// The application's icon.
+struct BarImage {
+  double width = 0;
+  double height = 0;
+};
+
+/// Not editable, not selectable.
+struct BarText {
+  BarLabel label = BarLabel::title;
+  FontFace face = FontFace::system;
+  FontSize size = FontSize::standard;
+  std::optional<NamedColor> textColor = std::nullopt;  // none: the usual one
+  LineBreakMode lineBreakMode = LineBreakMode::truncatingTail;
+  double compressionResistance = 0;  // horizontal priority
+};
+
+/// Takes whatever room is left.
+struct BarSpacer {};
+
+struct BarButton {
+  std::string title;
+  std::string keyEquivalent = {};                       // empty: no key presses it
+  std::optional<NamedColor> bezelColor = std::nullopt;  // none: the usual look
+  /// Main thread; once for each press.
+  std::function<void()> onPress = {};
+};
+
+struct BarStack;
+using BarView = std::variant<BarImage, BarText, BarSpacer, BarButton, std::shared_ptr<BarStack>>;
+
+struct EdgeInsets {
+  double top = 0;
+  double left = 0;
+  double bottom = 0;
+  double right = 0;
+};
+
+/// What the outermost stack has beyond the others.
+struct OuterStack {
+  EdgeInsets edgeInsets;
+  double huggingPriority = 0;  // horizontal
+  Rect frame;
+};
+
+struct BarStack {
+  Orientation orientation = Orientation::horizontal;
+  StackAlignment alignment = StackAlignment::leading;
+  double spacing = 0;
+  std::optional<OuterStack> outer = std::nullopt;
+  std::vector<BarView> views = {};
+};
+
+struct TitlebarAccessory {
+  LayoutAttribute layoutAttribute = LayoutAttribute::bottom;
+  BarStack bar;
 };
 
 /// What a user does with a window's own controls.

@@ -3,7 +3,7 @@
 #include <memory>
 #include <utility>
 
-#include "platform/display.h"
+#include "platform/machine_configuration.h"
 
 namespace parlen {
 namespace {
@@ -37,8 +37,8 @@ BarStack textColumn() {
 }
 
 BarButton button(std::string title, std::optional<NamedColor> bezelColor,
-                 std::function<void()> pressed) {
-  return {std::move(title), /*keyEquivalent=*/"", bezelColor, std::move(pressed)};
+                 std::function<void()> onPress) {
+  return {std::move(title), /*keyEquivalent=*/"", bezelColor, std::move(onPress)};
 }
 
 }  // namespace

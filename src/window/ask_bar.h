@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "platform/bar.h"
+#include "platform/window_system.h"
 
 namespace parlen {
 

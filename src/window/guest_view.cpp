@@ -1,6 +1,6 @@
 #include "window/guest_view.h"
 
-#include "platform/display.h"
+#include "platform/machine_configuration.h"
 
 namespace parlen {
 namespace {

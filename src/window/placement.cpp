@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "platform/display.h"
+#include "platform/machine_configuration.h"
 #include "window/geometry.h"
 
 namespace parlen {

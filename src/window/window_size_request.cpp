@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/display.h"
+#include "platform/machine_configuration.h"
 
 namespace parlen {
 namespace {

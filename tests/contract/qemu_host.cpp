@@ -1,7 +1,7 @@
 #include <cstdlib>
 
 #include "contract/host_under_test.h"
-#include "platform/native.h"
+#include "platform/platform.h"
 
 namespace parlen::test {
 namespace {

@@ -19,7 +19,7 @@ class WindowUser : public WindowTest, protected platform::WindowDelegate {
   void givenNoWindow(const std::string& script) { given(R"({"script":[)" + script + "]}"); }
 
   BarButton button(const std::string& title) {
-    return {.title = title, .pressed = [this, title] { hear(title); }};
+    return {.title = title, .onPress = [this, title] { hear(title); }};
   }
   bool windowShouldClose() override {
     hear("close");
@@ -157,7 +157,7 @@ TEST_F(WindowUser, ActsOnTheFrontmostWindow) {
                R"({"atMs":3,"event":"clicks-done"})");
   const auto other = makeWindow();
   other->addTitlebarAccessory(
-      barOf({BarButton{.title = "Done", .pressed = [this] { hear("the other's"); }}}));
+      barOf({BarButton{.title = "Done", .onPress = [this] { hear("the other's"); }}}));
   other->makeKeyAndOrderFront();
   EXPECT_EQ(heardWithin(10), (Story{"1 the other's", "3 Done"}));
   EXPECT_FALSE(other->isVisible());
@@ -173,7 +173,7 @@ TEST_F(WindowUser, ActsWhateverTheMachinesStateUntilItHasEnded) {
 TEST_F(WindowUser, MayLoseTheWindowAndTheHostToThePress) {
   givenNoWindow(R"({"atMs":1,"event":"clicks-done"})");
   window_ = makeWindow();
-  window_->addTitlebarAccessory(barOf({BarButton{.title = "Done", .pressed = [this] {
+  window_->addTitlebarAccessory(barOf({BarButton{.title = "Done", .onPress = [this] {
                                                    window_.reset();
                                                    machine_.reset();
                                                    useScenario("{}");

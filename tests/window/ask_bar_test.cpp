@@ -72,8 +72,8 @@ TEST(AskBar, GivesEachButtonItsAction) {
   std::string pressed;
   const TitlebarAccessory accessory =
       askBar({[&pressed] { pressed += "later "; }, [&pressed] { pressed += "done "; }});
-  std::get<BarButton>(accessory.bar.views.at(3)).pressed();
-  std::get<BarButton>(accessory.bar.views.at(4)).pressed();
+  std::get<BarButton>(accessory.bar.views.at(3)).onPress();
+  std::get<BarButton>(accessory.bar.views.at(4)).onPress();
   EXPECT_EQ(pressed, "later done ");
 }
 

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "platform/display.h"
+#include "platform/machine_configuration.h"
 
 namespace parlen {
 namespace {

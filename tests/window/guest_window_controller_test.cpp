@@ -113,10 +113,10 @@ TEST_F(GuestWindow, CanBeShownOnceThereIsADesktop) {
 
 TEST_F(GuestWindow, TellsEachPressOfAButtonAndStays) {
   shown();
-  doneButton().pressed();
+  doneButton().onPress();
   EXPECT_EQ(system_.streams().output, done + "\n");
-  laterButton().pressed();
-  doneButton().pressed();
+  laterButton().onPress();
+  doneButton().onPress();
   EXPECT_EQ(system_.streams().lines(), (Calls{done, later, done}));
   EXPECT_EQ(recording_.take(), Calls{});
   EXPECT_TRUE(desktop_.window->visible);

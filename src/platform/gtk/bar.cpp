@@ -78,7 +78,7 @@ class WidgetMaker {
     if (button.bezelColor == platform::NamedColor::controlAccent) {
       addClass(widget, "suggested-action");
     }
-    auto* pressed = new std::function<void()>(button.pressed);  // owned by the connection
+    auto* pressed = new std::function<void()>(button.onPress);  // owned by the connection
     g_signal_connect_data(widget, "clicked", G_CALLBACK(onClicked), pressed, deletePressed,
                           static_cast<GConnectFlags>(0));
     return widget;

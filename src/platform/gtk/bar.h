@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "platform/bar.h"
 #include "platform/gtk/reference.h"
+#include "platform/window_system.h"
 
 namespace parlen::gtk {
 

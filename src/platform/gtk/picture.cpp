@@ -4,7 +4,7 @@
 #include <array>
 #include <numbers>
 
-#include "platform/display.h"
+#include "platform/machine_configuration.h"
 
 namespace parlen::gtk {
 namespace {

@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "platform/bar.h"
+#include "platform/window_system.h"
 
 @class ParlenButtonTarget;
 

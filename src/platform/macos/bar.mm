@@ -125,7 +125,7 @@ class BarBuilder {
   NSView* operator()(const platform::BarSpacer&) const { return [[NSView alloc] init]; }
 
   NSView* operator()(const platform::BarButton& description) const {
-    ParlenButtonTarget* target = [[ParlenButtonTarget alloc] initWithOnPress:description.pressed];
+    ParlenButtonTarget* target = [[ParlenButtonTarget alloc] initWithOnPress:description.onPress];
     [targets_ addObject:target];
     NSButton* button = [NSButton buttonWithTitle:toText(description.title)
                                           target:target

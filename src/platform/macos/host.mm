@@ -9,7 +9,7 @@
 #import "platform/macos/restoration.h"
 #import "platform/macos/system.h"
 #import "platform/macos/window_system.h"
-#include "platform/native.h"
+#include "platform/platform.h"
 
 namespace parlen::macos {
 namespace {

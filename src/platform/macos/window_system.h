@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "platform/application.h"
 #include "platform/window_system.h"
 
 namespace parlen::macos {

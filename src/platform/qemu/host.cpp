@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/linux/system.h"
-#include "platform/native.h"
+#include "platform/platform.h"
 #include "platform/qemu/configuration.h"
 #include "platform/qemu/errors.h"
 #include "platform/qemu/guest_platform.h"

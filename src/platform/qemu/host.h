@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "platform/application.h"
 #include "platform/error.h"
 #include "platform/event_loop.h"
 #include "platform/gtk/module.h"
@@ -14,6 +13,7 @@
 #include "platform/linux/loop.h"
 #include "platform/qemu/handles.h"
 #include "platform/qemu/restoration.h"
+#include "platform/window_system.h"
 
 namespace parlen::qemu {
 

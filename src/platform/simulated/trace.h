@@ -7,12 +7,12 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/bar.h"
 #include "platform/event_loop.h"
 #include "platform/files.h"
 #include "platform/geometry.h"
 #include "platform/key_event.h"
 #include "platform/machine_configuration.h"
+#include "platform/window_system.h"
 #include "text/json_writer.h"
 #include "text/utf8.h"
 

@@ -172,7 +172,7 @@ void Window::focus(std::shared_ptr<platform::View> view) {
 
 std::function<void()> Window::buttonAction(std::string_view title) const {
   for (const platform::TitlebarAccessory& accessory : accessories_) {
-    if (const auto* button = findButton(accessory.bar, title)) return button->pressed;
+    if (const auto* button = findButton(accessory.bar, title)) return button->onPress;
   }
   return {};
 }

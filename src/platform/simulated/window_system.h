@@ -5,7 +5,6 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/application.h"
 #include "platform/simulated/world.h"
 #include "platform/window_system.h"
 
