@@ -8,8 +8,8 @@
 #include "events/error_code.h"
 #include "events/event_stream.h"
 #include "platform/platform.h"
+#include "window/guest_window.h"
 #include "window/guest_window_controller.h"
-#include "window/present_window.h"
 
 namespace parlen {
 

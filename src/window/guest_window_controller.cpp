@@ -1,10 +1,12 @@
 #include "window/guest_window_controller.h"
 
+#include <optional>
+#include <utility>
+
 #include "events/event_stream.h"
+#include "platform/machine_configuration.h"
 #include "platform/platform.h"
-#include "window/ask_bar.h"
-#include "window/guest_view.h"
-#include "window/placement.h"
+#include "window/guest_window.h"
 
 namespace parlen {
 
@@ -14,7 +16,44 @@ constinit std::unique_ptr<GuestWindowController> guestWindow;
 namespace {
 
 using platform::ActivationPolicy;
+using platform::BarButton;
 using platform::BarLabel;
+using platform::BarStack;
+using platform::BarText;
+using platform::NamedColor;
+using platform::Orientation;
+using platform::StackAlignment;
+
+constexpr double lowPriority = 250;  // NSLayoutPriorityDefaultLow
+constexpr double iconSize = 28;      // points
+constexpr double barHeight = 50;     // points, until the window system lays it out
+
+BarStack textColumn() {
+  BarText title;
+  title.label = BarLabel::title;
+  title.face = platform::FontFace::boldSystem;
+  title.size = platform::FontSize::standard;
+  title.compressionResistance = lowPriority;
+
+  BarText detail;
+  detail.label = BarLabel::detail;
+  detail.face = platform::FontFace::system;
+  detail.size = platform::FontSize::small;
+  detail.textColor = NamedColor::secondaryLabel;
+  detail.compressionResistance = lowPriority;
+
+  BarStack column;
+  column.orientation = Orientation::vertical;
+  column.alignment = StackAlignment::leading;
+  column.spacing = 1;
+  column.views = {title, detail};
+  return column;
+}
+
+BarButton button(std::string title, std::optional<NamedColor> bezelColor,
+                 std::function<void()> onPress) {
+  return {std::move(title), /*keyEquivalent=*/"", bezelColor, std::move(onPress)};
+}
 
 /// A way to get the window out of sight, for a process that has come without a menu bar.
 void ensureMainMenu(platform::WindowSystem& windows) {
@@ -22,6 +61,20 @@ void ensureMainMenu(platform::WindowSystem& windows) {
 }
 
 }  // namespace
+
+platform::TitlebarAccessory askBar(AskBarActions actions) {
+  BarStack bar;
+  bar.orientation = Orientation::horizontal;
+  bar.alignment = StackAlignment::centerY;
+  bar.spacing = 10;
+  bar.outer = {.edgeInsets = {.top = 8, .left = 14, .bottom = 8, .right = 14},
+               .huggingPriority = lowPriority,
+               .frame = {0, 0, vmDisplayWidth, barHeight}};
+  bar.views = {platform::BarImage{iconSize, iconSize}, std::make_shared<BarStack>(textColumn()),
+               platform::BarSpacer{}, button("Later", std::nullopt, std::move(actions.onLater)),
+               button("Done", NamedColor::controlAccent, std::move(actions.onDone))};
+  return {platform::LayoutAttribute::bottom, std::move(bar)};
+}
 
 void GuestWindowController::show(const std::string& title, const std::string& detail) {
   if (virtualMachine == nullptr) {
@@ -66,7 +119,7 @@ void GuestWindowController::build(platform::WindowSystem& windows) {
   window_->setContentView(view_);
   window_->setInitialFirstResponder(view_);
   window_->addTitlebarAccessory(
-      askBar({.later = [this] { clickedLater(); }, .done = [this] { clickedDone(); }}));
+      askBar({.onLater = [this] { clickedLater(); }, .onDone = [this] { clickedDone(); }}));
 }
 
 }  // namespace parlen

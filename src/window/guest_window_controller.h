@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -7,6 +8,17 @@
 #include "platform/window_system.h"
 
 namespace parlen {
+
+/// What the two buttons of the bar do; each runs on the main thread, once for each press.
+struct AskBarActions {
+  std::function<void()> onLater;
+  std::function<void()> onDone;
+};
+
+/// The bar under the title of a headless guest's window, from left to right: icon, title above
+/// detail, flexible space, "Later" and "Done". Texts that are too long are truncated and do not
+/// widen the window. No key presses a button: all keys go to the guest.
+platform::TitlebarAccessory askBar(AskBarActions actions);
 
 /// The window of a headless guest: shown and hidden when the parent asks for it, with the parent's
 /// two texts and two buttons in a bar. What the user does is told as `window-action` events; only

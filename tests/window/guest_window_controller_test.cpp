@@ -1,9 +1,21 @@
 #include "window/guest_window_controller.h"
 
+#include <sstream>
+
 #include "window_fixture.h"
 
 namespace parlen::test {
 namespace {
+
+using platform::BarButton;
+using platform::BarImage;
+using platform::BarLabel;
+using platform::BarSpacer;
+using platform::BarStack;
+using platform::BarText;
+using platform::FontFace;
+using platform::FontSize;
+using platform::NamedColor;
 
 const std::string later = R"({"type":"window-action","action":"later"})";
 const std::string done = R"({"type":"window-action","action":"done"})";
@@ -21,11 +33,11 @@ class GuestWindow : public WindowFixture {
     controller_.hide();
     return recording_.take();
   }
-  const platform::BarButton& button(std::size_t index) {
-    return std::get<platform::BarButton>(desktop_.window->accessory->bar.views.at(index));
+  const BarButton& button(std::size_t index) {
+    return std::get<BarButton>(desktop_.window->accessory->bar.views.at(index));
   }
-  const platform::BarButton& laterButton() { return button(3); }
-  const platform::BarButton& doneButton() { return button(4); }
+  const BarButton& laterButton() { return button(3); }
+  const BarButton& doneButton() { return button(4); }
 
   GuestWindowController controller_;
 };
@@ -137,6 +149,76 @@ TEST_F(GuestWindow, ReadsItsMachineOnlyWhenItIsBuilt) {
   hidden();
   shown();
   EXPECT_EQ(desktop_.shownMachine, &machine_);
+}
+
+// --- The bar
+
+std::string described(const BarStack& stack);
+
+std::string described(const BarImage& image) {
+  std::ostringstream text;
+  text << "image " << image.width << "x" << image.height;
+  return text.str();
+}
+
+std::string described(const BarText& label) {
+  std::ostringstream text;
+  text << (label.label == BarLabel::title ? "title" : "detail")
+       << (label.face == FontFace::boldSystem ? " bold" : " regular")
+       << (label.size == FontSize::small ? " small" : " standard")
+       << (label.textColor == NamedColor::secondaryLabel ? " secondary" : "")
+       << (label.textColor == NamedColor::controlAccent ? " accent" : "") << " break "
+       << static_cast<int>(label.lineBreakMode) << " resisting " << label.compressionResistance;
+  return text.str();
+}
+
+std::string described(const BarSpacer&) { return "spacer"; }
+
+std::string described(const BarButton& button) {
+  return "button " + button.title + " key '" + button.keyEquivalent + "'" +
+         (button.bezelColor == NamedColor::controlAccent ? " accent" : "") +
+         (button.bezelColor == NamedColor::secondaryLabel ? " secondary" : "");
+}
+
+std::string described(const std::shared_ptr<BarStack>& stack) { return described(*stack); }
+
+std::string described(const BarStack& stack) {
+  std::ostringstream text;
+  text << "stack " << static_cast<int>(stack.orientation) << " aligned "
+       << static_cast<int>(stack.alignment) << " spaced " << stack.spacing;
+  if (stack.outer) {
+    const auto& [insets, hugging, frame] = *stack.outer;
+    text << " insets " << insets.top << " " << insets.left << " " << insets.bottom << " "
+         << insets.right << " hugging " << hugging << " frame " << frame.x << " " << frame.y << " "
+         << frame.width << " " << frame.height;
+  }
+  for (const platform::BarView& view : stack.views) {
+    text << "\n(" << std::visit([](const auto& it) { return described(it); }, view) << ")";
+  }
+  return text.str();
+}
+
+TEST(AskBar, IsComposedLikeThis) {
+  const platform::TitlebarAccessory accessory = askBar({[] {}, [] {}});
+  EXPECT_EQ(static_cast<int>(accessory.layoutAttribute), 4);
+  EXPECT_EQ(described(accessory.bar),
+            "stack 0 aligned 10 spaced 10 insets 8 14 8 14 hugging 250 frame 0 0 1920 50\n"
+            "(image 28x28)\n"
+            "(stack 1 aligned 5 spaced 1\n"
+            "(title bold standard break 4 resisting 250)\n"
+            "(detail regular small secondary break 4 resisting 250))\n"
+            "(spacer)\n"
+            "(button Later key '')\n"
+            "(button Done key '' accent)");
+}
+
+TEST(AskBar, GivesEachButtonItsAction) {
+  std::string pressed;
+  const platform::TitlebarAccessory accessory =
+      askBar({[&pressed] { pressed += "later "; }, [&pressed] { pressed += "done "; }});
+  std::get<BarButton>(accessory.bar.views.at(3)).onPress();
+  std::get<BarButton>(accessory.bar.views.at(4)).onPress();
+  EXPECT_EQ(pressed, "later done ");
 }
 
 }  // namespace
