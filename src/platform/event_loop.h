@@ -5,35 +5,42 @@
 
 namespace parlen::platform {
 
+/// A piece of work for a queue; called once.
 using Work = std::function<void()>;
 
-/// The main queue and the clock. All of the tool's work runs on the thread that runs this loop.
+/// The main queue and the clocks. The thread that calls `run` is the main thread; all of the tool's
+/// work runs on it.
 class EventLoop {
  public:
   virtual ~EventLoop() = default;
 
-  /// Queues `work` for a later turn, behind everything posted before. Any thread.
+  /// Queues `work` behind everything posted before; it runs on the main thread in a later loop
+  /// iteration, never from inside this call. Any thread.
   virtual void post(Work work) = 0;
 
-  /// Runs `work` no earlier than `delay` from now; a delay of 0 is a later turn too. Main thread.
+  /// Runs `work` on the main thread no earlier than `delay` from now; with a delay of 0 too, in a
+  /// later loop iteration. Main thread.
   virtual void postDelayed(std::chrono::milliseconds delay, Work work) = 0;
 
-  /// Serves the queue on the calling thread. The process ends from inside a piece of work.
+  /// Serves the queue on the calling thread and does not return: a piece of work ends the process.
   virtual void run() = 0;
 
-  /// Time on a clock that never goes back and that counts on while the host sleeps. Any thread.
+  /// The time on a monotonic clock that also counts while the host sleeps; only differences have a
+  /// meaning. Any thread.
   virtual std::chrono::nanoseconds now() const = 0;
 
-  /// Time since the host booted, as the window system stamps its events. Any thread.
+  /// The time since the host booted, on the clock of the window system's event timestamps. Any
+  /// thread.
   virtual std::chrono::nanoseconds systemUptime() const = 0;
 };
 
-/// Runs pieces of work one at a time, in the order of their submission.
+/// Runs pieces of work one at a time, in the order in which they were submitted.
 class SerialQueue {
  public:
   virtual ~SerialQueue() = default;
 
-  /// Runs `work` and returns after it has run. Any thread, except from work on this very queue.
+  /// Runs `work` and returns after it has run. Any thread, but not from work that runs on this
+  /// queue: that would deadlock.
   virtual void sync(const Work& work) = 0;
 };
 

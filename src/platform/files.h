@@ -11,72 +11,78 @@
 
 namespace parlen::platform {
 
-/// A file held open to be written at its end; destroying it closes it.
+/// A file that is open for writing at its end. Destroying it closes it.
 class AppendingFile {
  public:
   virtual ~AppendingFile() = default;
-  /// Writes all of `bytes`, unbuffered. A failed write is dropped.
+  /// Writes all of `bytes`, unbuffered. A write error is ignored.
   virtual void append(std::string_view bytes) = 0;
 };
 
-/// The file system. Paths are bytes without a NUL. Every call follows symbolic links unless it says
-/// otherwise, and every error's description names the path and the system's reason. Any thread.
+/// The file system. A path is a string of bytes without a NUL, absolute or relative to the working
+/// directory. Every call blocks until it is done and follows symbolic links, except where its
+/// comment says otherwise. Every error's description names the path and the system's reason. Any
+/// thread.
 class Files {
  public:
   virtual ~Files() = default;
 
-  /// The process's working directory, absolute.
+  /// The absolute path of the process's working directory.
   virtual std::string currentDirectory() const = 0;
 
-  /// Whether anything, of any kind, is at `path`.
+  /// Whether there is a file of any kind at `path`; false for a dangling link.
   virtual bool exists(const std::string& path) const = 0;
+
+  /// Whether there is a directory at `path`.
   virtual bool isDirectory(const std::string& path) const = 0;
 
-  /// Whether `path` itself is a symbolic link.
+  /// Whether `path` itself is a symbolic link; does not follow it.
   virtual bool isSymbolicLink(const std::string& path) const = 0;
 
   /// `path` with every symbolic link resolved, or nothing if it cannot be resolved.
   virtual std::optional<std::string> canonicalPath(const std::string& path) const = 0;
 
-  /// The length in bytes as the file's attributes give it: the logical one, not the space
-  /// allocated.
+  /// The logical length of the file in bytes, not the space that is allocated for it.
   virtual Result<std::uint64_t> length(const std::string& path) const = 0;
 
-  /// The whole content of a regular file. Anything else is an error; a FIFO never blocks the call.
+  /// The whole content of a regular file. Any other kind of file is an error; a FIFO does not block
+  /// the call.
   virtual Result<std::string> read(const std::string& path) const = 0;
 
-  /// The first bytes of a regular file, `most` at most. Otherwise as `read`.
-  virtual Result<std::string> readStart(const std::string& path, std::size_t most) const = 0;
+  /// Like `read`, but at most the first `maxBytes` bytes.
+  virtual Result<std::string> readStart(const std::string& path, std::size_t maxBytes) const = 0;
 
-  /// Creates or truncates the file and writes `bytes`: plainly, not by atomic replacement. A
-  /// failure can leave a truncated file. A FIFO never blocks the call.
+  /// Creates or truncates the file and writes `bytes` into it. Not atomic: an error can leave a
+  /// truncated file. A FIFO does not block the call.
   virtual Result<> write(const std::string& path, std::string_view bytes) = 0;
 
-  /// Writes `bytes` over the start of an existing regular file, whose other bytes stay. No bytes
-  /// only tell whether the file can be written.
+  /// Overwrites the start of an existing regular file with `bytes` and keeps the rest of the file.
+  /// With empty `bytes`, only checks that the file is writable.
   virtual Result<> writeStart(const std::string& path, std::string_view bytes) = 0;
 
-  /// Creates or truncates the file and keeps it open. A FIFO never blocks the call.
+  /// Creates or truncates the file and returns it open. A FIFO does not block the call.
   virtual Result<std::unique_ptr<AppendingFile>> createForAppending(const std::string& path) = 0;
 
-  /// Creates the directory and its missing ancestors. A directory that is there already is a
-  /// success.
+  /// Creates the directory and its missing ancestors. It is no error if the directory exists.
   virtual Result<> createDirectories(const std::string& path) = 0;
 
-  /// Creates an empty file or truncates one. A failure shows when the file is used.
+  /// Creates an empty file, or truncates an existing one. Reports no error: a failure shows when
+  /// the file is used.
   virtual void createEmptyFile(const std::string& path) = 0;
 
-  /// Opens an existing file for writing, sets its length (growing it sparsely) and closes it.
+  /// Sets the length of an existing file to `length` bytes. A file that grows gets a hole, not
+  /// blocks of zeros.
   virtual Result<> setLength(const std::string& path, std::uint64_t length) = 0;
 
-  /// Copies the directory at `from` (the one behind it, if `from` is a link) to `to`, which must
-  /// not exist in any form and must not lie inside `from`. Links inside are copied as links,
-  /// special files are made anew, hard links among the files stay. Holes, times, modes and extended
-  /// attributes survive; storage is shared where the file system can. A failure leaves what was
-  /// copied so far.
+  /// Copies the directory `from` (the target, if `from` is a symbolic link) to `to`. It is an error
+  /// if anything exists at `to`, even a dangling link, or if `to` lies inside `from`. Symbolic
+  /// links inside are copied as links, special files are created anew, and hard links among the
+  /// files are kept, as are holes, times, modes and extended attributes. The copy shares storage
+  /// with the original where the file system can do so. An error leaves what has been copied so
+  /// far.
   virtual Result<> copyDirectory(const std::string& from, const std::string& to) = 0;
 
-  /// Removes a file or a link (never what the link points to).
+  /// Removes a file, or a symbolic link but not its target.
   virtual Result<> removeFile(const std::string& path) = 0;
 };
 

@@ -2,8 +2,8 @@
 
 namespace parlen::platform {
 
-// Lengths are in screen points. The origin of the screen space is the bottom-left corner of the
-// main screen and y grows upward; a host whose own space differs converts at its edge.
+// All lengths are in points. The origin of screen coordinates is the bottom-left corner of the main
+// screen and y grows upward, as in AppKit; a host with other coordinates converts them.
 
 struct Point {
   double x = 0;
@@ -17,7 +17,7 @@ struct Size {
   friend bool operator==(const Size&, const Size&) = default;
 };
 
-/// x and y are the bottom-left corner.
+/// x and y are those of the bottom-left corner.
 struct Rect {
   double x = 0;
   double y = 0;

@@ -15,7 +15,8 @@
 
 namespace parlen::platform {
 
-/// What a machine on this host may have, both ends included.
+/// The least and the most that a machine on this host may have. Source: the properties
+/// minimumAllowed... and maximumAllowed... of VZVirtualMachineConfiguration.
 struct MachineLimits {
   std::int64_t minimumCPUCount = 0;
   std::int64_t maximumCPUCount = 0;
@@ -23,102 +24,109 @@ struct MachineLimits {
   std::uint64_t maximumMemorySize = 0;  // bytes
 };
 
-/// What this host is able to do. Each call asks the host; nothing is cached for the caller.
+/// What this host can do. Each call asks the host; nothing is cached. Main thread.
 class HostCapabilities {
  public:
   virtual ~HostCapabilities() = default;
-  /// Whether virtual machines can run here at all.
+  /// Whether virtual machines can run on this host.
   virtual bool isSupported() = 0;
+  /// The number of the host's processors.
   virtual std::int64_t processorCount() = 0;
   virtual MachineLimits limits() = 0;
 };
 
-/// Makes and reads back what identifies a guest.
+/// Creates what identifies a guest, and reads it back from its stored bytes. Main thread.
 class GuestIdentities {
  public:
   virtual ~GuestIdentities() = default;
-  /// Bytes that `dataRepresentation` gave once, or null if they are no usable model.
+  /// Reads what HardwareModel::dataRepresentation returned; null if `bytes` are no valid model.
   virtual std::shared_ptr<const HardwareModel> hardwareModel(std::string_view bytes) = 0;
-  /// Bytes that `dataRepresentation` gave once, or null if they are no usable identifier.
+  /// Reads what MachineIdentifier::dataRepresentation returned; null if `bytes` are no valid
+  /// identifier.
   virtual std::shared_ptr<const MachineIdentifier> machineIdentifier(std::string_view bytes) = 0;
-  /// A new random identifier.
+  /// Makes a new random identifier.
   virtual std::shared_ptr<const MachineIdentifier> newMachineIdentifier() = 0;
-  /// A new random locally administered unicast address.
+  /// Makes a random locally administered unicast address.
   virtual MacAddress randomMacAddress() = 0;
 };
 
-/// Turns files and configurations into machines. Main thread.
+/// Makes machines from files and configurations. Main thread.
 class MachineFactory {
  public:
   virtual ~MachineFactory() = default;
-  /// A handle on an existing storage file; does not touch the file, so it may be missing or bad.
+  /// Makes a handle on the storage file at `path`. Does not open the file, which may be missing or
+  /// invalid.
   virtual std::shared_ptr<const AuxiliaryStorage> openAuxiliaryStorage(const std::string& path) = 0;
-  /// Creates the storage for a guest of `model`. A file that is there already is an error.
+  /// Creates the storage file for a guest of `model`. It is an error if `path` exists.
   virtual Result<std::shared_ptr<const AuxiliaryStorage>> createAuxiliaryStorage(
       const std::string& path, const HardwareModel& model) = 0;
-  /// Opens a raw disk image for a guest to read and, unless `readOnly`, to write.
+  /// Opens the raw disk image at `path` for a guest to read and, unless `readOnly`, to write.
   virtual Result<std::shared_ptr<const DiskAttachment>> attachDisk(const std::string& path,
                                                                    bool readOnly) = 0;
-  /// The tag of a share that a guest mounts by itself.
+  /// The tag of a shared directory that the guest mounts by itself.
   virtual std::string automountTag() = 0;
-  /// Whether this host would run a machine like this; at least CPU count and memory size are
-  /// checked.
+  /// Checks whether this host can run such a machine: at least the CPU count and the memory size.
   virtual Result<> validate(const MachineConfiguration& configuration) = 0;
-  /// A stopped machine of a valid configuration; its callbacks arrive on the main queue.
+  /// Makes a machine, in the state `stopped`, from a configuration that `validate` accepts.
   virtual std::unique_ptr<VirtualMachine> createMachine(
       const MachineConfiguration& configuration) = 0;
 };
 
-/// The best configuration that an image offers and this host can run.
+/// What a restore image's best configuration that this host can run needs.
+/// Source: VZMacOSConfigurationRequirements.
 struct ConfigurationRequirements {
   std::shared_ptr<const HardwareModel> hardwareModel;
   std::int64_t minimumCPUCount = 1;
   std::uint64_t minimumMemorySize = 0;  // bytes
 };
 
-/// A restore image that has been loaded.
+/// A restore image that has been loaded. Immutable.
 class RestoreImage {
  public:
   virtual ~RestoreImage() = default;
+  /// The file that it was loaded from.
   virtual std::string path() const = 0;
-  /// Nothing if this host can run none of the image's configurations.
+  /// Nullopt if this host can run none of the image's configurations.
   virtual std::optional<ConfigurationRequirements> mostFeaturefulSupportedConfiguration() const = 0;
 };
 
-/// Keeps an observation alive; destroying it ends it, after a call that is under way on another
-/// thread.
+/// Keeps an observation alive. Destroying it ends the calls; it waits for a call that is running on
+/// another thread.
 class ProgressObservation {
  public:
   virtual ~ProgressObservation() = default;
 };
 
-/// Puts a guest operating system onto a machine's disk, once. Made and used on the main thread.
+/// Installs a guest operating system on a machine's disk, once. Main thread, except for its
+/// callbacks.
 class Installer {
  public:
   virtual ~Installer() = default;
-  /// Between 0 and 1.
+  /// The progress, from 0 to 1.
   virtual double fractionCompleted() const = 0;
-  /// Runs `changed` once from inside the call, then after every change, one at a time, on any
-  /// thread.
-  virtual std::unique_ptr<ProgressObservation> observeProgress(std::function<void()> changed) = 0;
-  /// `done` may run on any thread, in a later turn, after the installer's last write.
-  virtual void install(Completion done) = 0;
+  /// Calls `onChange` once before it returns, then after every change of the progress: on any
+  /// thread, one call at a time.
+  virtual std::unique_ptr<ProgressObservation> observeProgress(std::function<void()> onChange) = 0;
+  /// Starts the installation. `onDone` runs on any thread, never from inside this call, after the
+  /// installer's last write.
+  virtual void install(Completion onDone) = 0;
 };
 
-/// Restore images and what installs them.
+/// Loads restore images and makes their installers. Main thread.
 class Restoration {
  public:
   virtual ~Restoration() = default;
   using Loaded = std::function<void(Result<std::shared_ptr<const RestoreImage>>)>;
-  /// `done` may run on any thread, exactly once, in a later turn.
-  virtual void loadRestoreImage(const std::string& path, Loaded done) = 0;
-  /// `machine` is stopped, was made of the bundle being installed, and must outlive the installer.
+  /// Loads the image at `path`. `onLoaded` runs exactly once, on any thread, never from inside this
+  /// call.
+  virtual void loadRestoreImage(const std::string& path, Loaded onLoaded) = 0;
+  /// Makes an installer for `machine`, which is stopped and must outlive the installer.
   virtual std::unique_ptr<Installer> createInstaller(VirtualMachine& machine,
                                                      const std::string& restoreImagePath) = 0;
 };
 
-/// All that this host offers beyond files and processes. Each part is constructed when first asked
-/// for, so that a command pays only for what it uses.
+/// What runs the guests and shows them. Owns its parts; each is made at the first call that asks
+/// for it, so that a command pays only for what it uses. Main thread.
 class Host {
  public:
   virtual ~Host() = default;
@@ -127,7 +135,7 @@ class Host {
   virtual MachineFactory& machines() = 0;
   virtual Restoration& restoration() = 0;
   virtual Application& application() = 0;
-  /// The desktop, opened by the first call; the error says what is missing. Owned by the host.
+  /// The desktop; owned by the host. The first call opens it; the error says what is missing.
   virtual Result<WindowSystem*> windowSystem() = 0;
 };
 

@@ -10,39 +10,44 @@
 
 namespace parlen {
 
-// The one display that every guest has. Its machine is configured with it and its window keeps its
-// proportions, so both read it here.
+// The one display that every guest has: its machine is configured with it, and its window keeps its
+// proportions.
 inline constexpr std::int64_t vmDisplayWidth = 1920;   // pixels
 inline constexpr std::int64_t vmDisplayHeight = 1200;  // pixels
 inline constexpr std::int64_t vmDisplayPixelsPerInch = 80;
 
 }  // namespace parlen
 
+/// The description of a guest's hardware: handles that a host has made, and plain values. Each type
+/// corresponds to a class of the Virtualization framework (VZMacHardwareModel,
+/// VZVirtioBlockDeviceConfiguration, ...). Handles are immutable and shared. Main thread.
 namespace parlen::platform {
 
-/// What a guest's hardware is like, in the host's own format: bytes to be stored and handed back.
+/// The kind of hardware that a guest was installed for, in the host's own format.
 class HardwareModel {
  public:
   virtual ~HardwareModel() = default;
+  /// The bytes to store; GuestIdentities::hardwareModel reads them back.
   virtual std::string dataRepresentation() const = 0;
   /// Whether this host can run a guest of this model.
   virtual bool isSupported() const = 0;
 };
 
-/// What tells one guest from another, in the host's own format.
+/// What distinguishes one guest from another, in the host's own format.
 class MachineIdentifier {
  public:
   virtual ~MachineIdentifier() = default;
+  /// The bytes to store; GuestIdentities::machineIdentifier reads them back.
   virtual std::string dataRepresentation() const = 0;
 };
 
-/// A handle on a guest's auxiliary storage: the store of its firmware's variables.
+/// A handle on a guest's auxiliary storage file, which holds the variables of its firmware.
 class AuxiliaryStorage {
  public:
   virtual ~AuxiliaryStorage() = default;
 };
 
-/// A disk image that the host has accepted as a guest's disk.
+/// A disk image that the host has opened and accepted as a guest's disk.
 class DiskAttachment {
  public:
   virtual ~DiskAttachment() = default;
@@ -53,7 +58,7 @@ enum class NetworkAttachment { nat };
 enum class Keyboard { usb };
 enum class PointingDevice { usbScreenCoordinate };
 enum class EntropyDevice { virtio };
-enum class AudioDevice {};  // no guest has sound
+enum class AudioDevice {};  // there is none: no guest has sound
 
 struct Display {
   std::int64_t widthInPixels = 0;
@@ -72,7 +77,7 @@ struct StorageDevice {
   std::shared_ptr<const DiskAttachment> attachment;
 };
 
-/// A virtio network device. Without an address the host gives it one.
+/// A virtio network device. Without `macAddress` the host chooses an address.
 struct NetworkDevice {
   NetworkAttachment attachment = NetworkAttachment::nat;
   std::optional<MacAddress> macAddress;
@@ -81,15 +86,16 @@ struct NetworkDevice {
 
 enum class ShareAccess { readOnly, readWrite };
 
-/// A folder of the host that the guest can mount by its tag.
+/// A directory of the host that the guest can mount.
 struct DirectorySharingDevice {
-  std::string tag;
-  std::string path;
+  std::string tag;   // the name to mount it by
+  std::string path;  // on the host
   ShareAccess access = ShareAccess::readOnly;
   friend bool operator==(const DirectorySharingDevice&, const DirectorySharingDevice&) = default;
 };
 
-/// The complete description of a guest's hardware. Handles come from the host that will run it.
+/// The complete description of a guest's hardware. All handles are those of the host that will run
+/// it.
 struct MachineConfiguration {
   std::shared_ptr<const HardwareModel> hardwareModel;
   std::shared_ptr<const MachineIdentifier> machineIdentifier;

@@ -11,7 +11,8 @@
 
 namespace parlen::platform {
 
-/// The operating system's own services, which every host shares.
+/// The services of the operating system, the same for every host. Owns all that it returns a
+/// reference to.
 class System {
  public:
   virtual ~System() = default;
@@ -19,34 +20,35 @@ class System {
   virtual StandardStreams& streams() = 0;
   virtual EventLoop& loop() = 0;
   virtual Process& process() = 0;
-  /// `label` names the queue to debuggers.
+  /// Makes a queue; debuggers show it under `label`.
   virtual std::unique_ptr<SerialQueue> makeSerialQueue(std::string_view label) = 0;
 };
 
-/// The operating system that the program was built for. The folder of exactly one of them is
+/// The operating system that the program was built for. Exactly one folder that implements it is
 /// linked.
 class NativePlatform {
  public:
   virtual ~NativePlatform() = default;
   virtual System& system() = 0;
-  /// The word that names this system's host in the environment: "qemu", "macos".
+  /// The name of this system's host in the environment: "qemu" or "macos".
   virtual std::string_view hostName() const = 0;
-  /// The host that runs real guests. Cheap: nothing is probed before it is asked for. What it has
-  /// to say beside its results goes to `warn`, on the main thread.
+  /// Makes the host that runs real guests. Nothing is probed before it is asked for. The host calls
+  /// `warn` on the main thread.
   virtual std::unique_ptr<Host> makeHost(WarningSink warn) = 0;
-  /// Whether that host's windows have a picture also for a machine that another host has made.
+  /// Whether that host's windows can show a machine that another host has made.
   virtual bool showsForeignMachines() const { return false; }
 };
 
-/// Called once, first thing in `main`.
+/// Makes the platform; called once, as the first call in `main`.
 std::unique_ptr<NativePlatform> makeNativePlatform();
 
-/// The platform that this process runs on: set once by `main` before any other code runs (in tests
-/// by each fixture), read everywhere. Nothing is owned.
+/// Sets the platform that `system` and `host` return. `main` calls it before any other code runs,
+/// and each test's fixture. Nothing is owned. Main thread.
 void usePlatform(System* system, Host* host);
 
+/// The services of the operating system. They must have been set. Any thread.
 System& system();
-/// The host must have been set: during start-up it is not yet.
+/// The host. It must have been set, which it is not yet during start-up. Main thread.
 Host& host();
 
 }  // namespace parlen::platform

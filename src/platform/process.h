@@ -10,44 +10,47 @@
 
 namespace parlen::platform {
 
-/// The signals that ask a process to end.
+/// The signals that ask a process to end: SIGTERM and SIGINT.
 enum class TerminationSignal { terminate, interrupt };
 
-/// Keeps a signal's handler alive; destroying it ends the delivery, not the ignoring.
+/// Keeps a signal's handler installed. Destroying it ends the calls; the signal is ignored from
+/// then on. Main thread.
 class SignalSource {
  public:
   virtual ~SignalSource() = default;
 };
 
-/// This process and its children.
+/// This process and its children. Main thread, except `exit` and `trap`.
 class Process {
  public:
   virtual ~Process() = default;
 
-  /// Ends the process at once with `status`. In a test it throws past the caller to the fixture.
+  /// Ends the process at once with exit status `status`. In a test it throws an exception that the
+  /// fixture catches. Any thread.
   [[noreturn]] void exit(int status) {
     endWith(status);
     std::abort();
   }
 
-  /// Aborts the process: a value broke a limit that the caller had to keep. No event, no status.
+  /// Aborts the process because a value is outside the range that its caller had to keep. Writes
+  /// no event and has no exit status. Any thread.
   [[noreturn]] void trap() {
     endInTrap();
     std::abort();
   }
 
-  /// From the call on the signal's default action no longer applies; each delivery runs `handler`
-  /// on the main queue. Several deliveries before a turn may count as one.
-  virtual std::unique_ptr<SignalSource> watchSignal(TerminationSignal signal, Work handler) = 0;
+  /// Replaces the signal's default action: from now on each delivery runs `onSignal` on the main
+  /// queue. Several deliveries within one loop iteration may count as one.
+  virtual std::unique_ptr<SignalSource> watchSignal(TerminationSignal signal, Work onSignal) = 0;
 
-  /// Runs a program with the tool's own standard streams and waits until it has exited. The error
-  /// is a failure to start it; there is then no child to wait for. The value is its exit status.
+  /// Runs `program` with the tool's own standard streams and blocks until it has exited; the value
+  /// is its exit status. It is an error only if the program cannot be started.
   virtual Result<int> runAndWait(const std::string& program,
                                  const std::vector<std::string>& arguments) = 0;
 
  private:
-  // What hosts implement; neither returns. The calls above stand before them because g++ 12 does
-  // not take a virtual call for one that does not return.
+  // What a host implements; neither returns. The calls above are not virtual themselves because
+  // g++ 12 ignores [[noreturn]] on a virtual call.
   virtual void endWith(int status) = 0;
   virtual void endInTrap() = 0;
 };

@@ -5,22 +5,25 @@
 
 namespace parlen::platform {
 
-/// The three standard streams. Nothing is buffered: bytes are the reader's when the call returns.
+/// The three standard streams. Nothing is buffered: when a write returns, the reader has the bytes.
 class StandardStreams {
  public:
   virtual ~StandardStreams() = default;
 
-  /// Writes all of `bytes` in one write, completed after an interruption or a short write. Blocks
-  /// while the reader is behind. A failed write is dropped. Any thread.
+  /// Writes all of `bytes`, in one system call unless that is interrupted or writes less. Blocks
+  /// while the reader does not read. A write error is ignored. Any thread.
   virtual void writeOutput(std::string_view bytes) = 0;
+  /// Like `writeOutput`, to the standard error stream.
   virtual void writeError(std::string_view bytes) = 0;
 
-  /// Receives a chunk of standard input, valid during the call only; an empty one is the end.
+  /// Receives some bytes of standard input; they are valid only during the call. An empty chunk is
+  /// the end of the input.
   using InputHandler = std::function<void(std::string_view chunk)>;
 
-  /// Starts reading. The chunks arrive on the main queue, in order, and the end exactly once, last.
-  /// Reading goes on while the main thread waits in a write. Called once.
-  virtual void readInput(InputHandler handler) = 0;
+  /// Starts reading standard input; called once, on the main thread. `onChunk` runs on the main
+  /// queue, with the chunks in order and last, exactly once, with the end. Reading continues while
+  /// the main thread blocks in a write.
+  virtual void readInput(InputHandler onChunk) = 0;
 };
 
 }  // namespace parlen::platform

@@ -6,7 +6,8 @@
 
 namespace parlen::platform {
 
-/// The execution states' raw values. A host may report others.
+/// The execution states of a machine. Source of the values: VZVirtualMachineState of the
+/// Virtualization framework. A newer version may report others.
 enum class MachineState : std::int64_t {
   stopped = 0,
   running = 1,
@@ -20,48 +21,56 @@ enum class MachineState : std::int64_t {
   restoring = 9,
 };
 
-/// Hears what a machine does on its own. Called on the main queue, never from inside a call to the
-/// machine.
+/// Is told what a machine does by itself. Called on the main queue, never from inside a call to the
+/// machine. Source of the events: VZVirtualMachineDelegate.
 class VirtualMachineDelegate {
  public:
   virtual ~VirtualMachineDelegate() = default;
 
-  /// The guest's operating system has shut down; the machine is gone, all that it wrote is written.
+  /// The guest's operating system has shut down. The machine has ended, and all that the guest
+  /// wrote is in its disk images.
   virtual void guestDidStop() = 0;
-  /// The machine has ended because of an error.
+  /// The machine has ended because of `error`.
   virtual void didStopWithError(const PlatformError& error) = 0;
-  /// A network device has lost its attachment; the machine runs on.
+  /// A network device has lost its attachment to the host's network. The machine keeps running.
   virtual void networkAttachmentDisconnected(const PlatformError& error) = 0;
 };
 
-/// One guest from its start until it is gone. Main thread only; no call waits. Completions run on
-/// the main queue in a later turn. Of "the guest stopped", "stopped with an error", a failed start
-/// and a completed hard stop, at most one is reported, and only when the machine has ended for
-/// good.
+/// One guest, from its start to its end. Main thread. No call blocks. Each completion runs exactly
+/// once, on the main queue, in a later loop iteration. The end of a machine is reported at most
+/// once and only when it is final: as `guestDidStop`, as `didStopWithError`, as the error of
+/// `start` or as the success of `stop`.
 class VirtualMachine {
  public:
   virtual ~VirtualMachine() = default;
 
-  /// `delegate` must outlive the machine's callbacks; it is not owned.
+  /// Not owned; must outlive the machine. Null: nobody is told.
   virtual void setDelegate(VirtualMachineDelegate* delegate) = 0;
 
-  /// The raw execution state: a value of MachineState, or one that a later host has added.
+  /// The execution state: a value of MachineState, or one that a newer framework has added.
   virtual std::int64_t state() const = 0;
 
-  /// Boots the guest.
-  virtual void start(Completion done) = 0;
+  /// Boots the guest. `onDone` gets the result as soon as the guest's processors run, not when its
+  /// operating system is up.
+  virtual void start(Completion onDone) = 0;
 
-  /// Asks the guest's operating system to shut down. It may take for ever, or ignore it.
+  /// Whether the state allows `requestStop`.
   virtual bool canRequestStop() const = 0;
+  /// Asks the guest's operating system to shut down. The guest may take any time, or ignore it.
   virtual Result<> requestStop() = 0;
 
-  /// Ends the machine at once, as if its power were cut. Possible in every state but stopped.
-  virtual void stop(Completion done) = 0;
+  /// Ends the machine at once, as if its power were cut. An error in the state `stopped`.
+  virtual void stop(Completion onDone) = 0;
 
+  /// Whether the state allows `pause`.
   virtual bool canPause() const = 0;
-  virtual void pause(Completion done) = 0;
+  /// Stops the guest's processors and keeps its memory.
+  virtual void pause(Completion onDone) = 0;
+
+  /// Whether the state allows `resume`.
   virtual bool canResume() const = 0;
-  virtual void resume(Completion done) = 0;
+  /// Lets a paused guest continue.
+  virtual void resume(Completion onDone) = 0;
 };
 
 }  // namespace parlen::platform

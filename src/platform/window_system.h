@@ -13,91 +13,95 @@
 #include "platform/key_event.h"
 #include "platform/virtual_machine.h"
 
-/// The host's desktop: how the process shows on it, and its windows. Everything here is called on
-/// the main thread, and calls back on it.
+/// The host's desktop: how the process appears on it, and its windows. Everything here is called on
+/// the main thread and calls back on it. Lengths are in points. The values of the enumerations are
+/// AppKit's; each names its type there.
 namespace parlen::platform {
 
-/// How the process shows on the host's desktop; the raw values are the window system's own.
+/// How the process appears on the desktop (NSApplicationActivationPolicy).
 enum class ActivationPolicy {
-  regular = 0,     // an icon and a menu bar, may have windows
-  prohibited = 2,  // no icon, no menu bar, never active
+  regular = 0,     // has an icon and a menu bar, may have windows
+  prohibited = 2,  // has no icon and no menu bar, is never active
 };
 
-/// The process as its host's desktop sees it.
+/// This process as an application on the desktop.
 class Application {
  public:
   virtual ~Application() = default;
 
   virtual void setActivationPolicy(ActivationPolicy policy) = 0;
 
-  /// Keeps the host from ending a background process that looks idle.
+  /// Tells the host not to end this process when it appears idle; `reason` is for debuggers.
   virtual void disableAutomaticTermination(std::string_view reason) = 0;
 
-  /// Serves the main queue and the window system. The process ends from inside a piece of work.
+  /// Serves the main queue and the window system, and does not return: a piece of work ends the
+  /// process.
   virtual void run() = 0;
 };
 
-/// A view of a window, as far as the choice of the first responder needs it.
+/// A view in a window: what choosing the first responder needs to know of it.
 class View {
  public:
   virtual ~View() = default;
+  /// Whether key events may go to this view.
   virtual bool acceptsFirstResponder() const = 0;
-  /// In their order from back to front.
+  /// From back to front.
   virtual std::vector<std::shared_ptr<View>> subviews() const = 0;
 };
 
 class Window;
 
-/// The view that shows a guest's display and takes the keys meant for it.
+/// The view that shows a guest's display and sends key events to the guest.
 class MachineView : public View {
  public:
-  /// The window that holds the view now, or null.
+  /// The window that the view is in, or null; not owned.
   virtual Window* window() const = 0;
 };
 
 struct MachineViewOptions {
-  bool capturesSystemKeys = false;  // the guest gets combinations that the host would act on
-  bool automaticallyReconfiguresDisplay = false;  // else the guest's picture is scaled
+  bool capturesSystemKeys = false;  // the guest, not the host, gets the host's key combinations
+  bool automaticallyReconfiguresDisplay = false;  // false: the guest's picture is scaled
 };
 
-// A window's title-bar accessory as a plain value: what the program decides about it. Numbers are
-// the window system's own raw values; lengths are points.
+// The bar under a window's title (NSTitlebarAccessoryViewController), as a plain value: a tree of
+// views. A host makes its own views from it.
 
-enum class LineBreakMode { truncatingTail = 4 };
-enum class Orientation { horizontal = 0, vertical = 1 };
-enum class StackAlignment { leading = 5, centerY = 10 };
-enum class LayoutAttribute { bottom = 4 };
+enum class LineBreakMode { truncatingTail = 4 };          // NSLineBreakMode
+enum class Orientation { horizontal = 0, vertical = 1 };  // NSUserInterfaceLayoutOrientation
+enum class StackAlignment { leading = 5, centerY = 10 };  // NSLayoutAttribute
+enum class LayoutAttribute { bottom = 4 };                // NSLayoutAttribute
 enum class FontFace { system, boldSystem };
-enum class FontSize { standard, small };  // the system's own sizes
+enum class FontSize { standard, small };  // NSFont.systemFontSize, smallSystemFontSize
 enum class NamedColor { secondaryLabel, controlAccent };
 
-/// The two texts of the bar. They exist, empty, before any bar does.
+/// The two texts of the bar. The window system keeps them, also while there is no bar; they are
+/// empty at first.
 enum class BarLabel { title, detail };
 
-/// The application's icon.
+/// The application's icon, at this size.
 struct BarImage {
   double width = 0;
   double height = 0;
 };
 
-/// Not editable, not selectable.
+/// One of the texts; not editable, not selectable.
 struct BarText {
   BarLabel label = BarLabel::title;
   FontFace face = FontFace::system;
   FontSize size = FontSize::standard;
-  std::optional<NamedColor> textColor = std::nullopt;  // none: the usual one
+  std::optional<NamedColor> textColor = std::nullopt;  // nullopt: the default color
   LineBreakMode lineBreakMode = LineBreakMode::truncatingTail;
-  double compressionResistance = 0;  // horizontal priority
+  double compressionResistance = 0;  // horizontal; NSLayoutPriority, 0 to 1000
 };
 
-/// Takes whatever room is left.
+/// Flexible space: takes the width that the other views leave.
 struct BarSpacer {};
 
 struct BarButton {
   std::string title;
-  std::string keyEquivalent = {};                       // empty: no key presses it
-  std::optional<NamedColor> bezelColor = std::nullopt;  // none: the usual look
-  /// Main thread; once for each press.
+  std::string keyEquivalent = {};                       // empty: no key presses the button
+  std::optional<NamedColor> bezelColor = std::nullopt;  // nullopt: the default color
+  /// Called once for each press.
   std::function<void()> onPress = {};
 };
 
@@ -111,13 +115,14 @@ struct EdgeInsets {
   double right = 0;
 };
 
-/// What the outermost stack has beyond the others.
+/// What only the outermost stack has.
 struct OuterStack {
   EdgeInsets edgeInsets;
-  double huggingPriority = 0;  // horizontal
+  double huggingPriority = 0;  // horizontal; NSLayoutPriority, 0 to 1000
   Rect frame;
 };
 
+/// Views in a row or a column (NSStackView), from left to right or from top to bottom.
 struct BarStack {
   Orientation orientation = Orientation::horizontal;
   StackAlignment alignment = StackAlignment::leading;
@@ -126,102 +131,118 @@ struct BarStack {
   std::vector<BarView> views = {};
 };
 
+/// The bar and its place in the window.
 struct TitlebarAccessory {
   LayoutAttribute layoutAttribute = LayoutAttribute::bottom;
   BarStack bar;
 };
 
-/// What a user does with a window's own controls.
+/// Is told what a user does with a window's own controls.
 class WindowDelegate {
  public:
   virtual ~WindowDelegate() = default;
-  /// The close button was used. False: the window stays as it is.
+  /// The user has pressed the close button. Returns whether the window is to be closed.
   virtual bool windowShouldClose() = 0;
 };
 
-/// Bits of a window's style.
+/// Bits of a window's style (NSWindowStyleMask).
 inline constexpr std::uint64_t windowTitled = 1;
 inline constexpr std::uint64_t windowClosable = 2;
 inline constexpr std::uint64_t windowMiniaturizable = 4;
 inline constexpr std::uint64_t windowResizable = 8;
 
-enum class Backing { buffered = 2 };
+enum class Backing { buffered = 2 };  // NSBackingStoreType
 enum class Redraw { later, atOnce };
 enum class ReleasedWhenClosed { no, yes };
 
 struct WindowOptions {
-  Rect contentRect;
-  std::uint64_t styleMask = 0;
+  Rect contentRect;             // on the screen
+  std::uint64_t styleMask = 0;  // bits as above
   Backing backing = Backing::buffered;
-  bool defer = false;
+  bool defer = false;  // true: the host makes the window when it is first shown
 };
 
-/// One window. It is on no screen until it is ordered to the front.
+/// One window. It is on no screen until `makeKeyAndOrderFront`; destroying it takes it off the
+/// screen.
 class Window {
  public:
   virtual ~Window() = default;
 
+  /// The number that key events name the window by.
   virtual std::int64_t windowNumber() const = 0;
   virtual void setTitle(const std::string& title) = 0;
+  /// Whether the window system releases the window when the user closes it.
   virtual void setReleasedWhenClosed(ReleasedWhenClosed released) = 0;
-  /// Not owned.
+  /// Not owned; must outlive the window.
   virtual void setDelegate(WindowDelegate* delegate) = 0;
+  /// Fills the window's content with `view`.
   virtual void setContentView(const std::shared_ptr<MachineView>& view) = 0;
+  /// The view that is first responder when the window is first shown.
   virtual void setInitialFirstResponder(const std::shared_ptr<MachineView>& view) = 0;
   virtual void addTitlebarAccessory(const TitlebarAccessory& accessory) = 0;
 
   virtual bool isVisible() const = 0;
-  /// The part of the window's own screen that windows may use; nothing while it is on none.
+  /// The part of the window's screen that windows may use; nullopt while it is on no screen.
   virtual std::optional<Rect> screenVisibleFrame() const = 0;
+  /// The whole window, its title bar included.
   virtual Rect frame() const = 0;
-  /// The content that a window like this has inside of `frame`.
+  /// The content rectangle that this window would have in `frame`.
   virtual Rect contentRectForFrameRect(const Rect& frame) const = 0;
   virtual void setFrame(const Rect& frame, Redraw redraw) = 0;
   virtual void setContentSize(const Size& size) = 0;
+  /// Keeps the content's width and height in this ratio while the user resizes the window.
   virtual void setContentAspectRatio(const Size& ratio) = 0;
 
+  /// Shows the window in front of all others and sends key events to it.
   virtual void makeKeyAndOrderFront() = 0;
+  /// Hides the window.
   virtual void orderOut() = 0;
 
+  /// Whether the first responder, the view that gets the key events, is a MachineView.
   virtual bool firstResponderIsMachineView() const = 0;
   virtual bool isFirstResponder(const View& view) const = 0;
   virtual void makeFirstResponder(const std::shared_ptr<View>& view) = 0;
-  /// The platform's words for the first responder, or for there being none.
+  /// The platform's own description of the first responder, or of there being none; for people.
   virtual std::string firstResponderDescription() const = 0;
 };
 
+/// One entry of a menu (NSMenuItem).
 struct MenuEntry {
   std::string title;
-  std::string action;  // a selector of the application's
+  std::string action;  // a selector that the application responds to
   std::string keyEquivalent;
 };
-/// A menu bar's items; each is the list of its submenu's entries.
+/// The items of a menu bar; each is a submenu, given by its entries.
 using MenuBar = std::vector<std::vector<MenuEntry>>;
 
 enum class OtherApps { respect, ignore };
 
-/// The desktop, once the first window is wanted.
+/// The desktop, opened for windows.
 class WindowSystem {
  public:
   virtual ~WindowSystem() = default;
 
+  /// Whether the application has a menu bar.
   virtual bool hasMainMenu() const = 0;
   virtual void setMainMenu(const MenuBar& menu) = 0;
+  /// Makes this the active application; with OtherApps::ignore also while the user works with
+  /// another one.
   virtual void activate(OtherApps otherApps) = 0;
-  /// The part of the main screen that windows may use; nothing if there is no screen.
+  /// The part of the main screen that windows may use; nullopt if there is no screen.
   virtual std::optional<Rect> mainScreenVisibleFrame() const = 0;
 
-  /// `machine` must outlive the view.
+  /// Makes a view of the machine's display, in no window yet. `machine` must outlive the view.
   virtual std::shared_ptr<MachineView> makeMachineView(const Rect& frame, VirtualMachine& machine,
                                                        const MachineViewOptions& options) = 0;
+  /// Makes a window, on no screen yet.
   virtual std::unique_ptr<Window> makeWindow(const WindowOptions& options) = 0;
-  /// Sets one of the bar's texts, whether or not a bar has been built.
+  /// Sets one of the bar's texts, whether or not there is a bar.
   virtual void setLabelText(BarLabel label, const std::string& text) = 0;
 
-  /// The event, or null if it cannot be built.
+  /// Builds an event; null if the window system cannot.
   virtual std::unique_ptr<KeyEvent> keyEvent(const KeyEventDetails& details) = 0;
-  /// Dispatches the event, before it returns, through the application to the key window's first
-  /// responder.
+  /// Dispatches the event through the application to the key window's first responder, before it
+  /// returns.
   virtual void sendEvent(const KeyEvent& event) = 0;
 };
 
