@@ -20,7 +20,7 @@ using platform::KeyEventDetails;
 using platform::KeyEventType;
 using platform::View;
 
-/// Only ASCII can be typed, so no other letter has a lower case here.
+/// ASCII only: no other letter can be typed.
 std::string lowerCased(std::string text) {
   for (char& c : text) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
@@ -91,7 +91,7 @@ void GuiInputDriver::finish(const InputRequest& request) {
   drainIfIdle();
 }
 
-/// Brings the guest's window to the front, so that the keys go there and nowhere else.
+/// Brings the guest's window to the front and makes it the one that gets the keys.
 void GuiInputDriver::prepare() {
   windows_.activate(platform::OtherApps::ignore);
   platform::Window* window = view_->window();
@@ -122,7 +122,7 @@ void GuiInputDriver::after(int milliseconds, Step step, const Stroke& stroke) {
       [self = shared_from_this(), step, stroke] { (*self.*step)(stroke); });
 }
 
-/// Returns the flags of all the modifiers that are down then.
+/// Presses the modifiers in order and returns the flags of all of them.
 std::uint64_t GuiInputDriver::pressModifiers(const KeyStroke& key) {
   std::uint64_t flags = 0;
   for (const std::string& name : key.modifiers) {
@@ -143,10 +143,10 @@ void GuiInputDriver::sendKey(KeyEventType type, const Stroke& stroke) {
   send(std::move(details));
 }
 
-/// Reports the modifier's own key; false if the event cannot be built.
+/// Sends an event for the modifier's key; false if the event cannot be built.
 bool GuiInputDriver::sendModifier(const std::string& name, std::uint64_t flags) {
   const auto code = vmNamedKeys.find(name);
-  if (!code) return true;  // no key to report
+  if (!code) return true;  // it has no key
   KeyEventDetails details;
   details.type = KeyEventType::flagsChanged;
   details.modifierFlags = flags;
@@ -154,7 +154,7 @@ bool GuiInputDriver::sendModifier(const std::string& name, std::uint64_t flags) 
   return send(std::move(details));
 }
 
-/// Completes the event and dispatches it; false if it cannot be built.
+/// Completes the details and dispatches the event; false if it cannot be built.
 bool GuiInputDriver::send(KeyEventDetails details) {
   const platform::Window* window = view_->window();
   details.windowNumber = window == nullptr ? 0 : window->windowNumber();

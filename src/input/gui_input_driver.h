@@ -12,30 +12,32 @@
 
 namespace parlen {
 
-/// What one command wants typed.
+/// What one command asks to be typed.
 struct InputRequest {
-  std::string verb;  // "text" or "key"; names the request in its `input-done`
+  std::string verb;  // "text" or "key"; the `input-done` event repeats it
   std::vector<KeyStroke> strokes;
-  int gapMs = 0;  // between the strokes, and after the last one
+  int gapMs = 0;  // milliseconds after each stroke
 };
 
-/// Types requests into the guest's view, one after the other, as key events that take the way of a
-/// user's own. Each request ends with an `input-done` event; nothing cancels one that was accepted.
-/// It never waits: every pause is a delayed call, which keeps the driver alive. Main thread only.
+/// Types requests into the guest's view, one after the other, as key events that are dispatched
+/// like those of a user. Each request ends with an `input-done` event; a request cannot be
+/// cancelled. No call blocks: every pause is a delayed call, which keeps the driver alive. Main
+/// thread.
 class GuiInputDriver : public std::enable_shared_from_this<GuiInputDriver> {
  public:
   /// `windows` must outlive the driver and its delayed calls.
   GuiInputDriver(std::shared_ptr<platform::MachineView> view, platform::WindowSystem& windows);
 
-  /// Queues the request and, if nothing is being typed, starts it before returning.
+  /// Queues the request. If nothing is being typed, starts it before it returns.
   void enqueue(InputRequest request);
 
-  /// The view that has to be first responder for the keys to reach the guest: of the machine view
-  /// and the views in it, level by level, the last one that accepts; else the machine view.
+  /// The view that must be first responder for the keys to reach the guest: of the machine view and
+  /// the views in it, in breadth-first order, the last one that accepts first responder; the
+  /// machine view if none does.
   std::shared_ptr<platform::View> responderTarget() const;
 
  private:
-  /// A stroke under way.
+  /// A stroke that is being typed.
   struct Stroke {
     std::shared_ptr<const InputRequest> request;
     std::size_t index = 0;
@@ -63,11 +65,10 @@ class GuiInputDriver : public std::enable_shared_from_this<GuiInputDriver> {
   std::shared_ptr<platform::MachineView> view_;
   platform::WindowSystem& windows_;
   std::deque<InputRequest> pending_;
-  bool draining_ = false;  // from a request's start until its `input-done` is written
+  bool draining_ = false;  // true from a request's start until its `input-done` is written
 };
 
-/// Types into the guest's window of a run with one; null on a headless run. Set when that window is
-/// presented.
+/// The driver of the window that presentWindow has made; null in a headless run.
 extern std::shared_ptr<GuiInputDriver> inputDriver;
 
 }  // namespace parlen

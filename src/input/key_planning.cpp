@@ -17,9 +17,9 @@ std::unexpected<InputRefusal> refuse(std::string reason) {
 
 std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
 
-/// The stroke that types one user-perceived character, or nothing if no key does.
+/// The stroke that types one user-perceived character; nullopt if no key types it.
 std::optional<KeyStroke> strokeFor(std::string_view character) {
-  // The Return key produces a carriage return; that is what its events carry.
+  // The events of the Return key carry a carriage return.
   if (character == "\n") return KeyStroke{vmNamedKeys["return"], {}, "\r"};
   if (character == "\t") return KeyStroke{vmNamedKeys["tab"], {}, "\t"};
   const auto key = vmCharKeys.find(character);
@@ -29,8 +29,8 @@ std::optional<KeyStroke> strokeFor(std::string_view character) {
   return stroke;
 }
 
-/// The pieces between the plus signs. A plus with a combining mark is another character: it stays
-/// in its piece.
+/// The tokens between the plus signs. A plus with a combining mark is another character and does
+/// not separate.
 std::vector<std::string> splitAtPlus(std::string_view chord) {
   std::vector<std::string> tokens(1);
   while (!chord.empty()) {
@@ -45,12 +45,13 @@ std::vector<std::string> splitAtPlus(std::string_view chord) {
   return tokens;
 }
 
-/// The chord's modifiers and, last, its key. Never empty.
+/// The chord's modifiers and, as the last token, its key. Never empty.
 std::vector<std::string> tokenise(std::string_view chord) {
   if (chord == "+") return {"+"};
   std::vector<std::string> tokens = splitAtPlus(chord);
-  // A chord that ends in a plus means the plus key. The token before goes too: of "cmd++" that is
-  // the separator's empty piece, of "cmd+" it is the modifier, so that chord presses a bare plus.
+  // A chord that ends with "+" means the plus key. The token before the last is dropped too. In
+  // "cmd++" it is the empty token between the two; in "cmd+" it is the modifier, so that "cmd+"
+  // presses the plus key alone.
   if (tokens.size() >= 2 && tokens.back().empty()) {
     tokens.resize(tokens.size() - 2);
     tokens.emplace_back("+");

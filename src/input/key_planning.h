@@ -8,30 +8,31 @@
 
 namespace parlen {
 
-/// One press of a key, with the modifiers that are held meanwhile.
+/// One press of a key while modifiers are held.
 struct KeyStroke {
-  std::uint16_t keyCode = 0;
-  /// Names in vmModifierFlags, in the order of pressing; one may come twice.
+  std::uint16_t keyCode = 0;  // a virtual key code of parlen::vk
+  /// Names in vmModifierFlags, in the order in which they are pressed; a name may occur twice.
   std::vector<std::string> modifiers;
-  /// The text that the press produces; empty for a named key.
+  /// The text that the press types; empty for a named key of a chord.
   std::string characters;
 
   friend bool operator==(const KeyStroke&, const KeyStroke&) = default;
 };
 
-/// Why a request cannot be typed: a complete sentence, shown to the parent unchanged.
+/// Why a request cannot be typed. The parent gets `reason` unchanged.
 struct InputRefusal {
   std::string reason;
 
   friend bool operator==(const InputRefusal&, const InputRefusal&) = default;
 };
 
-/// The strokes that type `text` on a US keyboard, one for each user-perceived character, or the
-/// refusal of its first character that has no key. Nothing is planned in part. Any thread.
+/// Plans the strokes that type `text` on a US keyboard, one for each user-perceived character. If a
+/// character has no key, returns the refusal of the first such character and no strokes. Any
+/// thread.
 std::expected<std::vector<KeyStroke>, InputRefusal> planText(std::string_view text);
 
-/// The one stroke that presses `chord`: modifier names and at last a key's name or a character,
-/// joined by "+", as in "cmd+shift+t". The plus key is "+" itself ("cmd++"). Any thread.
+/// Plans the stroke that presses `chord`: modifiers and last a key's name or a character, joined by
+/// "+", as in "cmd+shift+t". The plus key is "+" itself ("cmd++"). Any thread.
 std::expected<KeyStroke, InputRefusal> planChord(std::string_view chord);
 
 }  // namespace parlen

@@ -9,7 +9,7 @@
 
 #include "platform/key_codes.h"
 
-/// What a request may name, and the keys of a US ANSI keyboard that it means.
+/// The names and characters that an input request may use, and their keys on a US ANSI keyboard.
 namespace parlen {
 
 template <class Value>
@@ -18,7 +18,7 @@ struct NamedValue {
   Value value;
 };
 
-/// A constant map from names to values, matched byte for byte; few enough that it is walked.
+/// A constant map from names to values. Names are compared byte for byte, one after the other.
 template <class Value, std::size_t count>
 struct NameTable {
   std::array<NamedValue<Value>, count> entries;
@@ -30,7 +30,7 @@ struct NameTable {
     return std::nullopt;
   }
 
-  /// The value of a name that is there; any other name does not compile.
+  /// The value of a name in the table; any other name does not compile.
   consteval Value operator[](std::string_view name) const {
     for (const auto& entry : entries) {
       if (entry.name == name) return entry.value;
@@ -39,8 +39,8 @@ struct NameTable {
   }
 };
 
-/// The key codes of the keys that have a name in a chord. The modifiers' are those of the left-hand
-/// keys; no chord presses one as its final key, but typing has to move them.
+/// The key codes of the keys that have a name in a chord. A modifier is its left-hand key; a chord
+/// cannot end with one, but pressing it sends an event for that key.
 inline constexpr NameTable<std::uint16_t, 18> vmNamedKeys{{{
     {"return", vk::returnKey},
     {"tab", vk::tab},
@@ -62,8 +62,8 @@ inline constexpr NameTable<std::uint16_t, 18> vmNamedKeys{{{
     {"ctrl", vk::control},
 }}};
 
-/// What each modifier sets in a key event's modifier flags: the flag of its kind and the bit of the
-/// left-hand key. A real key sets both, and a guest may look at either.
+/// The bits that each modifier sets in a key event's modifier flags: the flag of its kind and the
+/// bit of the left-hand key. A real key sets both, and a guest may test either.
 inline constexpr NameTable<std::uint64_t, 4> vmModifierFlags{{{
     {"cmd", modifier::command | modifier::leftCommandKey},
     {"shift", modifier::shift | modifier::leftShiftKey},
@@ -78,13 +78,13 @@ struct CharKey {
   friend bool operator==(const CharKey&, const CharKey&) = default;
 };
 
-/// The keys of the printable ASCII characters, space to tilde; nothing else can be found.
+/// The keys of the printable ASCII characters, space to tilde. It has no other characters.
 class CharKeyTable {
  public:
   static constexpr char first = ' ';
   static constexpr char last = '~';
 
-  /// A key of the keyboard and the two characters on it; the space bar has the same one twice.
+  /// A key and its two characters; the space bar has the same character twice.
   struct PhysicalKey {
     char plain;
     char shifted;
@@ -95,11 +95,11 @@ class CharKeyTable {
   explicit consteval CharKeyTable(const PhysicalKey (&keys)[count]) {
     for (const PhysicalKey& key : keys) {
       slot(key.shifted) = {key.code, true};
-      slot(key.plain) = {key.code, false};  // last: a space needs no Shift
+      slot(key.plain) = {key.code, false};  // second: a space needs no Shift
     }
   }
 
-  /// `character` is the whole text of one character; a longer text is never found.
+  /// Finds the key of `character`; nullopt unless it is one byte that is in the table.
   constexpr std::optional<CharKey> find(std::string_view character) const {
     if (character.size() != 1 || character[0] < first || character[0] > last) return std::nullopt;
     return keys_[static_cast<std::size_t>(character[0] - first)];
@@ -114,7 +114,7 @@ class CharKeyTable {
 };
 
 inline constexpr CharKeyTable vmCharKeys{{
-    // The letters, row by row as they lie.
+    // The letters, row by row.
     {'q', 'Q', vk::ansiQ},
     {'w', 'W', vk::ansiW},
     {'e', 'E', vk::ansiE},
@@ -155,7 +155,7 @@ inline constexpr CharKeyTable vmCharKeys{{
     {'0', ')', vk::ansi0},
     {'-', '_', vk::ansiMinus},
     {'=', '+', vk::ansiEqual},
-    // The rest.
+    // Punctuation and the space bar.
     {'[', '{', vk::ansiLeftBracket},
     {']', '}', vk::ansiRightBracket},
     {'\\', '|', vk::ansiBackslash},

@@ -2,13 +2,15 @@
 
 namespace parlen {
 
-// All in milliseconds. The bounds of the pause between strokes that a command may ask for:
+// All in milliseconds.
+
+/// The range of the pause between strokes that a command may ask for, both ends included.
 inline constexpr int inputDelayMinMs = 20;
 inline constexpr int inputDelayMaxMs = 1000;
 
-/// How long a key stays down: a guest may miss a shorter press.
+/// How long a key is held down; a guest may miss a shorter press.
 inline constexpr int inputKeyHoldMs = 40;
-/// The pause after a stroke when the command asks for none.
+/// The default pause after a stroke.
 inline constexpr int inputKeyGapMs = 60;
 /// How long modifiers are held before the key goes down and after it has come up.
 inline constexpr int inputModifierLeadMs = 40;

@@ -4,11 +4,11 @@
 
 namespace parlen {
 
-/// The space in points that a guest's window leaves free on each side of the screen's usable part.
+/// The distance in points that a guest's window keeps from each edge of the visible frame.
 inline constexpr double guestWindowMargin = 20.0;
 
-/// A window's place on the screen. Both rectangles have the same origin; `frame` is taller by the
-/// window's chrome.
+/// A window's place on the screen, in points. Both rectangles have the same origin; `frame` is
+/// taller by the height of the window's chrome.
 struct GuestFrames {
   platform::Rect content;
   platform::Rect frame;
@@ -16,11 +16,11 @@ struct GuestFrames {
   friend bool operator==(const GuestFrames&, const GuestFrames&) = default;
 };
 
-/// Where a guest's window goes: the guest's natural size (`guestPixels` / `guestScale`), shrunk to
-/// fit but never enlarged, centred in `visibleFrame`, which is the part of the screen that windows
-/// may use. `chrome` is the height that the window adds above its content. Origin and content size
-/// are whole numbers, rounded down. Numbers that make no sense give a result that makes none
-/// (infinite, not a number), and nothing worse. Any thread.
+/// Computes where a guest's window goes: centred in `visibleFrame`, the part of the screen that
+/// windows may use, with the guest's natural size (`guestPixels` / `guestScale`) or, if that does
+/// not fit, shrunk in proportion. `chrome` is the height in points that the window adds above its
+/// content. The origin and the content's size are whole numbers, rounded down. Input that makes no
+/// sense gives infinities or NaN in the result, never undefined behavior. Any thread.
 GuestFrames guestWindowFrame(platform::Size guestPixels, double guestScale,
                              platform::Rect visibleFrame, double chrome,
                              double margin = guestWindowMargin);

@@ -55,7 +55,7 @@ BarButton button(std::string title, std::optional<NamedColor> bezelColor,
   return {std::move(title), /*keyEquivalent=*/"", bezelColor, std::move(onPress)};
 }
 
-/// A way to get the window out of sight, for a process that has come without a menu bar.
+/// Gives a process without a menu bar one with which the user can hide the window.
 void ensureMainMenu(platform::WindowSystem& windows) {
   if (!windows.hasMainMenu()) windows.setMainMenu({{{"Hide", "hide:", ""}}});
 }
@@ -103,10 +103,9 @@ void GuestWindowController::hide() {
 bool GuestWindowController::windowShouldClose() {
   emitWindowAction("later");
   hide();
-  return false;  // it stays usable for the next time
+  return false;  // the next `show` uses the window again
 }
 
-// The parent answers a button with a command to hide, if it wants the window gone.
 void GuestWindowController::clickedLater() { emitWindowAction("later"); }
 void GuestWindowController::clickedDone() { emitWindowAction("done"); }
 

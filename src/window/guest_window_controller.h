@@ -20,35 +20,38 @@ struct AskBarActions {
 /// widen the window. No key presses a button: all keys go to the guest.
 platform::TitlebarAccessory askBar(AskBarActions actions);
 
-/// The window of a headless guest: shown and hidden when the parent asks for it, with the parent's
-/// two texts and two buttons in a bar. What the user does is told as `window-action` events; only
-/// the close button also hides the window. Once built, the window is kept for the rest of the
-/// process. The two texts live in the window system. Main thread.
+/// The window of a headless guest. The parent shows and hides it; a bar in it shows the parent's
+/// two texts and two buttons. What the user does is reported as `window-action` events; only the
+/// close button also hides the window. The window is made by the first `show` and kept for the rest
+/// of the process. Main thread.
 class GuestWindowController : public platform::WindowDelegate {
  public:
-  /// The guest to show, set by a headless run; not owned. Without one there is nothing to show.
+  /// The guest to show; set by a headless run, not owned, null in any other run.
   platform::VirtualMachine* virtualMachine = nullptr;
 
-  /// Brings the guest on screen under these texts. A window that is there already keeps its place.
-  /// If the desktop cannot be opened, that is a warning and nothing else.
+  /// Shows the guest under these texts, in front of all windows. A window that is visible already
+  /// is not moved. Only warns if there is no guest or the desktop cannot be opened.
   void show(const std::string& title, const std::string& detail);
 
-  /// Takes the window off the screen, if there is one, and the process off the desktop in any case.
-  /// Opens no desktop for it.
+  /// Hides the window, if there is one, and in any case takes the process's icon off the desktop.
+  /// Does not open the desktop.
   void hide();
 
+  /// Reports "later" and hides the window instead of closing it.
   bool windowShouldClose() override;
+  /// Reports "later". The window stays until the parent hides it.
   void clickedLater();
+  /// Reports "done". The window stays until the parent hides it.
   void clickedDone();
 
  private:
   void build(platform::WindowSystem& windows);
 
   std::unique_ptr<platform::Window> window_;
-  std::shared_ptr<platform::MachineView> view_;  // in the window; set together with it
+  std::shared_ptr<platform::MachineView> view_;  // in the window; made with it
 };
 
-/// The one controller of this process. Set at start-up.
+/// The controller of this process. Set at start-up.
 extern std::unique_ptr<GuestWindowController> guestWindow;
 
 }  // namespace parlen

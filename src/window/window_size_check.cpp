@@ -16,27 +16,28 @@
 namespace parlen {
 namespace {
 
-/// White space within a line: the tab and Unicode's space separators (category Zs), in UTF-8.
-constexpr std::array<std::string_view, 18> blanks = {
+/// Spaces within a line: the tab and the characters of Unicode's category Zs, in UTF-8.
+constexpr std::array<std::string_view, 18> spaces = {
     "\t",     " ",      "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004",
     "\u2005", "\u2006", "\u2007", "\u2008", "\u2009", "\u200A", "\u202F", "\u205F", "\u3000"};
 
-template <class Touches>
-std::size_t blankLength(Touches touches) {
-  const auto found = std::ranges::find_if(blanks, touches);
-  return found == blanks.end() ? 0 : found->size();
+/// The length in bytes of the space that `matches`; 0 if there is none.
+template <class Matches>
+std::size_t spaceLength(Matches matches) {
+  const auto found = std::ranges::find_if(spaces, matches);
+  return found == spaces.end() ? 0 : found->size();
 }
 
 std::string_view trimmed(std::string_view text) {
-  const auto leads = [&text](std::string_view blank) { return text.starts_with(blank); };
-  const auto trails = [&text](std::string_view blank) { return text.ends_with(blank); };
-  while (const auto length = blankLength(leads)) text.remove_prefix(length);
-  while (const auto length = blankLength(trails)) text.remove_suffix(length);
+  const auto leads = [&text](std::string_view space) { return text.starts_with(space); };
+  const auto trails = [&text](std::string_view space) { return text.ends_with(space); };
+  while (const auto length = spaceLength(leads)) text.remove_prefix(length);
+  while (const auto length = spaceLength(trails)) text.remove_suffix(length);
   return text;
 }
 
-/// The whole text as strtod reads it, but for the white space that strtod would skip. The process
-/// never leaves the C locale, so the decimal point is a point.
+/// Reads the whole of `text` with strtod; nullopt if it is no number or starts with white space,
+/// which strtod would skip. The process stays in the C locale, so the decimal separator is a point.
 std::optional<double> number(std::string_view text) {
   constexpr std::string_view skipped = " \t\n\v\f\r";
   if (text.empty() || skipped.contains(text.front())) return std::nullopt;
@@ -47,7 +48,8 @@ std::optional<double> number(std::string_view text) {
   return value;
 }
 
-/// The numbers among the pieces of `text`, which `prepare` sees before they are read.
+/// The numbers among the pieces of `text`, in order; `prepare` is applied to each piece before it
+/// is read. Pieces that are no number are skipped.
 std::vector<double> numbers(std::string_view text, char separator,
                             std::string_view (*prepare)(std::string_view)) {
   std::vector<double> found;
@@ -59,7 +61,7 @@ std::vector<double> numbers(std::string_view text, char separator,
   return found;
 }
 
-std::string_view asItStands(std::string_view piece) { return piece; }
+std::string_view unchanged(std::string_view piece) { return piece; }
 
 std::string displaySize() {
   return std::to_string(vmDisplayWidth) + "x" + std::to_string(vmDisplayHeight);
@@ -71,12 +73,12 @@ std::optional<WindowSizeRequest> parseWindowSizeRequest(const std::optional<std:
                                                         const std::optional<std::string>& scale,
                                                         const std::optional<std::string>& visible,
                                                         const std::optional<std::string>& chrome) {
-  const auto size = numbers(guest ? *guest : displaySize(), 'x', asItStands);
+  const auto size = numbers(guest ? *guest : displaySize(), 'x', unchanged);
   const auto area = numbers(visible.value_or(""), ',', trimmed);
   const auto pixelsPerPoint = number(scale ? *scale : "1");
   const auto chromeHeight = number(chrome ? *chrome : "0");
   if (size.size() != 2 || area.size() != 4) return std::nullopt;
-  // A scale that is not a number is not above 0 either.
+  // Not `<= 0`: that would accept a scale that is not a number.
   if (!pixelsPerPoint || !(*pixelsPerPoint > 0) || !chromeHeight) return std::nullopt;
   return WindowSizeRequest{
       {size[0], size[1]}, *pixelsPerPoint, {area[0], area[1], area[2], area[3]}, *chromeHeight};

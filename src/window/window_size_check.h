@@ -7,7 +7,7 @@
 
 namespace parlen {
 
-/// The numbers to place a window for, as guestWindowFrame takes them.
+/// The input of guestWindowFrame, as given on the command line.
 struct WindowSizeRequest {
   platform::Size guestPixels;
   double guestScale = 1;
@@ -17,20 +17,19 @@ struct WindowSizeRequest {
   friend bool operator==(const WindowSizeRequest&, const WindowSizeRequest&) = default;
 };
 
-/// Reads the options' texts: `guest` "WxH", `visible` "x,y,width,height", `scale` above 0 and
-/// `chrome` single numbers. What was not given is the guest's own display, nothing, 1 and 0.
-/// Pieces of a list that are no number are passed over; nothing is returned unless the lists then
-/// have exactly their two and four, and the single numbers are numbers. A number is what the C
-/// library's strtod reads, so infinities and values that are no number are possible.
+/// Reads the values of the options: `guest` is "WxH" in pixels (default: the guest's display),
+/// `scale` a number above 0 (default 1), `visible` "x,y,width,height" in points (required) and
+/// `chrome` a number of points (default 0). Pieces of the two lists that are no number are skipped.
+/// Nullopt unless the lists then have two and four numbers and the others are numbers. A number is
+/// what strtod reads in the C locale, so it can be infinite or not a number. Any thread.
 std::optional<WindowSizeRequest> parseWindowSizeRequest(const std::optional<std::string>& guest,
                                                         const std::optional<std::string>& scale,
                                                         const std::optional<std::string>& visible,
                                                         const std::optional<std::string>& chrome);
 
-/// Answers where a guest's window would go for the numbers in these options' texts, without a
-/// screen: writes one `window-size` line and ends the process with status 0, or with a usage error.
-/// A place that has no 64-bit coordinates is a trap, with nothing written. Main thread, at
-/// start-up.
+/// Computes, without a screen, where a guest's window would go for these options. Writes one
+/// `window-size` event and ends the process with status 0, or with a usage error if the options
+/// cannot be read. Traps, with nothing written, if a coordinate does not fit 64 bits. Main thread.
 [[noreturn]] void windowSizeCheck(const std::optional<std::string>& guest,
                                   const std::optional<std::string>& scale,
                                   const std::optional<std::string>& visible,

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "events/event_stream.h"
+#include "platform/key_codes.h"
 #include "platform/platform.h"
 #include "support/recording_desktop.h"
 #include "support/test_system.h"
@@ -13,13 +14,13 @@ namespace {
 using Calls = std::vector<std::string>;
 using platform::KeyEventType;
 
-const KeyStroke a{0, {}, "a"};
-const KeyStroke upperA{0, {"shift"}, "A"};
-const KeyStroke commandQ{12, {"cmd"}, "q"};
+const KeyStroke a{vk::ansiA, {}, "a"};
+const KeyStroke upperA{vk::ansiA, {"shift"}, "A"};
+const KeyStroke commandQ{vk::ansiQ, {"cmd"}, "q"};
 const std::string textDone = R"({"type":"input-done","input":"text"})";
 const std::string keyDone = R"({"type":"input-done","input":"key"})";
 
-/// A driver for a view that is in a window and has the focus, unless a test takes that away.
+/// A driver for a view that is in a window and has the focus, unless a test changes that.
 class InputDriver : public testing::Test {
  protected:
   InputDriver() {
@@ -33,20 +34,20 @@ class InputDriver : public testing::Test {
     platform::usePlatform(nullptr, nullptr);
   }
 
-  /// The calls that typing the request causes, up to its end.
+  /// The recorded calls while the request is typed.
   Calls callsFor(InputRequest request) {
     driver_->enqueue(std::move(request));
     system_.loop().runUntilIdle();
     return recording_.take();
   }
 
-  /// Milliseconds since the beginning.
+  /// Milliseconds since the start of the test.
   std::int64_t time() const {
     return std::chrono::duration_cast<std::chrono::milliseconds>(system_.loop().now() - start_)
         .count();
   }
 
-  /// The moment at which so many lines had been written.
+  /// The time in milliseconds at which `count` lines had been written.
   std::int64_t timeOfEvent(std::size_t count) {
     while (system_.streams().lines().size() < count && system_.loop().runOne()) {
     }
@@ -69,14 +70,14 @@ TEST_F(InputDriver, HoldsAPlainKeyFor40Milliseconds) {
                                                 "0 down 0 0x0 'a' 'a'", "40 up 0 0x0 'a' 'a'"}));
 }
 
-TEST_F(InputDriver, HoldsModifiers40MillisecondsLongerOnBothSides) {
+TEST_F(InputDriver, HoldsModifiers40MillisecondsBeforeAndAfterTheKey) {
   EXPECT_EQ(
       callsFor({"key", {commandQ}, 60}),
       (Calls{"0 activate", "0 makeKeyAndOrderFront", "0 flags 55 0x100008",
              "40 down 12 0x100008 'q' 'q'", "80 up 12 0x100008 'q' 'q'", "120 flags 55 0x0"}));
 }
 
-TEST_F(InputDriver, IsDoneAGapAfterTheLastStroke) {
+TEST_F(InputDriver, FinishesAGapAfterTheLastStroke) {
   driver_->enqueue({"key", {commandQ}, 60});
   EXPECT_EQ(timeOfEvent(1), 180);
   EXPECT_EQ(system_.streams().output, keyDone + "\n");
@@ -99,7 +100,7 @@ TEST_F(InputDriver, TakesAsLongAsItsDelaysAddUpTo) {
   EXPECT_EQ(timeOfEvent(1), 10 * 1040);
 }
 
-TEST_F(InputDriver, SendsNothingButTheModifiersFromInsideTheCall) {
+TEST_F(InputDriver, SendsOnlyModifiersFromInsideTheCall) {
   driver_->enqueue({"text", {a}, 60});
   driver_->enqueue({"key", {commandQ}, 60});
   EXPECT_EQ(recording_.take(), (Calls{"0 activate", "0 makeKeyAndOrderFront"}));
@@ -107,7 +108,7 @@ TEST_F(InputDriver, SendsNothingButTheModifiersFromInsideTheCall) {
   EXPECT_EQ(recording_.take(), Calls{"0 down 0 0x0 'a' 'a'"});
 }
 
-TEST_F(InputDriver, CountsEachDelayFromThePreviousStepAsItRan) {
+TEST_F(InputDriver, CountsEachDelayFromWhenThePreviousStepRan) {
   driver_->enqueue({"key", {commandQ}, 60});
   system_.loop().skip(std::chrono::milliseconds(50));  // the main thread is 10 ms too late
   system_.loop().runUntilIdle();
@@ -139,7 +140,7 @@ TEST_F(InputDriver, StartsEveryStrokeWithoutModifiers) {
   EXPECT_EQ(calls[6], "180 flags 59 0x40001");
 }
 
-TEST_F(InputDriver, HoldsAModifierThatItDoesNotKnowAndSendsNothingForIt) {
+TEST_F(InputDriver, SendsNothingForAnUnknownModifier) {
   const Calls calls = callsFor({"key", {{0, {"hyper"}, "a"}}, 60});
   EXPECT_EQ(Calls(calls.begin() + 2, calls.end()),
             (Calls{"40 down 0 0x0 'a' 'a'", "80 up 0 0x0 'a' 'a'"}));
@@ -151,7 +152,7 @@ TEST_F(InputDriver, GivesAReturnItsCharacterInBothFields) {
   EXPECT_EQ(calls[2], "0 down 36 0x0 '\r' '\r'");
 }
 
-TEST_F(InputDriver, LowersOnlyLettersInTheCharactersWithoutModifiers) {
+TEST_F(InputDriver, LowersOnlyLettersIgnoringModifiers) {
   for (const auto& [characters, lowered] :
        {std::pair("Z", "z"), std::pair("A", "a"), std::pair("@", "@"), std::pair("[", "["),
         std::pair("!", "!")}) {
@@ -178,7 +179,7 @@ TEST_F(InputDriver, FillsInTheRestOfEachEvent) {
 
 // --- Events that cannot be built
 
-TEST_F(InputDriver, SaysWhenAModifiersPressCannotBeBuiltAndGoesOn) {
+TEST_F(InputDriver, WarnsWhenAModifiersPressCannotBeBuilt) {
   desktop_.unbuildableKeyCodes = {56};
   const Calls calls = callsFor({"key", {{0, {"shift", "cmd"}, "A"}}, 60});
   EXPECT_EQ(Calls(calls.begin() + 2, calls.end()),
@@ -190,7 +191,7 @@ TEST_F(InputDriver, SaysWhenAModifiersPressCannotBeBuiltAndGoesOn) {
   EXPECT_EQ(system_.streams().output, keyDone + "\n");
 }
 
-TEST_F(InputDriver, SkipsAKeyThatCannotBeBuiltInSilenceAndKeepsItsTime) {
+TEST_F(InputDriver, SkipsAKeyThatCannotBeBuiltWithoutAWarning) {
   desktop_.unbuildableKeyCodes = {0};
   EXPECT_EQ(callsFor({"text", {a, {11, {}, "b"}}, 60}),
             (Calls{"0 activate", "0 makeKeyAndOrderFront", "100 down 11 0x0 'b' 'b'",
@@ -201,25 +202,25 @@ TEST_F(InputDriver, SkipsAKeyThatCannotBeBuiltInSilenceAndKeepsItsTime) {
 
 // --- The queue
 
-TEST_F(InputDriver, IsDoneAtOnceWithARequestOfNoStrokes) {
+TEST_F(InputDriver, FinishesARequestWithoutStrokesAtOnce) {
   driver_->enqueue({"text", {}, 60});
   EXPECT_EQ(system_.streams().output, textDone + "\n");
   EXPECT_EQ(recording_.take(), Calls{});
   EXPECT_EQ(system_.streams().error, "");
 }
 
-TEST_F(InputDriver, TypesRequestsInTheirOrderEachAfterTheOneBeforeIsDone) {
+TEST_F(InputDriver, TypesRequestsOneAfterTheOther) {
   driver_->enqueue({"text", {a}, 60});
   driver_->enqueue({"key", {}, 60});
   driver_->enqueue({"text", {a}, 60});
   EXPECT_EQ(timeOfEvent(1), 100);
-  // The empty one is done at once, but not before the one before it has said so.
+  // The empty request finishes at once, but after the event of the request before it.
   EXPECT_EQ(system_.streams().lines(), (Calls{textDone, keyDone}));
   EXPECT_EQ(timeOfEvent(3), 200);
   EXPECT_EQ(system_.streams().lines(), (Calls{textDone, keyDone, textDone}));
 }
 
-TEST_F(InputDriver, StartsTheNextRequestInTheTurnOfTheLastOnesEnd) {
+TEST_F(InputDriver, StartsTheNextRequestRightAfterTheLastOnesEnd) {
   driver_->enqueue({"text", {a}, 60});
   driver_->enqueue({"key", {commandQ}, 20});
   EXPECT_EQ(timeOfEvent(1), 100);
@@ -230,7 +231,7 @@ TEST_F(InputDriver, StartsTheNextRequestInTheTurnOfTheLastOnesEnd) {
   EXPECT_EQ(system_.streams().lines(), (Calls{textDone, keyDone}));
 }
 
-TEST_F(InputDriver, StaysAliveUntilWhatItHasAcceptedIsTyped) {
+TEST_F(InputDriver, LivesUntilAllAcceptedRequestsAreTyped) {
   driver_->enqueue({"text", {a, a}, 60});
   driver_->enqueue({"key", {a}, 60});
   driver_.reset();
@@ -240,7 +241,7 @@ TEST_F(InputDriver, StaysAliveUntilWhatItHasAcceptedIsTyped) {
 
 // --- Where the keys go
 
-TEST_F(InputDriver, BringsTheWindowToTheFrontOnceARequest) {
+TEST_F(InputDriver, BringsTheWindowToTheFrontOncePerRequest) {
   EXPECT_EQ(callsFor({"text", {a, a}, 60}).size(), 2U + 4U);
   EXPECT_EQ(system_.streams().error, "parlen-mac-vm: input: firstResponder=the machine view\n");
   callsFor({"text", {a}, 60});
@@ -249,7 +250,7 @@ TEST_F(InputDriver, BringsTheWindowToTheFrontOnceARequest) {
             "parlen-mac-vm: input: firstResponder=the machine view\n");
 }
 
-TEST_F(InputDriver, TypesOnIntoAViewWithoutAWindow) {
+TEST_F(InputDriver, TypesIntoAViewWithoutAWindow) {
   view_->holder = nullptr;
   EXPECT_EQ(callsFor({"text", {a}, 60}),
             (Calls{"0 activate", "0 down 0 0x0 'a' 'a'", "40 up 0 0x0 'a' 'a'"}));
@@ -258,7 +259,7 @@ TEST_F(InputDriver, TypesOnIntoAViewWithoutAWindow) {
   EXPECT_EQ(system_.streams().output, textDone + "\n");
 }
 
-TEST_F(InputDriver, GivesTheFocusToTheTargetIfNoMachineViewHasIt) {
+TEST_F(InputDriver, FocusesTheTargetIfNoMachineViewHasTheFocus) {
   view_->children = {std::make_shared<RecordingView>("display")};
   window_.firstResponder = nullptr;
   const Calls calls = callsFor({"text", {a}, 60});

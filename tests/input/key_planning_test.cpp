@@ -54,7 +54,7 @@ TEST(PlanText, TypesATabWithItsOwnKey) {
 
 TEST(PlanText, TypesNothingForAnEmptyText) { EXPECT_EQ(typed(""), Strokes{}); }
 
-TEST(PlanText, PlansEachOccurrenceOfACharacter) {
+TEST(PlanText, TypesRepeatedCharacters) {
   EXPECT_EQ(typed("\n\na a"),
             (Strokes{{36, {}, "\r"}, {36, {}, "\r"}, {0, {}, "a"}, {49, {}, " "}, {0, {}, "a"}}));
 }
@@ -88,14 +88,14 @@ TEST(PlanText, RefusesWhatIsNotOnTheKeyboard) {
   EXPECT_EQ(textRefusal("\u2028"), notTypeable("\u2028"));
 }
 
-TEST(PlanText, TakesNoEquivalentOfAKeyboardCharacter) {
+TEST(PlanText, RefusesUnicodeEquivalentsOfKeyboardCharacters) {
   // The Kelvin sign and the Greek question mark; compared as Unicode equivalents they would be "K"
   // and ";".
   EXPECT_EQ(textRefusal("\u212A"), notTypeable("\u212A"));
   EXPECT_EQ(textRefusal("\u037E"), notTypeable("\u037E"));
 }
 
-TEST(PlanText, RefusesACarriageReturnWithItsLineFeedAsOneCharacter) {
+TEST(PlanText, RefusesCarriageReturnAndLineFeedAsOneCharacter) {
   EXPECT_EQ(textRefusal("x\r\ny"), notTypeable("\r\n"));
 }
 
@@ -110,7 +110,7 @@ TEST(PlanText, RefusesALetterWithACombiningMarkWhole) {
   EXPECT_EQ(textRefusal("be\u0301\u0302d"), notTypeable("e\u0301\u0302"));
 }
 
-TEST(PlanText, RefusesAMarkThatStandsAfterALineFeedByItself) {
+TEST(PlanText, RefusesACombiningMarkAfterALineFeed) {
   EXPECT_EQ(textRefusal("\n\u0301"), notTypeable("\u0301"));
 }
 
@@ -148,11 +148,11 @@ TEST(PlanChord, KeepsTheModifiersInTheirOrder) {
             (KeyStroke{0, {"ctrl", "option", "shift", "cmd"}, "a"}));
 }
 
-TEST(PlanChord, KeepsAModifierThatIsWrittenTwice) {
+TEST(PlanChord, KeepsARepeatedModifier) {
   EXPECT_EQ(pressed("shift+shift+a"), (KeyStroke{0, {"shift", "shift"}, "a"}));
 }
 
-TEST(PlanChord, GivesTheCharacterAsWrittenWhateverShiftWouldMakeOfIt) {
+TEST(PlanChord, KeepsTheCharacterAsWrittenUnderShift) {
   EXPECT_EQ(pressed("shift+1"), (KeyStroke{18, {"shift"}, "1"}));
   EXPECT_EQ(pressed("shift+a"), (KeyStroke{0, {"shift"}, "a"}));
 }
@@ -163,7 +163,7 @@ TEST(PlanChord, GivesANamedKeyNoCharacters) {
   EXPECT_EQ(pressed("space"), (KeyStroke{49, {}, ""}));
 }
 
-TEST(PlanChord, PressesEveryNamedKeyThatIsNoModifier) {
+TEST(PlanChord, PressesEveryNamedKeyButTheModifiers) {
   int named = 0;
   for (const auto& [name, code] : vmNamedKeys.entries) {
     if (vmModifierFlags.find(name)) continue;
@@ -185,13 +185,13 @@ TEST(PlanChord, PressesEveryTypeableCharacter) {
   }
 }
 
-TEST(PlanChord, TakesATrailingPlusForThePlusKey) {
+TEST(PlanChord, TreatsATrailingPlusAsThePlusKey) {
   EXPECT_EQ(pressed("+"), (KeyStroke{24, {"shift"}, "+"}));
   EXPECT_EQ(pressed("cmd++"), (KeyStroke{24, {"cmd", "shift"}, "+"}));
   EXPECT_EQ(pressed("shift++"), (KeyStroke{24, {"shift"}, "+"}));
 }
 
-TEST(PlanChord, LosesTheTokenBeforeASingleTrailingPlus) {
+TEST(PlanChord, DropsTheTokenBeforeASingleTrailingPlus) {
   EXPECT_EQ(pressed("cmd+"), (KeyStroke{24, {"shift"}, "+"}));
   EXPECT_EQ(pressed("ctrl+cmd+"), (KeyStroke{24, {"ctrl", "shift"}, "+"}));
   EXPECT_EQ(pressed("anything at all+"), (KeyStroke{24, {"shift"}, "+"}));
@@ -245,7 +245,7 @@ TEST(PlanChord, RefusesAKeyThatDoesNotExist) {
   EXPECT_EQ(chordRefusal("cmd+ a"), "unknown key ' a'");
 }
 
-TEST(PlanChord, TakesAPlusWithACombiningMarkForAnotherCharacter) {
+TEST(PlanChord, TreatsAPlusWithACombiningMarkAsAnotherCharacter) {
   EXPECT_EQ(chordRefusal("+\u0301"), "unknown key '+\u0301'");
   EXPECT_EQ(chordRefusal("cmd++\u0301"), "unknown key '+\u0301'");
   EXPECT_EQ(chordRefusal("cmd+\u0301a"), "unknown key 'cmd+\u0301a'");

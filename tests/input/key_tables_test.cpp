@@ -17,7 +17,7 @@ struct ExpectedKey {
   bool shift;
 };
 
-// In the order of ASCII, where the table goes by the keys of the keyboard.
+// In ASCII order; the table itself is ordered by the keys of the keyboard.
 constexpr ExpectedKey everyCharacter[] = {
     {' ', 49, false},  {'!', 18, true},  {'"', 39, true},   {'#', 20, true},  {'$', 21, true},
     {'%', 23, true},   {'&', 26, true},  {'\'', 39, false}, {'(', 25, true},  {')', 29, true},
@@ -50,7 +50,7 @@ TEST(CharKeys, GiveTheKeyOfEveryPrintableAsciiCharacter) {
   }
 }
 
-TEST(CharKeys, HoldNoOtherByte) {
+TEST(CharKeys, HaveNoOtherByte) {
   int found = 0;
   for (int byte = 0; byte < 256; ++byte) {
     const bool printable = byte >= ' ' && byte <= '~';
@@ -68,7 +68,7 @@ TEST(CharKeys, FindOnlyWholeCharacters) {
   EXPECT_EQ(vmCharKeys.find("é"), std::nullopt);
 }
 
-TEST(CharKeys, TakeNoLookAlikesFromOutsideAscii) {
+TEST(CharKeys, HaveNoUnicodeEquivalents) {
   // Unicode calls the first three equivalent to ";", "`" and "K"; the last are a wide "a" and a
   // no-break space.
   for (const char* character : {"\u037E", "\u1FEF", "\u212A", "\uFF41", "\u00A0"}) {
@@ -130,7 +130,7 @@ TEST(ModifierFlags, BelongToKeysThatHaveACode) {
   }
 }
 
-TEST(Timings, AreThoseThatTheProtocolPromises) {
+TEST(Timings, AreThoseOfTheProtocol) {
   EXPECT_EQ(inputDelayMinMs, 20);
   EXPECT_EQ(inputDelayMaxMs, 1000);
   EXPECT_EQ(inputKeyHoldMs, 40);

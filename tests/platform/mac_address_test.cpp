@@ -5,7 +5,7 @@
 namespace parlen::platform {
 namespace {
 
-TEST(MacAddress, ReadsSixOctetsInEitherCaseAndWritesThemInLowerCase) {
+TEST(MacAddress, ReadsEitherCaseAndWritesLowerCase) {
   const auto address = parseMacAddress("0A:1b:2C:3d:4E:ff");
   ASSERT_TRUE(address);
   EXPECT_EQ(toString(*address), "0a:1b:2c:3d:4e:ff");
@@ -19,7 +19,7 @@ TEST(MacAddress, RefusesEveryOtherText) {
   }
 }
 
-TEST(MacAddress, RefusesATextCutShortOrChangedAnywhere) {
+TEST(MacAddress, RefusesATruncatedOrChangedText) {
   const std::string good = "0a:1b:2c:3d:4e:5f";
   for (std::size_t at = 0; at < good.size(); ++at) {
     EXPECT_FALSE(parseMacAddress(good.substr(0, at))) << at;
@@ -29,7 +29,7 @@ TEST(MacAddress, RefusesATextCutShortOrChangedAnywhere) {
   }
 }
 
-TEST(MacAddress, IsUnicastAndLocallyAdministeredWhateverTheOctets) {
+TEST(MacAddress, IsMadeUnicastAndLocallyAdministered) {
   for (unsigned first = 0; first <= 0xFF; ++first) {
     const MacAddress address =
         locallyAdministered({static_cast<std::uint8_t>(first), 1, 2, 3, 4, 5});

@@ -30,7 +30,7 @@ TEST(GuestWindowFrame, NeverEnlargesTheGuest) {
   EXPECT_EQ(frames.frame, (Rect{320, 93, 1920, 1228}));
 }
 
-TEST(GuestWindowFrame, GoesByPointsAndNotByPixels) {
+TEST(GuestWindowFrame, CountsPointsAndNotPixels) {
   for (const Rect& screen :
        {Rect{0, 0, 1440, 875}, Rect{0, 0, 2560, 1415}, Rect{-7, 9, 640, 480}}) {
     EXPECT_EQ(guestWindowFrame({3840, 2400}, 2, screen, 28),
@@ -61,7 +61,7 @@ TEST(GuestWindowFrame, LeavesAPointOfRoomOnATinyScreen) {
   EXPECT_EQ(frames.frame, (Rect{4, 5, 1, 0}));
 }
 
-TEST(GuestWindowFrame, LeavesAPointOfRoomUnderAChromeTallerThanTheScreen) {
+TEST(GuestWindowFrame, LeavesAPointUnderAChromeTallerThanTheScreen) {
   const auto frames = guestWindowFrame({100, 100}, 1, {0, 0, 500, 100}, 200);
   EXPECT_EQ(frames.content, (Rect{249, -51, 1, 1}));
   EXPECT_EQ(frames.frame, (Rect{249, -51, 1, 201}));
@@ -73,7 +73,7 @@ TEST(GuestWindowFrame, MakesTheFrameShorterForANegativeChrome) {
   EXPECT_EQ(frames.frame, (Rect{320, 112, 1920, 1190}));
 }
 
-TEST(GuestWindowFrame, KeepsTheAskedMargin) {
+TEST(GuestWindowFrame, KeepsTheGivenMargin) {
   // A square guest on a wide screen: the height decides.
   EXPECT_EQ(guestWindowFrame({1000, 1000}, 1, {0, 0, 2000, 500}, 0, 0).content,
             (Rect{750, 0, 500, 500}));
@@ -84,7 +84,7 @@ TEST(GuestWindowFrame, KeepsTheAskedMargin) {
             guestWindowFrame({1000, 1000}, 1, {0, 0, 2000, 500}, 0, 20));
 }
 
-TEST(GuestWindowFrame, PutsTheMarginIntoTheSizeAndNotIntoTheOrigin) {
+TEST(GuestWindowFrame, AppliesTheMarginToTheSizeAndNotTheOrigin) {
   EXPECT_EQ(guestWindowFrame({460, 100}, 1, {1000, 2000, 500, 500}, 0).content,
             (Rect{1020, 2200, 460, 100}));
 }
@@ -94,7 +94,7 @@ TEST(GuestWindowFrame, FitsATallGuestByItsHeight) {
             (Rect{570, 20, 300, 600}));
 }
 
-TEST(GuestWindowFrame, GivesAFlatGuestNoHeight) {
+TEST(GuestWindowFrame, GivesAGuestWithoutHeightNone) {
   EXPECT_EQ(guestWindowFrame({100, 0}, 1, {0, 0, 500, 500}, 10).frame, (Rect{200, 245, 100, 10}));
 }
 
@@ -103,7 +103,7 @@ TEST(GuestWindowFrame, FollowsTheArithmeticForANegativeGuest) {
             (Rect{20, 1920, 1400, -2800}));
 }
 
-TEST(GuestWindowFrame, KeepsWholeNumbersThatHaveNoFractionToLose) {
+TEST(GuestWindowFrame, KeepsNumbersTooLargeForAFraction) {
   const double big = 9007199254740992.0;  // 2^53
   EXPECT_EQ(guestWindowFrame({100, 100}, 1, {big, -big, 100, 100}, 0, 0).content,
             (Rect{big, -big, 100, 100}));
@@ -111,7 +111,7 @@ TEST(GuestWindowFrame, KeepsWholeNumbersThatHaveNoFractionToLose) {
             (Rect{1e300, -1e300, 100, 100}));
 }
 
-TEST(GuestWindowFrame, RoundsDownLikeTheMathematicalLibrary) {
+TEST(GuestWindowFrame, RoundsDownLikeStdFloor) {
   const double values[] = {0.0,
                            0.5,
                            -0.5,
@@ -129,14 +129,14 @@ TEST(GuestWindowFrame, RoundsDownLikeTheMathematicalLibrary) {
                            -1e18,
                            5e-324};
   for (const double value : values) {
-    // With no room to spare the origin is the screen's own, rounded.
+    // The guest is as large as the screen, so the origin is the screen's, rounded.
     EXPECT_EQ(guestWindowFrame({8, 8}, 1, {value, value, 8, 8}, 0, 0).content,
               (Rect{std::floor(value), std::floor(value), 8, 8}))
         << value;
   }
 }
 
-TEST(GuestWindowFrame, HasNoHeightToGiveAGuestWithoutWidth) {
+TEST(GuestWindowFrame, HasNoHeightForAGuestWithoutWidth) {
   const auto frames = guestWindowFrame({0, 1200}, 1, {0, 0, 1440, 875}, 28);
   EXPECT_EQ(frames.content.width, 0);
   EXPECT_TRUE(std::isnan(frames.content.height));
@@ -155,7 +155,7 @@ TEST(GuestWindowFrame, ReturnsFromNumbersThatMakeNoSense) {
   EXPECT_EQ(guestWindowFrame(display, 1, {0, 0, infinity, infinity}, 0).content.y, infinity);
 }
 
-TEST(GuestWindowFrame, AlwaysKeepsItsPromises) {
+TEST(GuestWindowFrame, KeepsItsContractOnEveryScreen) {
   for (double screenWidth = 41; screenWidth < 4000; screenWidth += 127.25) {
     for (double screenHeight = 75; screenHeight < 2500; screenHeight += 133.5) {
       for (const double chrome : {0.0, 28.0, 34.5}) {
@@ -166,7 +166,7 @@ TEST(GuestWindowFrame, AlwaysKeepsItsPromises) {
         EXPECT_LE(content.height, std::max(1.0, screenHeight - 40 - chrome));
         EXPECT_LE(content.width, display.width);
         EXPECT_EQ(content.height, std::floor(display.height * content.width / display.width));
-        // Centred: what is left over differs by less than a point from side to side.
+        // Centred, up to the rounding.
         const double left = content.x - screen.x;
         const double right = screen.width - content.width - left;
         EXPECT_GE(right, left);

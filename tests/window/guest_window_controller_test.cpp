@@ -42,7 +42,7 @@ class GuestWindow : public WindowFixture {
   GuestWindowController controller_;
 };
 
-TEST_F(GuestWindow, IsBuiltAndBroughtToTheFrontByTheFirstShow) {
+TEST_F(GuestWindow, IsMadeAndBroughtToTheFrontByTheFirstShow) {
   EXPECT_EQ(
       shown("Installing", "step 2 of 3"),
       (Calls{"0 title 'Installing'", "0 detail 'step 2 of 3'", "0 policy regular",
@@ -58,19 +58,19 @@ TEST_F(GuestWindow, IsBuiltAndBroughtToTheFrontByTheFirstShow) {
   EXPECT_EQ(system_.streams().error, "");
 }
 
-TEST_F(GuestWindow, OnlyGetsItsTextsAndTheFocusWhenItIsThereAlready) {
+TEST_F(GuestWindow, GetsOnlyTextsAndFocusWhenItIsShownAlready) {
   shown("one", "1");
   EXPECT_EQ(shown("two", "2"),
             (Calls{"0 title 'two'", "0 detail '2'", "0 policy regular", "0 makeKeyAndOrderFront",
                    "0 makeFirstResponder the machine view", "0 activate"}));
 }
 
-TEST_F(GuestWindow, LeavesAMainMenuThatIsThereAlone) {
+TEST_F(GuestWindow, KeepsAMainMenuThatExists) {
   desktop_.menu = true;
   EXPECT_EQ(shown().at(3), "0 makeMachineView [0 0 1920 1200] capturing");
 }
 
-TEST_F(GuestWindow, IsOrderedOutAndPlacedAnewTheNextTime) {
+TEST_F(GuestWindow, IsPlacedAgainAfterItWasHidden) {
   shown();
   EXPECT_EQ(hidden(), (Calls{"0 orderOut", "0 policy prohibited"}));
   EXPECT_EQ(
@@ -86,20 +86,20 @@ TEST_F(GuestWindow, IsOrderedOutAgainWhenHiddenTwice) {
   EXPECT_EQ(hidden(), (Calls{"0 orderOut", "0 policy prohibited"}));
 }
 
-TEST_F(GuestWindow, SwitchesThePolicyWhenHiddenBeforeThereIsAWindow) {
+TEST_F(GuestWindow, SetsThePolicyWhenHiddenBeforeItExists) {
   EXPECT_EQ(hidden(), Calls{"0 policy prohibited"});
   controller_.virtualMachine = nullptr;
   EXPECT_EQ(hidden(), Calls{"0 policy prohibited"});
 }
 
-TEST_F(GuestWindow, NeedsNoDesktopToBeHidden) {
+TEST_F(GuestWindow, IsHiddenWithoutADesktop) {
   RecordingHost bare(recording_, std::unexpected(platform::PlatformError{"", 1, "no display"}));
   platform::usePlatform(&system_, &bare);
   EXPECT_EQ(hidden(), Calls{"0 policy prohibited"});
   EXPECT_EQ(system_.streams().error, "");
 }
 
-TEST_F(GuestWindow, IsOnlyANoteWithoutAMachine) {
+TEST_F(GuestWindow, OnlyWarnsWithoutAMachine) {
   controller_.virtualMachine = nullptr;
   EXPECT_EQ(shown("a", "b"), Calls{});
   EXPECT_EQ(system_.streams().error,
@@ -107,7 +107,7 @@ TEST_F(GuestWindow, IsOnlyANoteWithoutAMachine) {
   EXPECT_EQ(system_.streams().output, "");
 }
 
-TEST_F(GuestWindow, IsOnlyAWarningWithoutADesktop) {
+TEST_F(GuestWindow, OnlyWarnsWithoutADesktop) {
   RecordingHost bare(recording_, std::unexpected(platform::PlatformError{"", 1, "no display"}));
   platform::usePlatform(&system_, &bare);
   EXPECT_EQ(shown("a", "b"), Calls{});
@@ -123,7 +123,7 @@ TEST_F(GuestWindow, CanBeShownOnceThereIsADesktop) {
   EXPECT_EQ(shown().back(), "0 activate");
 }
 
-TEST_F(GuestWindow, TellsEachPressOfAButtonAndStays) {
+TEST_F(GuestWindow, ReportsEachPressOfAButtonAndStays) {
   shown();
   doneButton().onPress();
   EXPECT_EQ(system_.streams().output, done + "\n");
@@ -134,7 +134,7 @@ TEST_F(GuestWindow, TellsEachPressOfAButtonAndStays) {
   EXPECT_TRUE(desktop_.window->visible);
 }
 
-TEST_F(GuestWindow, HidesAndNeverClosesOnItsCloseButton) {
+TEST_F(GuestWindow, HidesInsteadOfClosingOnItsCloseButton) {
   shown();
   EXPECT_FALSE(desktop_.window->windowDelegate->windowShouldClose());
   EXPECT_EQ(system_.streams().lines(), Calls{later});
@@ -142,7 +142,7 @@ TEST_F(GuestWindow, HidesAndNeverClosesOnItsCloseButton) {
   EXPECT_EQ(shown().at(3), "0 setFrame [76 20 1288 835] at once");
 }
 
-TEST_F(GuestWindow, ReadsItsMachineOnlyWhenItIsBuilt) {
+TEST_F(GuestWindow, ReadsItsMachineOnlyWhenItIsMade) {
   shown();
   UntouchedMachine other;
   controller_.virtualMachine = &other;
@@ -198,7 +198,7 @@ std::string described(const BarStack& stack) {
   return text.str();
 }
 
-TEST(AskBar, IsComposedLikeThis) {
+TEST(AskBar, HasIconTextsSpaceAndButtons) {
   const platform::TitlebarAccessory accessory = askBar({[] {}, [] {}});
   EXPECT_EQ(static_cast<int>(accessory.layoutAttribute), 4);
   EXPECT_EQ(described(accessory.bar),

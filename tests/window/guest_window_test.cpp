@@ -17,7 +17,7 @@ class Placement : public WindowFixture {
   RecordingWindow window_{recording_};
 };
 
-TEST_F(Placement, CentresAWindowOnTheMainScreenAndFixesItsProportions) {
+TEST_F(Placement, CentresAWindowAndFixesItsProportions) {
   desktop_.mainScreen = platform::Rect{0, 0, 2560, 1415};
   EXPECT_EQ(placed(), (Calls{"0 setFrame [320 92 1920 1230] at once",
                              "0 setContentAspectRatio [1920 1200]"}));
@@ -34,12 +34,12 @@ TEST_F(Placement, PrefersTheWindowsOwnScreenToTheMainOne) {
   EXPECT_EQ(placed().front(), "0 setFrame [-1748 20 1576 1015] at once");
 }
 
-TEST_F(Placement, MeasuresTheChromeOfTheFrameThatTheWindowHasNow) {
+TEST_F(Placement, MeasuresTheChromeOfTheWindowsPresentFrame) {
   window_.place = {500, 500, 10, 40};
   EXPECT_EQ(placed().front(), "0 setFrame [76 20 1288 835] at once");
 }
 
-TEST_F(Placement, OnlySetsSizeAndProportionsWhereThereIsNoScreen) {
+TEST_F(Placement, SetsOnlySizeAndProportionsWithoutAScreen) {
   desktop_.mainScreen = std::nullopt;
   EXPECT_EQ(placed(),
             (Calls{"0 setContentSize [1920 1200]", "0 setContentAspectRatio [1920 1200]"}));
@@ -50,7 +50,7 @@ class PresentWindow : public WindowFixture {
   ~PresentWindow() override { inputDriver.reset(); }
 };
 
-TEST_F(PresentWindow, BuildsAPlainWindowAndBringsItToTheFront) {
+TEST_F(PresentWindow, MakesAPlainWindowAndBringsItToTheFront) {
   const auto window = presentWindow(desktop_, machine_, "Parlen VM — vm1");
   EXPECT_EQ(recording_.take(),
             (Calls{"0 policy regular", "0 makeMachineView [0 0 1920 1200] capturing",
@@ -61,7 +61,7 @@ TEST_F(PresentWindow, BuildsAPlainWindowAndBringsItToTheFront) {
   EXPECT_EQ(desktop_.window->windowDelegate, nullptr);
 }
 
-TEST_F(PresentWindow, TypesIntoItsViewFromThenOn) {
+TEST_F(PresentWindow, SetsTheDriverThatTypesIntoItsView) {
   const auto window = presentWindow(desktop_, machine_, "");
   ASSERT_NE(inputDriver, nullptr);
   EXPECT_EQ(inputDriver->responderTarget(), desktop_.view);
@@ -74,7 +74,9 @@ TEST_F(PresentWindow, ReplacesTheDriverOfAnotherWindow) {
   const auto second = presentWindow(desktop_, machine_, "");
   EXPECT_NE(inputDriver, driver);
   recording_.take();
-  inputDriver->enqueue({"text", {KeyStroke{0, {"cmd"}, "a"}}, 60});  // not behind the other's
+  inputDriver->enqueue({"text",
+                        {KeyStroke{0, {"cmd"}, "a"}},
+                        60});  // starts at once: the other driver has its own queue
   EXPECT_EQ(recording_.take().back(), "0 flags 55 0x100008");
 }
 

@@ -15,7 +15,7 @@ namespace parlen::test {
 
 using Calls = std::vector<std::string>;
 
-/// A machine that is only looked at: no window code may call it.
+/// A machine that fails the test when it is called: window code only passes it on.
 class UntouchedMachine : public platform::VirtualMachine {
  public:
   void setDelegate(platform::VirtualMachineDelegate*) override { ADD_FAILURE(); }
@@ -37,7 +37,7 @@ class UntouchedMachine : public platform::VirtualMachine {
   }
 };
 
-/// A desktop on which nothing is shown yet, and a machine.
+/// A recording desktop without a window, and a machine.
 class WindowFixture : public testing::Test {
  protected:
   WindowFixture() {

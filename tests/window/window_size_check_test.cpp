@@ -40,7 +40,7 @@ std::optional<double> chromeOf(const Text& chrome) {
   return request ? std::optional(request->chrome) : std::nullopt;
 }
 
-TEST(WindowSizeRequest, IsForTheGuestsOwnDisplayUnlessTold) {
+TEST(WindowSizeRequest, UsesTheGuestsDisplayByDefault) {
   EXPECT_EQ(parseWindowSizeRequest({}, {}, screen, {}),
             (WindowSizeRequest{{1920, 1200}, 1, {0, 0, 1440, 875}, 0}));
 }
@@ -58,14 +58,14 @@ TEST(WindowSizeRequest, ReadsAGuestOfTwoNumbers) {
   EXPECT_EQ(guestOf("infxINFINITY"), (Size{infinity, infinity}));
 }
 
-TEST(WindowSizeRequest, PassesOverEmptyAndForeignPiecesOfTheGuest) {
+TEST(WindowSizeRequest, SkipsPiecesOfTheGuestThatAreNoNumber) {
   EXPECT_EQ(guestOf("1920x1200xfoo"), (Size{1920, 1200}));
   EXPECT_EQ(guestOf("foox1920x 5x1200"), (Size{1920, 1200}));
   EXPECT_EQ(guestOf("xx1920xxx1200x"), (Size{1920, 1200}));
   EXPECT_EQ(guestOf("1920x1200px"), std::nullopt);
 }
 
-TEST(WindowSizeRequest, CutsAHexadecimalGuestAtItsX) {
+TEST(WindowSizeRequest, SplitsAHexadecimalGuestAtItsX) {
   EXPECT_EQ(guestOf("0x10"), (Size{0, 10}));
   EXPECT_EQ(guestOf("0x10x20"), std::nullopt);
   EXPECT_EQ(guestOf("0X10x0X1p4"), (Size{16, 16}));
@@ -84,25 +84,25 @@ TEST(WindowSizeRequest, ReadsAVisibleFrameOfFourNumbers) {
   EXPECT_EQ(visibleOf("-1.5,+2,3e2,0x1F"), (Rect{-1.5, 2, 300, 31}));
 }
 
-TEST(WindowSizeRequest, TrimsBlanksAroundTheNumbersOfTheVisibleFrame) {
+TEST(WindowSizeRequest, TrimsSpacesAroundTheNumbersOfTheVisibleFrame) {
   EXPECT_EQ(visibleOf("0, 0, 1440, 875"), (Rect{0, 0, 1440, 875}));
   EXPECT_EQ(visibleOf(" \t 1 \t,\t2, 3 ,4\t\t"), (Rect{1, 2, 3, 4}));
 }
 
-TEST(WindowSizeRequest, TrimsEveryUnicodeBlank) {
-  for (const std::string blank :
+TEST(WindowSizeRequest, TrimsEveryUnicodeSpace) {
+  for (const std::string space :
        {"\t", " ", "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004", "\u2005",
         "\u2006", "\u2007", "\u2008", "\u2009", "\u200A", "\u202F", "\u205F", "\u3000"}) {
-    const std::string mixed = blank + " " + blank;
-    EXPECT_EQ(visibleOf("1," + mixed + "2," + mixed + "3" + mixed + ",4" + blank),
+    const std::string mixed = space + " " + space;
+    EXPECT_EQ(visibleOf("1," + mixed + "2," + mixed + "3" + mixed + ",4" + space),
               (Rect{1, 2, 3, 4}))
-        << testing::PrintToString(blank);
+        << testing::PrintToString(space);
   }
 }
 
 TEST(WindowSizeRequest, TrimsNothingElse) {
   // Line breaks of every kind, a zero-width space, the Mongolian vowel separator and a byte-order
-  // mark: none of them is a blank within a line.
+  // mark: none of them is a space within a line.
   for (const std::string other : {"\n", "\r", "\r\n", "\v", "\f", "\u0085", "\u2028", "\u2029",
                                   "\u200B", "\u180E", "\uFEFF", "\"", "'", "\xA0", "\xC2"}) {
     EXPECT_EQ(visibleOf("1,2,3," + other + "4"), std::nullopt) << testing::PrintToString(other);
@@ -110,7 +110,7 @@ TEST(WindowSizeRequest, TrimsNothingElse) {
   }
 }
 
-TEST(WindowSizeRequest, PassesOverEmptyAndForeignPiecesOfTheVisibleFrame) {
+TEST(WindowSizeRequest, SkipsPiecesOfTheVisibleFrameThatAreNoNumber) {
   EXPECT_EQ(visibleOf(",,1,,, ,2,3,,4,,"), (Rect{1, 2, 3, 4}));
   EXPECT_EQ(visibleOf("1,2,one,3,4,5px"), (Rect{1, 2, 3, 4}));
   EXPECT_EQ(visibleOf(std::string(20000, ',') + "1,2,3,4" + std::string(20000, ',')),
@@ -125,7 +125,7 @@ TEST(WindowSizeRequest, RefusesAVisibleFrameThatIsNotFourNumbers) {
   EXPECT_EQ(visibleOf(std::nullopt), std::nullopt);
 }
 
-TEST(WindowSizeRequest, KeepsANulFromEndingANumberEarly) {
+TEST(WindowSizeRequest, DoesNotEndANumberAtANul) {
   using namespace std::string_literals;
   EXPECT_EQ(visibleOf("1,2,3,4\0"s), std::nullopt);
   EXPECT_EQ(visibleOf("1,2,3,4\0,4"s), (Rect{1, 2, 3, 4}));
@@ -269,11 +269,11 @@ TEST_F(WindowSizeCheck, AcceptsANegativeChrome) {
                    R"("x":320,"y":112,"width":1920,"height":1190)"));
 }
 
-TEST_F(WindowSizeCheck, AcceptsBlanksInTheVisibleFrame) {
+TEST_F(WindowSizeCheck, AcceptsSpacesInTheVisibleFrame) {
   EXPECT_EQ(run({.visible = "0, 0,\t1440,\u00A0875"}), run({}));
 }
 
-TEST_F(WindowSizeCheck, PassesOverWhatIsNoNumberInAList) {
+TEST_F(WindowSizeCheck, SkipsPiecesOfAListThatAreNoNumber) {
   EXPECT_EQ(run({.guest = "1920x1200xfoo"}), run({}));
 }
 
@@ -300,7 +300,7 @@ TEST_F(WindowSizeCheck, ReportsBadUsageRatherThanTrapping) {
   EXPECT_EQ(run({.guest = "0x1200", .scale = "0"}), usageError);
 }
 
-TEST_F(WindowSizeCheck, TrapsWithoutALineWhenThePlaceIsNoPlace) {
+TEST_F(WindowSizeCheck, TrapsWithoutALineForACoordinateThatIsNoNumber) {
   const Options senseless[] = {
       {.guest = "0x1200"},
       {.guest = "nanx1200"},
@@ -318,7 +318,7 @@ TEST_F(WindowSizeCheck, TrapsWithoutALineWhenThePlaceIsNoPlace) {
   for (const Options& options : senseless) EXPECT_EQ(run(options), trapped);
 }
 
-TEST_F(WindowSizeCheck, WritesWhatJustFits64Bits) {
+TEST_F(WindowSizeCheck, WritesTheLargestCoordinatesOf64Bits) {
   // The largest double below 2^63, and -2^63 itself.
   EXPECT_EQ(run({.guest = "8x8", .visible = "9223372036854774784,-9223372036854775808,8,8"}),
             placed(R"("x":9223372036854774784,"y":-9223372036854775808,"width":1,"height":1)",
