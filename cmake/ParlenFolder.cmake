@@ -1,9 +1,9 @@
-# Optimizing across the folders leaves out a third of the code: a start pays for each page touched.
+# Link-time optimization drops a third of the code. A start takes a page fault for each page it uses.
 if(CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
   set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
 endif()
 
-# What every target of the tree has in common.
+# The compiler options of every target.
 add_library(parlen_options INTERFACE)
 target_compile_options(parlen_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
@@ -11,14 +11,14 @@ if(CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
   # Let the linker drop what the program does not use.
   target_compile_options(parlen_options INTERFACE -ffunction-sections -fdata-sections)
 endif()
-# Optimizing, g++ 12 sees both of these in the inlined insides of std::variant and std::string, where
-# they are not (its bugs 105329 and 105562).
+# When it optimizes, g++ 12 reports both of these wrongly in inlined code of std::variant and
+# std::string (GCC bugs 105329 and 105562).
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   target_compile_options(parlen_options INTERFACE -Wno-maybe-uninitialized -Wno-restrict)
 endif()
 
-# Builds of every day parse the standard library once, not once per file. The other builds (clang,
-# release) see each file with its own includes alone, so that none can be forgotten.
+# Everyday builds parse the standard library once, not once per file. The other presets (clang,
+# release) compile each file with its own includes only, so that a missing include is an error.
 option(PARLEN_PRECOMPILED_HEADERS "Precompile the standard library's headers" OFF)
 if(PARLEN_PRECOMPILED_HEADERS)
   file(WRITE ${CMAKE_BINARY_DIR}/empty.cpp "")
@@ -44,9 +44,10 @@ endfunction()
 
 # parlen_folder(<folder> SOURCES <files...> LINKS <targets...>)
 #
-# The static library parlen_<folder> out of src/<folder>. Its headers are included as "<folder>/name.h", and
-# only by targets that link it: each folder has an include directory of its own that holds links to
-# its headers alone, so an include that the architecture does not allow does not compile.
+# Adds the static library parlen_<folder> (each / is a _) from src/<folder>. Its headers are included
+# as "<folder>/name.h", and only by targets that link it: each folder has its own include directory,
+# with symbolic links to its headers only, so that an include of a folder that is not among LINKS
+# does not compile.
 function(parlen_folder folder)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   string(REPLACE "/" "_" name ${folder})
@@ -72,7 +73,7 @@ endfunction()
 
 # parlen_test(<name> SOURCES <files...> LINKS <targets...>)
 #
-# A GoogleTest program, one CTest entry per test in it, labelled with the program's name.
+# Adds a GoogleTest program and one CTest entry for each of its tests, labelled with <name>.
 function(parlen_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   add_executable(${name} ${arg_SOURCES})
@@ -83,9 +84,10 @@ endfunction()
 
 # parlen_program_options(<target>)
 #
-# The program starts once per command, so its start is what is tuned: the C++ library is linked
-# statically and nothing but libc dynamically; no position independence, few segments, and (with the
-# release preset) little code, because each page of it that is touched costs more than it computes.
+# Link options of the program in a release build on Linux. The program starts once per command, so
+# its start time counts: the C++ library is linked statically and only libc dynamically, the program
+# is not position-independent, and it has few segments and little code, because a page fault costs
+# more than the code of that page takes to run.
 function(parlen_program_options target)
   if(CMAKE_SYSTEM_NAME STREQUAL Linux AND CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
     target_link_options(${target} PRIVATE

@@ -1,9 +1,10 @@
 # parlen_sign(<target>)
 #
-# On a Mac, gives the program the right to run virtual machines, which lies in its signature.
-# Signing comes last in the build and again after each link, because linking drops it; so would stripping.
-# The right is not a restricted one: a signature without a certificate carries it.
-set(PARLEN_SIGNING_IDENTITY - CACHE STRING "Who signs the program on a Mac (-: nobody, ad hoc)")
+# On macOS, signs the program with the entitlement com.apple.security.virtualization, without which
+# the Virtualization framework runs no machine. It is not a restricted entitlement, so an ad-hoc
+# signature (without a certificate) is enough. The program is signed after each link, because linking
+# removes the signature; stripping would too.
+set(PARLEN_SIGNING_IDENTITY - CACHE STRING "Signing identity on macOS (-: ad hoc)")
 set(PARLEN_ENTITLEMENTS ${CMAKE_SOURCE_DIR}/src/app/parlen-mac-vm.entitlements)
 
 function(parlen_sign target)
@@ -12,7 +13,7 @@ function(parlen_sign target)
   endif()
   find_program(PARLEN_CODESIGN codesign REQUIRED)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PARLEN_ENTITLEMENTS})
-  # No search paths to be rewritten by the installation, which would drop the signature as well.
+  # Installing must not rewrite the search paths, which would remove the signature.
   set_property(TARGET ${target} PROPERTY SKIP_BUILD_RPATH ON)
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${PARLEN_CODESIGN} --force --sign ${PARLEN_SIGNING_IDENTITY}
@@ -22,7 +23,7 @@ endfunction()
 
 # parlen_check_signature(<target>)
 #
-# A test that reads back what the program's signature grants.
+# Adds a test that reads the entitlements from the program's signature.
 function(parlen_check_signature target)
   add_test(NAME Signature.GrantsTheProgramVirtualMachines
     COMMAND ${PARLEN_CODESIGN} --display --entitlements - --xml $<TARGET_FILE:${target}>)
