@@ -22,7 +22,7 @@ std::string couldNotUse(const std::string& path, std::string_view reason) {
 
 /// The attributes of what is at `path`, links followed.
 Result<NSDictionary<NSFileAttributeKey, id>*> attributesOf(const std::string& path) {
-  // attributesOfItemAtPath:error: does not follow a link at the end of the path.
+  // Apple's NSFileManager page: attributesOfItemAtPath:error: does not follow a final link.
   const std::string target = Files().canonicalPath(path).value_or(path);
   NSError* error = nil;
   NSDictionary<NSFileAttributeKey, id>* attributes =

@@ -55,7 +55,8 @@ class MachineLife {
   });
 }
 
-// May be called several times; networkDevice.attachment is nil afterwards.
+// Apple's VZVirtualMachineDelegate page: may be called several times; networkDevice.attachment is
+// nil afterwards.
 - (void)virtualMachine:(VZVirtualMachine*)virtualMachine
                          networkDevice:(VZNetworkDevice*)networkDevice
     attachmentWasDisconnectedWithError:(NSError*)error {
@@ -122,7 +123,7 @@ bool Machine::canRequestStop() const { return machine_.canRequestStop; }
 
 Result<> Machine::requestStop() {
   NSError* error = nil;
-  // YES means that the guest has been asked, not that it will stop.
+  // Apple's VZVirtualMachine page: YES means that the guest has been asked, not that it will stop.
   if (![machine_ requestStopWithError:&error]) return macos::error(error, warn_);
   return {};
 }
@@ -148,14 +149,16 @@ void Machine::resume(Completion done) {
 
 std::shared_ptr<const platform::AuxiliaryStorage> MachineFactory::openAuxiliaryStorage(
     const std::string& path) {
-  // initWithURL: replaces initWithContentsOfURL: from macOS 13. Neither reports a missing file.
+  // Apple's VZMacAuxiliaryStorage page: initWithURL: replaces initWithContentsOfURL: from macOS 13.
+  // Neither has an error to report a missing file with.
   return wrap<AuxiliaryStorage>([[VZMacAuxiliaryStorage alloc] initWithURL:toFileUrl(path)]);
 }
 
 Result<std::shared_ptr<const platform::AuxiliaryStorage>> MachineFactory::createAuxiliaryStorage(
     const std::string& path, const platform::HardwareModel& model) {
   NSError* error = nil;
-  // An existing file is an error without VZMacAuxiliaryStorageInitializationOptionAllowOverwrite.
+  // Apple's VZMacAuxiliaryStorage page: an existing file is overwritten only with the option
+  // VZMacAuxiliaryStorageInitializationOptionAllowOverwrite.
   VZMacAuxiliaryStorage* storage =
       [[VZMacAuxiliaryStorage alloc] initCreatingStorageAtURL:toFileUrl(path)
                                                 hardwareModel:unwrap(model)

@@ -10,8 +10,8 @@
 #import "platform/macos/handles.h"
 #import "platform/macos/machine.h"
 
-/// Calls a function at each change of a progress, one call at a time, on whichever thread changes
-/// it. The first call is made inside the initializer.
+/// Calls a function at each change of a progress, one call at a time, on the thread that changes it
+/// (key-value observation has no thread of its own). The first call is made inside the initializer.
 @interface ParlenProgressObserver : NSObject
 - (instancetype)initWithProgress:(NSProgress*)progress onChange:(std::function<void()>)onChange;
 /// No call is made afterwards. Waits for one that is in progress on another thread.

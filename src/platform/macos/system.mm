@@ -122,9 +122,11 @@ class Process final : public platform::Process {
     task.executableURL = toFileUrl(program);
     task.arguments = words;
     NSError* error = nil;
-    // Unlike launch, launchAndReturnError: does not raise when the program cannot be started.
+    // Apple's NSTask page: launch raises when the program cannot be started; launchAndReturnError:
+    // does not.
     if (![task launchAndReturnError:&error]) return macos::error(error);
-    // Runs the run loop while it waits: work of the main queue may run inside this call.
+    // Runs the run loop while it waits (the same page): work of the main queue may run inside this
+    // call.
     [task waitUntilExit];
     return exitStatus(task);
   }

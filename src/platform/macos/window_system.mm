@@ -118,8 +118,9 @@ class WindowSystem final : public platform::WindowSystem {
   BarLabels labels_ = makeBarLabels();
 };
 
-// activateIgnoringOtherApps: is deprecated since macOS 14 in favor of activate, which only asks:
-// the active application may decline. The guest's window must come to the front in any case.
+// Apple's NSApplication page: activateIgnoringOtherApps: is deprecated in favor of activate (from
+// macOS 14), which only asks: the active application may decline. The guest's window must come to
+// the front in any case.
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wdeprecated-declarations"
 void WindowSystem::activate(platform::OtherApps otherApps) {
@@ -133,7 +134,7 @@ std::shared_ptr<platform::MachineView> WindowSystem::makeMachineView(
   VZVirtualMachineView* view = [[VZVirtualMachineView alloc] initWithFrame:toNsRect(frame)];
   view.virtualMachine = static_cast<Machine&>(machine).object();
   view.capturesSystemKeys = options.capturesSystemKeys;
-  // Before macOS 14 a view never changes the guest's display.
+  // Apple's VZVirtualMachineView page: the property exists from macOS 14.
   if (@available(macOS 14.0, *)) {
     view.automaticallyReconfiguresDisplay = options.automaticallyReconfiguresDisplay;
   }
