@@ -6,7 +6,7 @@
 
 #include "fuzz.h"
 #include "platform/qemu/images.h"
-#include "platform/qemu/last_message.h"
+#include "platform/qemu/subprocess.h"
 
 namespace parlen::qemu {
 namespace {

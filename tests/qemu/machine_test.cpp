@@ -21,11 +21,11 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-QemuExit exited(int status, std::string message = "") {
+SubprocessExit exited(int status, std::string message = "") {
   return {.exit = {.status = status}, .lastMessage = std::move(message)};
 }
 
-QemuExit signalled(int signal, std::string message = "") {
+SubprocessExit signalled(int signal, std::string message = "") {
   return {.exit = {.status = std::nullopt, .signal = signal}, .lastMessage = std::move(message)};
 }
 

@@ -6,14 +6,20 @@
 
 #include <array>
 #include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "platform/linux/poll_loop.h"
+#include "platform/linux/system.h"
 #include "support/run_until.h"
 
 namespace parlen::qemu {
 namespace {
 
 using linux::Descriptor;
+using testing::ElementsAre;
 
 struct Received {
   std::string bytes;
@@ -46,10 +52,9 @@ void receive(const Descriptor& socket, std::size_t most, Received& received) {
 class QmpClientTest : public testing::Test {
  protected:
   QmpClientTest() {
-    std::array<int, 2> ends{};
-    EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()));
-    peer_ = Descriptor(ends[0]);
-    client_.emplace(loop_, Descriptor(ends[1]), QmpClient::Handlers{});
+    auto sockets = linux::makeSocketPair().value();
+    peer_ = std::move(sockets.theirs);
+    client_.emplace(loop_, std::move(sockets.ours), QmpClient::Handlers{});
   }
 
   linux::PollLoop loop_;
@@ -58,18 +63,16 @@ class QmpClientTest : public testing::Test {
 };
 
 TEST_F(QmpClientTest, HandsAViewersSocketOverWithTheCommandThatNamesIt) {
-  std::array<int, 2> viewer{};
-  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, viewer.data()));
-  const Descriptor own(viewer[0]);
+  auto viewer = linux::makeSocketPair().value();
 
-  client_->addViewer(Descriptor(viewer[1]), [](const platform::Result<>&) {});
+  client_->addViewer(std::move(viewer.theirs), [](const platform::Result<>&) {});
 
   Received received;
   receive(peer_, 4096, received);
   ASSERT_EQ(received.descriptors.size(), 1U);
   ASSERT_EQ(2, write(received.descriptors[0].get(), "hi", 2));
   std::array<char, 2> bytes{};
-  EXPECT_EQ(2, read(own.get(), bytes.data(), bytes.size()));
+  EXPECT_EQ(2, read(viewer.ours.get(), bytes.data(), bytes.size()));
   receive(peer_, 4096, received);
   EXPECT_EQ(received.bytes,
             R"({"execute":"getfd","arguments":{"fdname":"viewer"},"id":1})"
@@ -104,6 +107,136 @@ TEST_F(QmpClientTest, KeepsEachViewersSocketAtItsOwnCommand) {
     EXPECT_LE(before, command) << "the command came before its socket";
     EXPECT_LT(command, before + 1024) << "the socket came before its command";
   }
+}
+
+/// A shell script in QEMU's place: descriptor 3 is its end of the control socket.
+class QemuProcessTest : public testing::Test {
+ protected:
+  void start(const std::string& script) {
+    auto started = QemuProcess::start(
+        system_->posixLoop(), "/bin/sh", {"-c", script},
+        {.monitor = {.onReady = [this] { heard.emplace_back("ready"); },
+                     .onEvent = [this](const QmpEvent& event) { heard.push_back(event.name); }},
+         .onExit = [this](const SubprocessExit& exit) {
+           heard.emplace_back("ended");
+           end = exit;
+         }});
+    ASSERT_TRUE(started) << started.error().description;
+    process = *std::move(started);
+  }
+  void runToTheEnd() {
+    ASSERT_TRUE(test::runUntil(system_->loop(), [this] { return end.has_value(); }));
+  }
+  void runUntilReady() {
+    ASSERT_TRUE(test::runUntil(system_->loop(), [this] { return !heard.empty(); }));
+  }
+
+  static constexpr const char* greet = R"(
+    echo '{"QMP": {}}' >&3
+    read command <&3
+    echo '{"return": {}, "id": 1}' >&3
+  )";
+
+  std::vector<std::string> heard;
+  std::optional<SubprocessExit> end;
+  std::unique_ptr<linux::PosixSystem> system_ = linux::makePosixSystem();
+  std::unique_ptr<QemuProcess> process;
+};
+
+TEST_F(QemuProcessTest, IsReadyWhenItsCommandsAreTaken) {
+  start(std::string(greet) + "exit 0");
+
+  runToTheEnd();
+
+  EXPECT_THAT(heard, ElementsAre("ready", "ended"));
+  EXPECT_EQ(end->exit.status, 0);
+}
+
+TEST_F(QemuProcessTest, IsHeardToTheLastEventBeforeItsEndIsTold) {
+  start(std::string(greet) + R"(
+    for i in 1 2 3 4 5; do echo '{"event": "E"}' >&3; done
+    printf '{"event": "S' >&3; printf 'HUTDOWN"}\r\n' >&3
+    exit 3)");
+
+  runToTheEnd();
+
+  EXPECT_THAT(heard, ElementsAre("ready", "E", "E", "E", "E", "E", "SHUTDOWN", "ended"));
+  EXPECT_EQ(end->exit.status, 3);
+}
+
+TEST_F(QemuProcessTest, KeepsItsOutputForTheErrorOnly) {
+  start("echo 'on standard output'; echo 'sh: the reason' >&2; exit 1");
+
+  runToTheEnd();
+
+  EXPECT_EQ(end->lastMessage, "the reason");
+  EXPECT_THAT(heard, ElementsAre("ended"));
+}
+
+TEST_F(QemuProcessTest, TellsTheSignalThatEndedIt) {
+  start("kill -9 $$");
+
+  runToTheEnd();
+
+  EXPECT_EQ(end->exit.status, std::nullopt);
+  EXPECT_EQ(end->exit.signal, 9);
+}
+
+TEST_F(QemuProcessTest, WaitsForTheProcessAfterTheControlSocketHasEnded) {
+  start(std::string(greet) + "exec 3>&- 3<&-; read line; exit 0");
+
+  runUntilReady();
+  ASSERT_TRUE(test::runUntil(system_->loop(), [this] { return !process->monitor().isOpen(); }));
+  runToTheEnd();
+
+  EXPECT_EQ(end->exit.status, 0);
+}
+
+TEST_F(QemuProcessTest, AnswersEachCommandWithItsOwnReply) {
+  start(std::string(greet) + R"(
+    read first <&3; read second <&3
+    echo '{"error": {"desc": "no"}, "id": 3}{' >&3
+    echo '{"error": {"desc": "no"}, "id": 3}' >&3
+    echo '{"return": {}, "id": 2}' >&3
+    echo '{"return": {}, "id": 2}' >&3
+    exit 0)");
+  runUntilReady();
+
+  process->monitor().execute("stop", [this](const platform::Result<>& result) {
+    heard.emplace_back(result ? "stop worked" : "stop failed");
+  });
+  process->monitor().execute("cont", [this](const platform::Result<>& result) {
+    heard.emplace_back(result ? "cont worked" : "cont failed: " + result.error().description);
+  });
+  runToTheEnd();
+
+  EXPECT_THAT(heard, ElementsAre("ready", "cont failed: no", "stop worked", "ended"));
+}
+
+TEST_F(QemuProcessTest, SendsAllCommandsToAProcessThatReadsLate) {
+  constexpr int commands = 2000;
+  start(std::string(greet) + R"(
+    read go </dev/null
+    count=0
+    while [ $count -lt 2000 ]; do read line <&3; count=$((count + 1)); done
+    case "$line" in *'"id":2001'*) exit 7;; esac
+    exit 1)");
+  runUntilReady();
+
+  for (int i = 0; i < commands; ++i) {
+    process->monitor().execute("a_command_that_is_rather_long_to_fill_the_socket",
+                               [](const platform::Result<>&) {});
+  }
+  runToTheEnd();
+
+  EXPECT_EQ(end->exit.status, 7);
+}
+
+TEST_F(QemuProcessTest, DoesNotStartWithoutItsProgram) {
+  const auto started = QemuProcess::start(system_->posixLoop(), "/nowhere/qemu", {}, {});
+
+  ASSERT_FALSE(started);
+  EXPECT_THAT(started.error().description, testing::HasSubstr("No such file or directory"));
 }
 
 }  // namespace

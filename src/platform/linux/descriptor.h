@@ -1,7 +1,11 @@
 #pragma once
 
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <expected>
 #include <utility>
 
 namespace parlen::linux {
@@ -27,5 +31,20 @@ class Descriptor {
  private:
   int number_;
 };
+
+/// Two connected stream sockets, closed on exec.
+struct SocketPair {
+  Descriptor ours;
+  Descriptor theirs;
+};
+
+/// The error is an errno value.
+inline std::expected<SocketPair, int> makeSocketPair() {
+  std::array<int, 2> ends{};
+  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+    return std::unexpected(errno);
+  }
+  return SocketPair{.ours = Descriptor(ends[0]), .theirs = Descriptor(ends[1])};
+}
 
 }  // namespace parlen::linux

@@ -203,7 +203,7 @@ void addDevices(Arguments& arguments, const MachineConfiguration& configuration)
 void addConnections(Arguments& arguments) {
   arguments.add("-display", "none");
   arguments.add("-vnc", "none");
-  arguments.add("-chardev", "socket,id=control,fd=" + std::to_string(controlDescriptor));
+  arguments.add("-chardev", "socket,id=control,fd=" + std::to_string(monitorDescriptor));
   arguments.add("-mon", "chardev=control,mode=control");
   arguments.add("-sandbox",
                 "on,obsolete=deny,elevateprivileges=deny,spawn=deny,resourcecontrol=deny");

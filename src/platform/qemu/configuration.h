@@ -22,8 +22,8 @@ platform::Result<> validate(const platform::MachineConfiguration& configuration,
 
 enum class Acceleration { kvm, emulation };
 
-/// The descriptor on which QEMU finds its end of the control socket.
-inline constexpr int controlDescriptor = 3;
+/// QEMU's descriptor for its end of the monitor socket.
+inline constexpr int monitorDescriptor = 3;
 
 /// The tag of a share that a guest of this host mounts by itself.
 inline constexpr std::string_view shareTag = "parlen-share";

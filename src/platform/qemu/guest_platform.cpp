@@ -6,6 +6,9 @@
 
 #include <array>
 #include <cstdlib>
+#include <utility>
+
+#include "platform/qemu/errors.h"
 
 namespace parlen::qemu {
 namespace {
@@ -57,6 +60,12 @@ bool isInstalled(const GuestPlatform& platform) {
     if (!findProgram(program, usual) && !findProgram(program)) return false;
   }
   return true;
+}
+
+platform::Result<std::string> requireProgram(std::string_view name) {
+  auto path = findProgram(name);
+  if (!path) return refusal(std::string(name) + " is not installed");
+  return *std::move(path);
 }
 
 std::optional<std::string> findProgram(std::string_view name) {

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/error.h"
+
 namespace parlen::qemu {
 
 /// A kind of guest that this host knows how to run: which emulator, board and firmware.
@@ -29,6 +31,9 @@ bool isInstalled(const GuestPlatform& platform);
 
 /// The program's path, from the directories that PATH names.
 std::optional<std::string> findProgram(std::string_view name);
+
+/// The same; the error says that the program is not installed.
+platform::Result<std::string> requireProgram(std::string_view name);
 
 /// The same in a given list of directories; an empty entry is the working directory.
 std::optional<std::string> findProgram(std::string_view name, std::string_view directories);

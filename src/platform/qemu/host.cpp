@@ -1,10 +1,8 @@
 #include "platform/qemu/host.h"
 
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "platform/linux/system.h"
@@ -30,12 +28,10 @@ std::uint64_t hostMemory() {
 std::optional<linux::Descriptor> connectDisplay(platform::VirtualMachine& machine) {
   auto* ours = dynamic_cast<Machine*>(&machine);
   if (ours == nullptr) return std::nullopt;
-  std::array<int, 2> ends{};
-  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
-    return linux::Descriptor();
-  }
-  ours->connectDisplay(linux::Descriptor(ends[1]));
-  return linux::Descriptor(ends[0]);
+  auto sockets = linux::makeSocketPair();
+  if (!sockets) return linux::Descriptor();
+  ours->connectDisplay(std::move(sockets->theirs));
+  return std::move(sockets->ours);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/qemu/child_end.h"
 #include "platform/qemu/errors.h"
 #include "platform/qemu/guest_platform.h"
 #include "platform/qemu/handles.h"
@@ -17,7 +16,7 @@ using platform::Completion;
 using platform::MachineState;
 using platform::Result;
 
-constexpr const char* deaf = "QEMU does not listen any more";
+constexpr const char* monitorClosed = "QEMU does not listen any more";
 
 std::string exitText(const linux::ChildExit& exit) { return "QEMU " + describe(exit); }
 
@@ -48,17 +47,17 @@ void Machine::start(Completion done) {
 Result<> Machine::launch() {
   const auto& model = static_cast<const HardwareModel&>(*configuration_.hardwareModel);
   const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration_.auxiliaryStorage);
-  const auto emulator = findProgram(model.platform()->emulator);
-  if (!emulator) return refusal(std::string(model.platform()->emulator) + " is not installed");
+  const auto emulator = requireProgram(model.platform()->emulator);
+  if (!emulator) return std::unexpected(emulator.error());
   // QEMU would run with a damaged store, and the guest would wait for ever in its firmware.
   const auto usable = checkAuxiliaryStorage(storage.path(), *model.platform());
   if (!usable) return usable;
 
-  auto process =
-      QemuProcess::start(loop_, *emulator, buildArguments(configuration_, chooseAcceleration()),
-                         {.control = {.ready = [this] { ready(); },
-                                      .event = [this](const QmpEvent& event) { happened(event); }},
-                          .ended = [this](const QemuExit& exit) { processEnded(exit); }});
+  auto process = QemuProcess::start(
+      loop_, *emulator, buildArguments(configuration_, chooseAcceleration()),
+      {.monitor = {.onReady = [this] { ready(); },
+                   .onEvent = [this](const QmpEvent& event) { happened(event); }},
+       .onExit = [this](const SubprocessExit& exit) { processEnded(exit); }});
   if (!process) return std::unexpected(std::move(process).error());
   process_ = *std::move(process);
   return {};
@@ -76,7 +75,7 @@ Acceleration Machine::chooseAcceleration() {
 void Machine::ready() {
   takesCommands_ = true;
   for (linux::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
-  process_->control().execute("cont", [this](const Result<>& result) { started(result); });
+  process_->monitor().execute("cont", [this](const Result<>& result) { started(result); });
 }
 
 void Machine::started(const Result<>& result) {
@@ -95,7 +94,7 @@ void Machine::connectDisplay(linux::Descriptor socket) {
 }
 
 void Machine::addViewer(linux::Descriptor socket) {
-  process_->control().addViewer(std::move(socket), [this](const Result<>& result) {
+  process_->monitor().addViewer(std::move(socket), [this](const Result<>& result) {
     if (!result) warn_("cannot show the guest's display: " + result.error().description);
   });
 }
@@ -136,20 +135,20 @@ void Machine::diskFailed(const QmpEvent& event) {
 
 void Machine::pause(Completion done) {
   if (!canPause()) return deliver(done, refusal("the machine is not running"));
-  if (!process_->control().isOpen()) return deliver(done, refusal(deaf));
+  if (!process_->monitor().isOpen()) return deliver(done, refusal(monitorClosed));
   state_ = MachineState::pausing;
   toggleDone_ = std::move(done);
-  process_->control().execute("stop", [this](const Result<>& result) {
+  process_->monitor().execute("stop", [this](const Result<>& result) {
     toggled(MachineState::paused, MachineState::running, result);
   });
 }
 
 void Machine::resume(Completion done) {
   if (!canResume()) return deliver(done, refusal("the machine is not paused"));
-  if (!process_->control().isOpen()) return deliver(done, refusal(deaf));
+  if (!process_->monitor().isOpen()) return deliver(done, refusal(monitorClosed));
   state_ = MachineState::resuming;
   toggleDone_ = std::move(done);
-  process_->control().execute("cont", [this](const Result<>& result) {
+  process_->monitor().execute("cont", [this](const Result<>& result) {
     toggled(MachineState::running, MachineState::paused, result);
   });
 }
@@ -164,16 +163,16 @@ void Machine::toggled(MachineState to, MachineState back, Result<> result) {
 
 Result<> Machine::requestStop() {
   if (!canRequestStop()) return refusal("the machine is not running");
-  if (!process_->control().isOpen()) return refusal(deaf);
+  if (!process_->monitor().isOpen()) return refusal(monitorClosed);
   pressPowerButton();
   return {};
 }
 
 /// A press is lost, without a sign, while firmware or an early kernel runs: press until it is gone.
 void Machine::pressPowerButton() {
-  if (shutdownReason_ || !process_->control().isOpen() || is(MachineState::stopping)) return;
+  if (shutdownReason_ || !process_->monitor().isOpen() || is(MachineState::stopping)) return;
   if (!std::exchange(powerButtonHeld_, true)) {
-    process_->control().execute("system_powerdown",
+    process_->monitor().execute("system_powerdown",
                                 [this](const Result<>&) { powerButtonHeld_ = false; });
   }
   constexpr std::chrono::seconds interval{1};
@@ -194,8 +193,8 @@ void Machine::stop(Completion done) {
 /// QEMU closes its files in order if it still listens, but not for longer than this: what it has
 /// written is the kernel's by then.
 void Machine::endSoon() {
-  const bool takesCommands = !is(MachineState::starting) && process_->control().isOpen();
-  if (takesCommands) process_->control().execute("quit", [](const Result<>&) {});
+  const bool takesCommands = !is(MachineState::starting) && process_->monitor().isOpen();
+  if (takesCommands) process_->monitor().execute("quit", [](const Result<>&) {});
   if (!takesCommands && !shutdownReason_) return process_->kill();
   constexpr std::chrono::seconds patience{2};
   loop_.postDelayed(patience, [this, alive = std::weak_ptr(alive_)] {
@@ -203,7 +202,7 @@ void Machine::endSoon() {
   });
 }
 
-void Machine::processEnded(const QemuExit& exit) {
+void Machine::processEnded(const SubprocessExit& exit) {
   const bool wasStarting = startDone_ != nullptr && !shutdownReason_;
   if (wasStarting) return ended(startFailure_.value_or(startFailureOf(exit)));
   ended(failureOf(exit, shutdownReason_.value_or("")));
@@ -248,7 +247,7 @@ void Machine::deliver(Completion& completion, Result<> result) {
   later([done = std::exchange(completion, nullptr), result = std::move(result)] { done(result); });
 }
 
-std::optional<std::string> failureOf(const QemuExit& end, std::string_view shutdownReason) {
+std::optional<std::string> failureOf(const SubprocessExit& end, std::string_view shutdownReason) {
   // After anything but an orderly end of the process, its last writes may be missing.
   const bool inOrder = end.exit.status == 0;
   if (inOrder && shutdownReason == "guest-shutdown") return std::nullopt;
@@ -261,7 +260,7 @@ std::optional<std::string> failureOf(const QemuExit& end, std::string_view shutd
   return withMessage(exitText(end.exit), end.lastMessage);
 }
 
-std::string startFailureOf(const QemuExit& end) {
+std::string startFailureOf(const SubprocessExit& end) {
   // The status says nothing that the message does not.
   if (end.exit.status && !end.lastMessage.empty()) return "QEMU cannot start: " + end.lastMessage;
   return withMessage(exitText(end.exit), end.lastMessage) + " while it was starting";

@@ -8,7 +8,7 @@
 
 #include "platform/machine_configuration.h"
 #include "platform/qemu/configuration.h"
-#include "platform/qemu/qemu_process.h"
+#include "platform/qemu/qmp_client.h"
 #include "platform/virtual_machine.h"
 
 namespace parlen::qemu {
@@ -58,7 +58,7 @@ class Machine : public platform::VirtualMachine {
   // Ending.
   void pressPowerButton();
   void endSoon();
-  void processEnded(const QemuExit& exit);
+  void processEnded(const SubprocessExit& exit);
   void ended(const std::optional<std::string>& failure);
   void deliverEnd(const std::optional<std::string>& failure, bool hadStarted);
 
@@ -87,9 +87,9 @@ class Machine : public platform::VirtualMachine {
 /// Why a machine that nobody stopped hard has ended: nothing if its guest has shut down and QEMU
 /// has ended in order, else a sentence. `shutdownReason` is what QEMU announced before it ended,
 /// empty if it announced nothing.
-std::optional<std::string> failureOf(const QemuExit& end, std::string_view shutdownReason);
+std::optional<std::string> failureOf(const SubprocessExit& end, std::string_view shutdownReason);
 
 /// The same for a machine whose start had not completed.
-std::string startFailureOf(const QemuExit& end);
+std::string startFailureOf(const SubprocessExit& end);
 
 }  // namespace parlen::qemu

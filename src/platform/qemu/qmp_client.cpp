@@ -8,6 +8,8 @@
 #include <utility>
 #include <variant>
 
+#include "platform/linux/error.h"
+#include "platform/qemu/configuration.h"
 #include "platform/qemu/errors.h"
 
 namespace parlen::qemu {
@@ -17,26 +19,26 @@ QmpClient::QmpClient(linux::Loop& loop, linux::Descriptor socket, Handlers handl
   reading_ = loop_.watch(socket_.get(), linux::Readiness::readable, [this] { drain(); });
 }
 
-void QmpClient::execute(std::string_view command, Replied replied) {
-  append(command, "{}", std::move(replied));
+void QmpClient::execute(std::string_view command, ReplyHandler onReply) {
+  append(command, "{}", std::move(onReply));
   flush();
 }
 
-/// QEMU keeps the descriptor under a name until the next command takes it.
-void QmpClient::addViewer(linux::Descriptor socket, Replied replied) {
-  passengers_.push_back({.offset = unsent_.size(), .descriptor = std::move(socket)});
+/// QEMU keeps the descriptor under its name until the next command uses it.
+void QmpClient::addViewer(linux::Descriptor socket, ReplyHandler onReply) {
+  pendingDescriptors_.push_back({.offset = unsent_.size(), .descriptor = std::move(socket)});
   append("getfd", R"({"fdname":"viewer"})", [](const platform::Result<>&) {});
   append("add_client", R"({"protocol":"vnc","fdname":"viewer","skipauth":true})",
-         std::move(replied));
+         std::move(onReply));
   flush();
 }
 
-void QmpClient::append(std::string_view command, std::string_view arguments, Replied replied) {
+void QmpClient::append(std::string_view command, std::string_view arguments, ReplyHandler onReply) {
   const std::int64_t id = nextId_++;
   unsent_.append(R"({"execute":")").append(command);
   unsent_.append(R"(","arguments":)").append(arguments);
   unsent_.append(R"(,"id":)").append(std::to_string(id)).append("}\n");
-  waiting_.emplace(id, std::move(replied));
+  waiting_.emplace(id, std::move(onReply));
 }
 
 void QmpClient::drain() {
@@ -55,13 +57,13 @@ void QmpClient::drain() {
 }
 
 void QmpClient::handle(const QmpMessage& message) {
-  if (const auto* answer = std::get_if<QmpReply>(&message)) {
-    reply(*answer);
+  if (const auto* received = std::get_if<QmpReply>(&message)) {
+    reply(*received);
   } else if (const auto* event = std::get_if<QmpEvent>(&message)) {
-    handlers_.event(*event);
+    handlers_.onEvent(*event);
   } else {
     execute("qmp_capabilities", [this](const platform::Result<>& result) {
-      if (result) handlers_.ready();
+      if (result) handlers_.onReady();
     });
   }
 }
@@ -72,32 +74,34 @@ void QmpClient::reply(const QmpReply& reply) {
   command.mapped()(reply.error ? platform::Result<>(refusal(*reply.error)) : platform::Result<>());
 }
 
-/// Sends what the socket takes; the rest when it takes more, which it may not while QEMU is
-/// stopped.
+/// Sends what the socket has room for; the rest when it has more. A QEMU that is stopped (SIGSTOP)
+/// makes no room.
 void QmpClient::flush() {
   while (isOpen() && !unsent_.empty()) {
     const ssize_t count = sendSome();
     if (count >= 0) {
-      forget(static_cast<std::size_t>(count));
+      markSent(static_cast<std::size_t>(count));
     } else if (errno == EAGAIN) {
       if (!writing_) {
         writing_ = loop_.watch(socket_.get(), linux::Readiness::writable, [this] { flush(); });
       }
       return;
     } else if (errno != EINTR) {
-      // QEMU is ending. What it sent before is still to be read; the end of that closes.
+      // QEMU is ending. What it sent before is still to be read; the end of the stream closes.
       unsent_.clear();
-      passengers_.clear();
+      pendingDescriptors_.clear();
     }
   }
   writing_.reset();
 }
 
-/// Up to the next descriptor's byte; a descriptor that waits at the front goes along.
+/// Sends up to the byte that the next descriptor belongs to, with the descriptor, if any, that
+/// belongs to the first byte.
 ssize_t QmpClient::sendSome() {
-  const bool carries = !passengers_.empty() && passengers_.front().offset == 0;
+  const bool carries = !pendingDescriptors_.empty() && pendingDescriptors_.front().offset == 0;
   const std::size_t next = carries ? 1 : 0;
-  const std::size_t length = next < passengers_.size() ? passengers_[next].offset : unsent_.size();
+  const std::size_t length =
+      next < pendingDescriptors_.size() ? pendingDescriptors_[next].offset : unsent_.size();
   iovec bytes{.iov_base = unsent_.data(), .iov_len = length};
   alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> space{};
   msghdr message{};
@@ -110,21 +114,50 @@ ssize_t QmpClient::sendSome() {
     header->cmsg_level = SOL_SOCKET;
     header->cmsg_type = SCM_RIGHTS;
     header->cmsg_len = CMSG_LEN(sizeof(int));
-    const int descriptor = passengers_.front().descriptor.get();
+    const int descriptor = pendingDescriptors_.front().descriptor.get();
     std::memcpy(CMSG_DATA(header), &descriptor, sizeof descriptor);
   }
   return ::sendmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
-void QmpClient::forget(std::size_t sent) {
-  unsent_.erase(0, sent);
-  if (!passengers_.empty() && passengers_.front().offset == 0 && sent > 0) passengers_.pop_front();
-  for (Passenger& passenger : passengers_) passenger.offset -= sent;
+void QmpClient::markSent(std::size_t count) {
+  unsent_.erase(0, count);
+  if (!pendingDescriptors_.empty() && pendingDescriptors_.front().offset == 0 && count > 0)
+    pendingDescriptors_.pop_front();
+  for (PendingDescriptor& pending : pendingDescriptors_) pending.offset -= count;
 }
 
 void QmpClient::close() {
   reading_.reset();
   writing_.reset();
+}
+
+platform::Result<std::unique_ptr<QemuProcess>> QemuProcess::start(
+    linux::Loop& loop, const std::string& emulator, std::vector<std::string> arguments,
+    Handlers handlers) {
+  auto sockets = linux::makeSocketPair();
+  if (!sockets) return linux::failure("make QEMU's control socket", sockets.error());
+  std::unique_ptr<QemuProcess> qemu(new QemuProcess(std::move(handlers.onExit)));
+  auto process =
+      Subprocess::start(loop,
+                        {.program = emulator,
+                         .arguments = std::move(arguments),
+                         .onOutput = nullptr,
+                         .descriptors = {{monitorDescriptor, sockets->theirs.get()}}},
+                        [qemu = qemu.get()](const SubprocessExit& exit) { qemu->finish(exit); });
+  if (!process) return std::unexpected(std::move(process).error());
+  qemu->process_ = *std::move(process);
+  qemu->monitor_ =
+      std::make_unique<QmpClient>(loop, std::move(sockets->ours), std::move(handlers.monitor));
+  return qemu;
+}
+
+QemuProcess::QemuProcess(Subprocess::ExitHandler onExit) : onExit_(std::move(onExit)) {}
+
+void QemuProcess::finish(const SubprocessExit& exit) {
+  monitor_->drain();
+  const auto onExit = std::move(onExit_);  // it may destroy this object
+  onExit(exit);
 }
 
 }  // namespace parlen::qemu

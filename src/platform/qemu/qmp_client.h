@@ -10,65 +10,97 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/error.h"
 #include "platform/linux/descriptor.h"
 #include "platform/linux/loop.h"
 #include "platform/qemu/qmp_parser.h"
+#include "platform/qemu/subprocess.h"
 
 namespace parlen::qemu {
 
-/// Steers QEMU over its control socket. Everything arrives on the main queue, never from inside a
-/// call, except `drain`. The handlers must not destroy the client.
+/// Controls QEMU over its monitor socket with the QEMU Machine Protocol (QEMU docs/interop/
+/// qmp-spec.txt). All handlers run on the main queue and never from inside a call, except `drain`.
+/// They must not destroy the client. Main thread.
 class QmpClient {
  public:
   struct Handlers {
-    platform::Work ready;  // QEMU has opened its devices and takes commands
-    std::function<void(const QmpEvent&)> event;
+    platform::Work onReady;  // QEMU has opened its devices and accepts commands
+    std::function<void(const QmpEvent&)> onEvent;
   };
-  using Replied = std::function<void(platform::Result<>)>;
+  using ReplyHandler = std::function<void(platform::Result<>)>;
 
   QmpClient(linux::Loop& loop, linux::Descriptor socket, Handlers handlers);
 
-  /// Sends a command without arguments. `replied` runs when QEMU has answered, or never if QEMU
-  /// ends before that.
-  void execute(std::string_view command, Replied replied);
+  /// Sends a command without arguments. `onReply` runs when QEMU has replied, or never if QEMU ends
+  /// before that.
+  void execute(std::string_view command, ReplyHandler onReply);
 
-  /// Makes `socket` a viewer of the guest's display; one may be connected at any time. `replied`
-  /// runs as with `execute`.
-  void addViewer(linux::Descriptor socket, Replied replied);
+  /// Connects `socket` to the guest's display as an RFB client, at any time. `onReply` as with
+  /// `execute`.
+  void addViewer(linux::Descriptor socket, ReplyHandler onReply);
 
-  /// Whether QEMU can still hear and answer.
+  /// Whether QEMU can still receive and reply.
   bool isOpen() const { return reading_ != nullptr; }
 
-  /// Handles what QEMU has sent and has not been handled yet: to be called when QEMU is gone.
+  /// Handles what QEMU has sent so far, without waiting: to be called when QEMU has ended.
   void drain();
 
  private:
   void handle(const QmpMessage& message);
   void reply(const QmpReply& reply);
-  void append(std::string_view command, std::string_view arguments, Replied replied);
-  ssize_t sendSome();
-  void forget(std::size_t sent);
+  void append(std::string_view command, std::string_view arguments, ReplyHandler onReply);
   void flush();
+  ssize_t sendSome();
+  void markSent(std::size_t count);
   void close();
+
+  /// A descriptor to be sent with the first byte of the command that names it.
+  struct PendingDescriptor {
+    std::size_t offset;  // of that byte in `unsent_`
+    linux::Descriptor descriptor;
+  };
 
   linux::Loop& loop_;
   linux::Descriptor socket_;
   Handlers handlers_;
   QmpParser parser_;
-  std::unique_ptr<linux::DescriptorWatch> reading_;
-  std::unique_ptr<linux::DescriptorWatch> writing_;
-  // A descriptor travels with the first byte of the command that needs it.
-  struct Passenger {
-    std::size_t offset;  // of that byte in `unsent_`
-    linux::Descriptor descriptor;
+  std::unique_ptr<linux::DescriptorWatch> reading_;  // null: closed
+  std::unique_ptr<linux::DescriptorWatch> writing_;  // while the socket is full
+  std::string unsent_;
+  std::deque<PendingDescriptor> pendingDescriptors_;
+  std::int64_t nextId_ = 1;
+  std::map<std::int64_t, ReplyHandler> waiting_;  // by the command's id
+};
+
+/// A running QEMU: the process, and the client of its monitor socket, which is the process's
+/// descriptor `monitorDescriptor`. Main thread.
+class QemuProcess {
+ public:
+  struct Handlers {
+    QmpClient::Handlers monitor;
+    /// As a Subprocess's; everything that QEMU sent has been handled before. May destroy this
+    /// object.
+    Subprocess::ExitHandler onExit;
   };
 
-  std::string unsent_;
-  std::deque<Passenger> passengers_;
-  std::int64_t nextId_ = 1;
-  std::map<std::int64_t, Replied> waiting_;
+  static platform::Result<std::unique_ptr<QemuProcess>> start(linux::Loop& loop,
+                                                              const std::string& emulator,
+                                                              std::vector<std::string> arguments,
+                                                              Handlers handlers);
+
+  QmpClient& monitor() { return *monitor_; }
+  /// Kills QEMU. The kernel keeps what it has written.
+  void kill() { process_->kill(); }
+
+ private:
+  explicit QemuProcess(Subprocess::ExitHandler onExit);
+  void finish(const SubprocessExit& exit);
+
+  Subprocess::ExitHandler onExit_;
+  std::unique_ptr<QmpClient> monitor_;
+  std::unique_ptr<Subprocess> process_;
 };
 
 }  // namespace parlen::qemu

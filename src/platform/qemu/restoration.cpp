@@ -8,7 +8,7 @@
 #include "platform/qemu/handles.h"
 #include "platform/qemu/images.h"
 #include "platform/qemu/machine.h"
-#include "platform/qemu/tool_run.h"
+#include "platform/qemu/subprocess.h"
 
 namespace parlen::qemu {
 namespace {
@@ -46,7 +46,7 @@ class Installer : public platform::Installer {
   platform::Result<> startConversion();
   void progressed(std::string_view output);
   void reached(double fraction);
-  void finished(const ToolResult& result);
+  void finished(const SubprocessExit& exit);
 
   linux::Loop& loop_;
   platform::Result<std::shared_ptr<const RestoreImage>> image_;
@@ -55,7 +55,7 @@ class Installer : public platform::Installer {
   std::vector<std::weak_ptr<const std::function<void()>>> observers_;
   ConvertProgress progress_;
   platform::Completion done_;
-  std::unique_ptr<ToolRun> run_;
+  std::unique_ptr<Subprocess> run_;
 };
 
 Installer::Installer(linux::Loop& loop, Result<std::shared_ptr<const RestoreImage>> image,
@@ -86,11 +86,15 @@ Result<> Installer::startConversion() {
   if (stampOf(image.path()) != image.stamp()) {
     return refusal("the restore image " + image.path() + " has changed since it was examined");
   }
-  auto run = ToolRun::start(loop_, imageTool,
-                            {"convert", "-p", "-n", "-f", image.format(), "-O", "raw", "--",
-                             fileNode(image.path()), nodeOf(**disk_)},
-                            {.output = [this](std::string_view bytes) { progressed(bytes); },
-                             .ended = [this](const ToolResult& result) { finished(result); }});
+  auto tool = requireProgram(imageTool);
+  if (!tool) return std::unexpected(std::move(tool).error());
+  auto run = Subprocess::start(loop_,
+                               {.program = *std::move(tool),
+                                .arguments = {"convert", "-p", "-n", "-f", image.format(), "-O",
+                                              "raw", "--", fileNode(image.path()), nodeOf(**disk_)},
+                                .onOutput = [this](std::string_view bytes) { progressed(bytes); },
+                                .descriptors = {}},
+                               [this](const SubprocessExit& exit) { finished(exit); });
   if (!run) return std::unexpected(std::move(run).error());
   run_ = *std::move(run);
   return {};
@@ -109,14 +113,14 @@ void Installer::reached(double fraction) {
   }
 }
 
-void Installer::finished(const ToolResult& result) {
+void Installer::finished(const SubprocessExit& exit) {
   const auto done = std::move(done_);
-  if (result.succeeded()) {
+  if (exit.succeeded()) {
     reached(1);
     return done({});
   }
   done(refusal("could not write the restore image " + (*image_)->path() + " to " +
-               (*disk_)->path() + ": " + result.reason()));
+               (*disk_)->path() + ": " + exit.reason()));
 }
 
 platform::Result<std::shared_ptr<const DiskAttachment>> firstDisk(

@@ -76,26 +76,30 @@ void ImageExamination::start() {
 
 void ImageExamination::askForFormat() {
   ask({"info", "--output=json", "--", fileNode(path_)},
-      [this](const ToolResult& result) { formatKnown(result); });
+      [this](const SubprocessExit& exit) { formatKnown(exit); });
 }
 
 /// Starts the tool; what it writes is kept, up to a length that no honest answer has.
-void ImageExamination::ask(const std::vector<std::string>& arguments,
-                           std::function<void(const ToolResult&)> answered) {
+void ImageExamination::ask(std::vector<std::string> arguments, Subprocess::ExitHandler answered) {
   constexpr std::size_t longestOutput = 64UL * 1024UL * 1024UL;
   output_.clear();
-  auto run = ToolRun::start(loop_, imageTool, arguments,
-                            {.output =
-                                 [this](std::string_view bytes) {
-                                   if (output_.size() < longestOutput) output_.append(bytes);
-                                 },
-                             .ended = std::move(answered)});
+  auto tool = requireProgram(imageTool);
+  if (!tool) return finish(std::unexpected(std::move(tool).error()));
+  auto run = Subprocess::start(loop_,
+                               {.program = *std::move(tool),
+                                .arguments = std::move(arguments),
+                                .onOutput =
+                                    [this](std::string_view bytes) {
+                                      if (output_.size() < longestOutput) output_.append(bytes);
+                                    },
+                                .descriptors = {}},
+                               std::move(answered));
   if (!run) return finish(std::unexpected(std::move(run).error()));
   run_ = *std::move(run);
 }
 
-void ImageExamination::formatKnown(const ToolResult& result) {
-  if (!result.succeeded()) return refuse("cannot be read: " + result.reason());
+void ImageExamination::formatKnown(const SubprocessExit& exit) {
+  if (!exit.succeeded()) return refuse("cannot be read: " + exit.reason());
   const auto format = usableFormat(output_);
   if (!format) return refuse(format.error());
   format_ = *format;
@@ -108,29 +112,29 @@ void ImageExamination::formatKnown(const ToolResult& result) {
 /// A truncated image opens, and its missing end would be read as zeros.
 void ImageExamination::askWhetherWhole() {
   ask({"check", "-q", "-f", format_, "--", fileNode(path_)},
-      [this](const ToolResult& result) { checked(result); });
+      [this](const SubprocessExit& exit) { checked(exit); });
 }
 
-void ImageExamination::checked(const ToolResult& result) {
+void ImageExamination::checked(const SubprocessExit& exit) {
   constexpr int corrupt = 2;
   constexpr int hasLeaks = 3;  // space in the image that nothing uses; the content is whole
   constexpr int hasNoCheck = 63;
-  const int status = result.exit.status.value_or(-1);
+  const int status = exit.exit.status.value_or(-1);
   if (status == 0 || status == hasLeaks || status == hasNoCheck) return askWhereDataEnds();
-  if (status == corrupt) return refuse("is damaged: " + result.reason());
-  refuse("cannot be checked: " + result.reason());
+  if (status == corrupt) return refuse("is damaged: " + exit.reason());
+  refuse("cannot be checked: " + exit.reason());
 }
 
 /// The check of some formats does not look whether the data is there.
 void ImageExamination::askWhereDataEnds() {
   if (format_ == "qcow2" || format_ == "qed") return accept();  // theirs does
   ask({"map", "--output=json", "-f", format_, "--", fileNode(path_)},
-      [this](const ToolResult& result) { mapped(result); });
+      [this](const SubprocessExit& exit) { mapped(exit); });
 }
 
-void ImageExamination::mapped(const ToolResult& result) {
-  const auto end = result.succeeded() ? endOfData(output_) : std::nullopt;
-  if (!end) return refuse("cannot be checked: " + result.reason());
+void ImageExamination::mapped(const SubprocessExit& exit) {
+  const auto end = exit.succeeded() ? endOfData(output_) : std::nullopt;
+  if (!end) return refuse("cannot be checked: " + exit.reason());
   if (*end > static_cast<std::uint64_t>(front_.stamp.length)) {
     return refuse("is damaged: the end of its data is missing");
   }

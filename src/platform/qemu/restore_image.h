@@ -12,7 +12,7 @@
 #include "platform/error.h"
 #include "platform/host.h"
 #include "platform/linux/loop.h"
-#include "platform/qemu/tool_run.h"
+#include "platform/qemu/subprocess.h"
 
 namespace parlen::qemu {
 
@@ -71,13 +71,12 @@ class ImageExamination {
 
  private:
   void askForFormat();
-  void formatKnown(const ToolResult& result);
+  void formatKnown(const SubprocessExit& exit);
   void askWhetherWhole();
-  void checked(const ToolResult& result);
+  void checked(const SubprocessExit& exit);
   void askWhereDataEnds();
-  void mapped(const ToolResult& result);
-  void ask(const std::vector<std::string>& arguments,
-           std::function<void(const ToolResult&)> answered);
+  void mapped(const SubprocessExit& exit);
+  void ask(std::vector<std::string> arguments, Subprocess::ExitHandler answered);
   void accept();
   void refuse(const std::string& why);  // a sentence's end, whose beginning is the path
   void finish(Found found);
@@ -88,7 +87,7 @@ class ImageExamination {
   ImageFront front_;
   std::string format_;
   std::string output_;
-  std::unique_ptr<ToolRun> run_;
+  std::unique_ptr<Subprocess> run_;
 };
 
 }  // namespace parlen::qemu

@@ -1,0 +1,117 @@
+#include "platform/qemu/subprocess.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/linux/poll_loop.h"
+#include "support/run_until.h"
+
+namespace parlen::qemu {
+namespace {
+
+std::string lastOf(std::string_view output) {
+  LastMessage message("qemu");
+  message.add(output);
+  return message.text();
+}
+
+TEST(LastMessage, IsTheLastLineWithoutTheProgramsName) {
+  EXPECT_EQ(lastOf("qemu: first\nqemu: second\n"), "second");
+  EXPECT_EQ(lastOf("first\nsecond\n"), "second");
+}
+
+TEST(LastMessage, IsEmptyForAProgramThatSaidNothing) {
+  EXPECT_EQ(lastOf(""), "");
+  EXPECT_EQ(lastOf("\n\r\n"), "");
+}
+
+TEST(LastMessage, CountsALineWithoutItsEnd) {
+  EXPECT_EQ(lastOf("qemu: first\nqemu: sec"), "sec");
+  EXPECT_EQ(lastOf("qemu: first\n\n"), "first");
+}
+
+TEST(LastMessage, KeepsAnErrorWithTheHintBehindIt) {
+  EXPECT_EQ(lastOf("qemu: old\nqemu: Failed to get lock\nIs another process using it?\n"),
+            "Failed to get lock Is another process using it?");
+}
+
+TEST(LastMessage, TakesNoWarningForAnError) {
+  EXPECT_EQ(lastOf("qemu: warning: slow\nassertion failed\n"), "assertion failed");
+}
+
+TEST(LastMessage, IsTheSameHoweverTheBytesArrive) {
+  const std::string output = "qemu: one\r\nqemu: two\nhint\n";
+  for (std::size_t cut = 0; cut <= output.size(); ++cut) {
+    LastMessage message("qemu");
+    message.add(output.substr(0, cut));
+    message.add(output.substr(cut));
+    EXPECT_EQ(message.text(), "two hint") << "cut at " << cut;
+  }
+}
+
+TEST(LastMessage, CutsAnEndlessLine) { EXPECT_EQ(lastOf(std::string(100'000, 'x')).size(), 4096U); }
+
+class SubprocessTest : public testing::Test {
+ protected:
+  void start(const std::string& script, Subprocess::OutputHandler onOutput) {
+    auto started = Subprocess::start(loop_,
+                                     {.program = "/bin/sh",
+                                      .arguments = {"-c", script},
+                                      .onOutput = std::move(onOutput),
+                                      .descriptors = {}},
+                                     [this](const SubprocessExit& exit) {
+                                       exit_ = exit;
+                                       outputAtExit_ = output_;
+                                       process_.reset();
+                                     });
+    ASSERT_TRUE(started) << started.error().description;
+    process_ = *std::move(started);
+    ASSERT_TRUE(test::runUntil(loop_, [this] { return exit_.has_value(); }));
+  }
+  Subprocess::OutputHandler keepOutput() {
+    return [this](std::string_view bytes) { output_.append(bytes); };
+  }
+
+  linux::PollLoop loop_;
+  std::unique_ptr<Subprocess> process_;
+  std::string output_;
+  std::string outputAtExit_;
+  std::optional<SubprocessExit> exit_;
+};
+
+TEST_F(SubprocessTest, HandlesAllOutputBeforeItsExit) {
+  start("head -c 300000 /dev/zero; echo end; echo 'sh: reason' >&2; exit 3", keepOutput());
+
+  EXPECT_EQ(outputAtExit_.size(), 300004U);
+  EXPECT_TRUE(outputAtExit_.ends_with("end\n"));
+  EXPECT_EQ(exit_->exit.status, 3);
+  EXPECT_FALSE(exit_->succeeded());
+  EXPECT_EQ(exit_->reason(), "reason");
+}
+
+TEST_F(SubprocessTest, TakesUnhandledOutputForMessages) {
+  start("echo first >&2; echo second", nullptr);
+
+  EXPECT_TRUE(exit_->succeeded());
+  EXPECT_EQ(exit_->lastMessage, "second");
+}
+
+TEST_F(SubprocessTest, SaysHowItEndedIfItSaidNothing) {
+  start("exit 4", keepOutput());
+
+  EXPECT_EQ(exit_->reason(), "it has ended with status 4");
+}
+
+TEST_F(SubprocessTest, DoesNotWaitForAGrandchildThatKeepsItsOutput) {
+  start("sleep 60 & echo $!", keepOutput());
+
+  EXPECT_TRUE(exit_->succeeded());
+  EXPECT_EQ(::kill(std::stoi(output_), SIGKILL), 0);
+}
+
+}  // namespace
+}  // namespace parlen::qemu
