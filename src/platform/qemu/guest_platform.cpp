@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "platform/qemu/errors.h"
+#include "platform/qemu/error.h"
 
 namespace parlen::qemu {
 namespace {
@@ -64,7 +64,7 @@ bool isInstalled(const GuestPlatform& platform) {
 
 platform::Result<std::string> requireProgram(std::string_view name) {
   auto path = findProgram(name);
-  if (!path) return refusal(std::string(name) + " is not installed");
+  if (!path) return error(std::string(name) + " is not installed");
   return *std::move(path);
 }
 

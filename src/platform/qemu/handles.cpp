@@ -11,7 +11,7 @@
 
 #include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
-#include "platform/qemu/errors.h"
+#include "platform/qemu/error.h"
 #include "text/json_reader.h"
 #include "text/json_writer.h"
 
@@ -164,7 +164,7 @@ Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& pla
   const Descriptor pattern = openExisting(original, O_RDONLY);
   if (!pattern) return linux::failure("read " + original, errno);
   if (lengthOf(file) == lengthOf(pattern) && hasVolumeHeader(file)) return {};
-  return refusal("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
+  return error("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
 }
 
 Result<DiskAttachment> attachDisk(const std::string& path, DiskAccess access) {
@@ -175,7 +175,7 @@ Result<DiskAttachment> attachDisk(const std::string& path, DiskAccess access) {
   if (::fstat(file.get(), &status) != 0) return linux::failure(attempt, errno);
   if (S_ISREG(status.st_mode)) return DiskAttachment(path, DiskKind::file, access);
   if (S_ISBLK(status.st_mode)) return DiskAttachment(path, DiskKind::blockDevice, access);
-  return refusal("could not " + attempt + ": it is neither a file nor a block device");
+  return error("could not " + attempt + ": it is neither a file nor a block device");
 }
 
 }  // namespace parlen::qemu

@@ -8,7 +8,7 @@
 #include "platform/linux/system.h"
 #include "platform/platform.h"
 #include "platform/qemu/configuration.h"
-#include "platform/qemu/errors.h"
+#include "platform/qemu/error.h"
 #include "platform/qemu/guest_platform.h"
 #include "platform/qemu/machine.h"
 #include "platform/qemu/window_module.h"
@@ -60,7 +60,7 @@ Result<std::shared_ptr<const platform::AuxiliaryStorage>> MachineFactory::create
     const std::string& path, const platform::HardwareModel& model) {
   const auto* ours = dynamic_cast<const HardwareModel*>(&model);
   if (ours == nullptr || ours->platform() == nullptr) {
-    return refusal("this host does not know the hardware model");
+    return error("this host does not know the hardware model");
   }
   if (auto created = qemu::createAuxiliaryStorage(path, *ours->platform()); !created) {
     return std::unexpected(std::move(created).error());
@@ -110,8 +110,7 @@ platform::Result<platform::WindowSystem*> Host::windowSystem() {
     desktop_ = *std::move(opened);
   }
   if (desktop_->isLost()) {
-    return std::unexpected(platform::PlatformError{
-        .domain = std::string(gtk::errorDomain), .code = 1, .description = "the display is gone"});
+    return platform::error(gtk::errorDomain, 1, "the display is gone");
   }
   return desktop_.get();
 }

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/qemu/errors.h"
+#include "platform/qemu/error.h"
 #include "platform/qemu/guest_platform.h"
 #include "platform/qemu/handles.h"
 #include "platform/qemu/kvm_probe.h"
@@ -34,7 +34,7 @@ Machine::Machine(linux::Loop& loop, platform::WarningSink warn,
 
 void Machine::start(Completion done) {
   if (life_ != Life::unused) {
-    return deliver(done, refusal("the machine has been started before"));
+    return deliver(done, error("the machine has been started before"));
   }
   life_ = Life::alive;
   state_ = MachineState::starting;
@@ -134,8 +134,8 @@ void Machine::diskFailed(const QmpEvent& event) {
 }
 
 void Machine::pause(Completion done) {
-  if (!canPause()) return deliver(done, refusal("the machine is not running"));
-  if (!process_->monitor().isOpen()) return deliver(done, refusal(monitorClosed));
+  if (!canPause()) return deliver(done, error("the machine is not running"));
+  if (!process_->monitor().isOpen()) return deliver(done, error(monitorClosed));
   state_ = MachineState::pausing;
   toggleDone_ = std::move(done);
   process_->monitor().execute("stop", [this](const Result<>& result) {
@@ -144,8 +144,8 @@ void Machine::pause(Completion done) {
 }
 
 void Machine::resume(Completion done) {
-  if (!canResume()) return deliver(done, refusal("the machine is not paused"));
-  if (!process_->monitor().isOpen()) return deliver(done, refusal(monitorClosed));
+  if (!canResume()) return deliver(done, error("the machine is not paused"));
+  if (!process_->monitor().isOpen()) return deliver(done, error(monitorClosed));
   state_ = MachineState::resuming;
   toggleDone_ = std::move(done);
   process_->monitor().execute("cont", [this](const Result<>& result) {
@@ -162,8 +162,8 @@ void Machine::toggled(MachineState to, MachineState back, Result<> result) {
 }
 
 Result<> Machine::requestStop() {
-  if (!canRequestStop()) return refusal("the machine is not running");
-  if (!process_->monitor().isOpen()) return refusal(monitorClosed);
+  if (!canRequestStop()) return error("the machine is not running");
+  if (!process_->monitor().isOpen()) return error(monitorClosed);
   pressPowerButton();
   return {};
 }
@@ -182,7 +182,7 @@ void Machine::pressPowerButton() {
 }
 
 void Machine::stop(Completion done) {
-  if (life_ != Life::alive) return deliver(done, refusal("the machine is stopped already"));
+  if (life_ != Life::alive) return deliver(done, error("the machine is stopped already"));
   // One end is reported once: a second stop changes nothing and hears nothing.
   if (stopDone_) return;
   stopDone_ = std::move(done);
@@ -213,7 +213,7 @@ void Machine::ended(const std::optional<std::string>& failure) {
   const bool wasAskedFor = stopDone_ != nullptr;
   life_ = Life::over;
   state_ = failure && !wasAskedFor ? MachineState::error : MachineState::stopped;
-  if (toggleDone_) deliver(toggleDone_, refusal("the machine has ended"));
+  if (toggleDone_) deliver(toggleDone_, error("the machine has ended"));
   deliverEnd(failure, hadStarted);
   viewers_.clear();
   process_.reset();
@@ -224,10 +224,10 @@ void Machine::deliverEnd(const std::optional<std::string>& failure, bool hadStar
   if (stopDone_) {
     deliver(stopDone_, {});
   } else if (!hadStarted) {
-    deliver(startDone_, refusal(failure.value_or("")));
+    deliver(startDone_, error(failure.value_or("")));
   } else if (failure) {
-    later([this, error = refusal(*failure).error()] {
-      if (delegate_ != nullptr) delegate_->didStopWithError(error);
+    later([this, reason = error(*failure).error()] {
+      if (delegate_ != nullptr) delegate_->didStopWithError(reason);
     });
   } else {
     later([this] {

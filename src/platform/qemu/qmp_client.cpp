@@ -10,7 +10,7 @@
 
 #include "platform/linux/error.h"
 #include "platform/qemu/configuration.h"
-#include "platform/qemu/errors.h"
+#include "platform/qemu/error.h"
 
 namespace parlen::qemu {
 
@@ -71,7 +71,7 @@ void QmpClient::handle(const QmpMessage& message) {
 void QmpClient::reply(const QmpReply& reply) {
   const auto command = waiting_.extract(reply.id.value_or(0));
   if (command.empty()) return;
-  command.mapped()(reply.error ? platform::Result<>(refusal(*reply.error)) : platform::Result<>());
+  command.mapped()(reply.error ? platform::Result<>(error(*reply.error)) : platform::Result<>());
 }
 
 /// Sends what the socket has room for; the rest when it has more. A QEMU that is stopped (SIGSTOP)

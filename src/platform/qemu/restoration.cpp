@@ -3,7 +3,7 @@
 #include <functional>
 #include <utility>
 
-#include "platform/qemu/errors.h"
+#include "platform/qemu/error.h"
 #include "platform/qemu/guest_platform.h"
 #include "platform/qemu/handles.h"
 #include "platform/qemu/images.h"
@@ -84,7 +84,7 @@ Result<> Installer::startConversion() {
   if (!disk_) return std::unexpected(disk_.error());
   const RestoreImage& image = **image_;
   if (stampOf(image.path()) != image.stamp()) {
-    return refusal("the restore image " + image.path() + " has changed since it was examined");
+    return error("the restore image " + image.path() + " has changed since it was examined");
   }
   auto tool = requireProgram(imageTool);
   if (!tool) return std::unexpected(std::move(tool).error());
@@ -119,15 +119,15 @@ void Installer::finished(const SubprocessExit& exit) {
     reached(1);
     return done({});
   }
-  done(refusal("could not write the restore image " + (*image_)->path() + " to " +
-               (*disk_)->path() + ": " + exit.reason()));
+  done(error("could not write the restore image " + (*image_)->path() + " to " + (*disk_)->path() +
+             ": " + exit.reason()));
 }
 
 platform::Result<std::shared_ptr<const DiskAttachment>> firstDisk(
     const platform::VirtualMachine& machine) {
   const auto* ours = dynamic_cast<const Machine*>(&machine);
   if (ours == nullptr || ours->configuration().storageDevices.empty()) {
-    return refusal("the machine has no disk");
+    return error("the machine has no disk");
   }
   return std::static_pointer_cast<const DiskAttachment>(
       ours->configuration().storageDevices.front().attachment);
@@ -148,7 +148,7 @@ void Restoration::loadRestoreImage(const std::string& path, Loaded done) {
 std::unique_ptr<platform::Installer> Restoration::createInstaller(
     platform::VirtualMachine& machine, const std::string& restoreImagePath) {
   platform::Result<std::shared_ptr<const RestoreImage>> image =
-      refusal("the restore image " + restoreImagePath + " has not been loaded");
+      error("the restore image " + restoreImagePath + " has not been loaded");
   if (const auto found = loaded_.find(restoreImagePath); found != loaded_.end()) {
     image = found->second;
   }

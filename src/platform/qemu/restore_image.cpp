@@ -9,7 +9,7 @@
 
 #include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
-#include "platform/qemu/errors.h"
+#include "platform/qemu/error.h"
 #include "platform/qemu/guest_platform.h"
 #include "platform/qemu/handles.h"
 #include "platform/qemu/images.h"
@@ -52,7 +52,7 @@ platform::Result<ImageFront> readImageFront(const std::string& path) {
   struct stat status{};
   if (::fstat(file.get(), &status) != 0) return linux::failure(attempt, errno);
   if (S_ISDIR(status.st_mode)) return linux::failure(attempt, EISDIR);
-  if (!S_ISREG(status.st_mode)) return refusal("could not " + attempt + ": it is not a file");
+  if (!S_ISREG(status.st_mode)) return error("could not " + attempt + ": it is not a file");
 
   ImageFront front{.header = std::string(imageHeaderLength, '\0'), .stamp = stampFrom(status)};
   const ssize_t count = ::pread(file.get(), front.header.data(), front.header.size(), 0);
@@ -146,7 +146,7 @@ void ImageExamination::accept() {
 }
 
 void ImageExamination::refuse(const std::string& why) {
-  finish(refusal("the restore image " + path_ + " " + why));
+  finish(error("the restore image " + path_ + " " + why));
 }
 
 void ImageExamination::finish(Found found) {

@@ -14,9 +14,8 @@ namespace {
 
 using platform::Result;
 
-std::unexpected<platform::PlatformError> windowFailure(std::string sentence) {
-  return std::unexpected(platform::PlatformError{
-      .domain = std::string(gtk::errorDomain), .code = 1, .description = std::move(sentence)});
+std::unexpected<platform::PlatformError> windowError(std::string sentence) {
+  return platform::error(gtk::errorDomain, 1, std::move(sentence));
 }
 
 std::string variable(const char* name) {
@@ -30,7 +29,7 @@ std::string executablePath() {
   return {path.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }
 
-std::string lastLoadFailure() {
+std::string lastLoadError() {
   const char* reason = ::dlerror();
   return reason != nullptr ? reason : "unknown error";
 }
@@ -58,17 +57,17 @@ Result<gtk::OpenDesktop*> loadWindowModule(const std::vector<std::string>& paths
     for (const std::string& candidate : paths) {
       places.append(places.empty() ? "" : " nor at ").append(candidate);
     }
-    return windowFailure("the window module is missing: it is neither at " + places);
+    return windowError("the window module is missing: it is neither at " + places);
   }
   // Never closed: what it has made may be called until the process ends.
   void* module = ::dlopen(path->c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (module == nullptr) {
-    return windowFailure("could not load the window module " + *path + ": " + lastLoadFailure());
+    return windowError("could not load the window module " + *path + ": " + lastLoadError());
   }
   const auto buildName = find<gtk::BuildName>(module, gtk::buildNameSymbol);
   const auto open = find<gtk::OpenDesktop>(module, gtk::openDesktopSymbol);
   if (buildName == nullptr || open == nullptr || std::strcmp(buildName(), gtk::buildName) != 0) {
-    return windowFailure("the window module " + *path + " belongs to another build of this tool");
+    return windowError("the window module " + *path + " belongs to another build of this tool");
   }
   return open;
 }
@@ -76,7 +75,7 @@ Result<gtk::OpenDesktop*> loadWindowModule(const std::vector<std::string>& paths
 Result<std::unique_ptr<gtk::WindowSystem>> openDesktop(const DisplayNames& displays,
                                                        const gtk::ModuleContext& context) {
   if (displays.x11.empty() && displays.wayland.empty()) {
-    return windowFailure("there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set");
+    return windowError("there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set");
   }
   const auto open = loadWindowModule(windowModulePaths(executablePath()));
   if (!open) return std::unexpected(open.error());
