@@ -5,40 +5,17 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <optional>
 #include <string>
 
 #include "fixtures.h"
+#include "support/path_variable.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
 namespace {
 
 using linux::findProgram;
-
-/// Has another PATH, or none, for as long as a test lasts.
-class PathVariable {
- public:
-  explicit PathVariable(const std::optional<std::string>& value) {
-    if (const char* before = std::getenv("PATH")) before_ = before;
-    set(value);
-  }
-  ~PathVariable() { set(before_); }
-  PathVariable(const PathVariable&) = delete;
-  PathVariable& operator=(const PathVariable&) = delete;
-
- private:
-  static void set(const std::optional<std::string>& value) {
-    if (value) {
-      setenv("PATH", value->c_str(), 1);
-    } else {
-      unsetenv("PATH");
-    }
-  }
-
-  std::optional<std::string> before_;
-};
 
 void putProgram(const std::string& path, mode_t mode = 0755) {
   putFile(path, "");

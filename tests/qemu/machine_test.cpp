@@ -10,6 +10,7 @@
 
 #include "host_fixture.h"
 #include "platform/qemu/kvm_probe.h"
+#include "support/path_variable.h"
 
 namespace parlen::qemu {
 namespace {
@@ -275,6 +276,30 @@ TEST_F(MachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
 
   runUntil([pid] { return !isAlive(pid); });
   ::close(ends[0]);
+}
+
+TEST_F(MachineTest, StartsWhateverPathSaysWhereItIsSupported) {
+  const test::TemporaryDirectory empty;
+  for (const auto& value : {std::optional<std::string>(), std::optional<std::string>(""),
+                            std::optional<std::string>(empty.path())}) {
+    const test::PathVariable searchPath(value);
+    const std::string name = value.value_or("unset");
+
+    EXPECT_TRUE(host().capabilities().isSupported()) << name;
+    EXPECT_TRUE(requireProgram(imageTool)) << name;
+    MachineStory story;
+    const auto machine = machineOf(makeGuest("guest" + std::to_string(name.size())), story);
+    machine->start(story.tell("started"));
+    runUntil([&] { return !story.happened.empty(); });
+    EXPECT_THAT(story.happened, ElementsAre("started")) << name << ": " << story.lastError;
+  }
+}
+
+TEST_F(MachineTest, SaysWhichProgramIsNotInstalled) {
+  const auto program = requireProgram("parlen-no-such-program");
+
+  ASSERT_FALSE(program);
+  EXPECT_EQ(program.error().description, "parlen-no-such-program is not installed");
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "host_fixture.h"
+#include "support/path_variable.h"
 
 namespace parlen::qemu {
 namespace {
@@ -18,10 +21,6 @@ using testing::IsEmpty;
 /// runs. Descriptor 3 is the script's end of the control socket.
 class ScriptedMachineTest : public HostTest {
  protected:
-  ~ScriptedMachineTest() override {
-    if (!pathBefore_.empty()) ::setenv("PATH", pathBefore_.c_str(), 1);
-  }
-
   /// The script says the greeting, answers the handshake and goes on with `rest`, whose first
   /// command is the one that lets the guest go.
   std::unique_ptr<platform::VirtualMachine> scriptedMachine(const std::string& rest) {
@@ -39,8 +38,7 @@ answer
     EXPECT_TRUE(files().createDirectories(path("bin")));
     EXPECT_TRUE(files().write(emulator, script));
     EXPECT_EQ(::chmod(emulator.c_str(), 0755), 0);
-    pathBefore_ = std::getenv("PATH");
-    ::setenv("PATH", (path("bin") + ":" + pathBefore_).c_str(), 1);
+    searchPath_.emplace(path("bin") + ":/usr/bin:/bin");
     auto machine = machineOf(configuration, story);
     machine->start(story.tell("started"));
     return machine;
@@ -67,7 +65,7 @@ answer
   MachineStory story;
 
  private:
-  std::string pathBefore_;
+  std::optional<test::PathVariable> searchPath_;
 };
 
 TEST_F(ScriptedMachineTest, IsPausedByItsDisksErrorAndWarnsOnceForEachPause) {

@@ -1,13 +1,12 @@
 #include "platform/qemu/guest_platform.h"
 
-#include <sys/stat.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
 #include <array>
-#include <cstdlib>
 #include <utility>
 
+#include "platform/linux/find_program.h"
 #include "platform/qemu/error.h"
 
 namespace parlen::qemu {
@@ -21,12 +20,6 @@ constexpr std::array guestPlatforms{
                   .firmwareCode = "/usr/share/OVMF/OVMF_CODE_4M.fd",
                   .firmwareVariables = "/usr/share/OVMF/OVMF_VARS_4M.fd"},
 };
-
-bool isProgram(const std::string& path) {
-  struct stat status{};
-  return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-         ::access(path.c_str(), X_OK) == 0;
-}
 
 bool isReadable(const char* path) { return ::access(path, R_OK) == 0; }
 
@@ -54,36 +47,17 @@ const GuestPlatform* findGuestPlatform(std::string_view architecture, std::strin
 
 bool isInstalled(const GuestPlatform& platform) {
   if (!isReadable(platform.firmwareCode) || !isReadable(platform.firmwareVariables)) return false;
-  // `status` feels a walk along a long PATH, and this is where a distribution puts them.
-  constexpr std::string_view usual = "/usr/bin";
+  // /usr/bin first: distributions install them there, and a walk along a long PATH slows `status`.
   for (const std::string_view program : {std::string_view(platform.emulator), imageTool}) {
-    if (!findProgram(program, usual) && !findProgram(program)) return false;
+    if (!linux::findProgram(program, "/usr/bin") && !linux::findProgram(program)) return false;
   }
   return true;
 }
 
 platform::Result<std::string> requireProgram(std::string_view name) {
-  auto path = findProgram(name);
+  auto path = linux::findProgram(name);
   if (!path) return error(std::string(name) + " is not installed");
   return *std::move(path);
-}
-
-std::optional<std::string> findProgram(std::string_view name) {
-  const char* directories = std::getenv("PATH");
-  if (directories == nullptr) return std::nullopt;
-  return findProgram(name, directories);
-}
-
-std::optional<std::string> findProgram(std::string_view name, std::string_view directories) {
-  while (true) {
-    const std::size_t end = directories.find(':');
-    const std::string_view directory = directories.substr(0, end);
-    std::string path = directory.empty() ? "." : std::string(directory);
-    path.append("/").append(name);
-    if (isProgram(path)) return path;
-    if (end == std::string_view::npos) return std::nullopt;
-    directories.remove_prefix(end + 1);
-  }
 }
 
 }  // namespace parlen::qemu

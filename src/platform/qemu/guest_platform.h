@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -29,14 +28,8 @@ const GuestPlatform* findGuestPlatform(std::string_view architecture, std::strin
 /// at the file system; no process is started.
 bool isInstalled(const GuestPlatform& platform);
 
-/// The program's path, from the directories that PATH names.
-std::optional<std::string> findProgram(std::string_view name);
-
-/// The same; the error says that the program is not installed.
+/// The path of the program `name`, by the same search. The error says that it is not installed.
 platform::Result<std::string> requireProgram(std::string_view name);
-
-/// The same in a given list of directories; an empty entry is the working directory.
-std::optional<std::string> findProgram(std::string_view name, std::string_view directories);
 
 inline constexpr std::string_view imageTool = "qemu-img";
 
