@@ -25,7 +25,7 @@ platform::MachineConfiguration valid() {
   return configuration;
 }
 
-std::string complaint(const platform::MachineConfiguration& configuration) {
+std::string errorOf(const platform::MachineConfiguration& configuration) {
   const auto result = validate(configuration, limits);
   return result ? "" : result.error().description;
 }
@@ -51,19 +51,19 @@ TEST(Limits, AreWholeMebibytesAndWhatTheBoardCanHave) {
   EXPECT_EQ(large.maximumMemorySize, (5 * 1024 - 1) * mebibyte);
 }
 
-TEST(Validation, AcceptsAMachineWithinTheLimits) { EXPECT_EQ(complaint(valid()), ""); }
+TEST(Validation, AcceptsAMachineWithinTheLimits) { EXPECT_EQ(errorOf(valid()), ""); }
 
 TEST(Validation, NamesTheNumberThatIsOutOfRange) {
   auto configuration = valid();
   configuration.cpuCount = 5;
-  EXPECT_EQ(complaint(configuration), "the CPU count 5 is not between 1 and 4");
+  EXPECT_EQ(errorOf(configuration), "the CPU count 5 is not between 1 and 4");
 
   configuration.cpuCount = -1;
-  EXPECT_EQ(complaint(configuration), "the CPU count -1 is not between 1 and 4");
+  EXPECT_EQ(errorOf(configuration), "the CPU count -1 is not between 1 and 4");
 
   configuration = valid();
   configuration.memorySize = 1;
-  EXPECT_EQ(complaint(configuration),
+  EXPECT_EQ(errorOf(configuration),
             "the memory size 1 is not between 134217728 and 1073741824 bytes");
 }
 
@@ -71,7 +71,7 @@ TEST(Validation, RefusesAFractionOfAMebibyte) {
   auto configuration = valid();
   configuration.memorySize = 200 * mebibyte + 4096;
 
-  EXPECT_EQ(complaint(configuration), "the memory size 209719296 is no multiple of 1 MiB");
+  EXPECT_EQ(errorOf(configuration), "the memory size 209719296 is no multiple of 1 MiB");
 }
 
 TEST(Validation, RefusesAMulticastAddress) {
@@ -79,37 +79,37 @@ TEST(Validation, RefusesAMulticastAddress) {
   configuration.networkDevices = {{.attachment = platform::NetworkAttachment::nat,
                                    .macAddress = platform::parseMacAddress("03:00:00:00:00:01")}};
 
-  EXPECT_EQ(complaint(configuration), "the MAC address 03:00:00:00:00:01 is a multicast address");
+  EXPECT_EQ(errorOf(configuration), "the MAC address 03:00:00:00:00:01 is a multicast address");
 }
 
 TEST(Validation, RefusesWhatIsNotOfThisHost) {
   auto configuration = valid();
   configuration.hardwareModel =
       HardwareModel::parse(R"({"architecture":"s390x","firmware":"none","machineType":"virtio"})");
-  EXPECT_EQ(complaint(configuration), "the configuration has no hardware model of this host");
+  EXPECT_EQ(errorOf(configuration), "the configuration has no hardware model of this host");
 
   configuration = valid();
   configuration.machineIdentifier = nullptr;
-  EXPECT_EQ(complaint(configuration), "the configuration has no machine identifier of this host");
+  EXPECT_EQ(errorOf(configuration), "the configuration has no machine identifier of this host");
 
   configuration = valid();
   configuration.auxiliaryStorage = nullptr;
-  EXPECT_EQ(complaint(configuration), "the configuration has no auxiliary storage of this host");
+  EXPECT_EQ(errorOf(configuration), "the configuration has no auxiliary storage of this host");
 
   configuration = valid();
   configuration.storageDevices = {{nullptr}};
-  EXPECT_EQ(complaint(configuration), "the configuration has a disk that is not of this host");
+  EXPECT_EQ(errorOf(configuration), "the configuration has a disk that is not of this host");
 }
 
 TEST(Validation, RefusesASecondDisplayAndATagThatDoesNotFit) {
   auto configuration = valid();
   configuration.graphicsDevices = {{.displays = {{}, {}}}};
-  EXPECT_EQ(complaint(configuration), "this host gives a guest one display at most");
+  EXPECT_EQ(errorOf(configuration), "this host gives a guest one display at most");
 
   configuration = valid();
   configuration.directorySharingDevices = {
       {.tag = std::string(32, 'x'), .path = "/", .access = platform::ShareAccess::readOnly}};
-  EXPECT_NE(complaint(configuration), "");
+  EXPECT_NE(errorOf(configuration), "");
 }
 
 platform::MachineConfiguration configuration() {
@@ -203,7 +203,7 @@ TEST(Arguments, LeaveTheAddressToQemuIfThereIsNone) {
               Contains("virtio-net-pci,netdev=net0"));
 }
 
-TEST(Arguments, OpenABlockDeviceAsOneAndAReadOnlyDiskToRead) {
+TEST(Arguments, OpenABlockDeviceReadOnly) {
   auto machine = configuration();
   machine.storageDevices = {
       {std::make_shared<DiskAttachment>("/dev/sdz", DiskKind::blockDevice, DiskAccess::readOnly)}};

@@ -98,7 +98,7 @@ TEST_F(Storage, IsCreatedAsACopyOfTheFirmwaresVariables) {
   EXPECT_TRUE(checkAuxiliaryStorage(path("aux"), platform));
 }
 
-TEST_F(Storage, IsNotCreatedWhereEvenALinkIs) {
+TEST_F(Storage, IsNotCreatedOverALink) {
   const GuestPlatform& platform = firmware();
   ASSERT_EQ(symlink("nowhere", path("aux").c_str()), 0);
 
@@ -140,7 +140,7 @@ TEST_F(Storage, AttachesAFileAsADisk) {
   EXPECT_EQ(disk->kind(), DiskKind::file);
 }
 
-TEST_F(Storage, RefusesADirectoryAndAFifoAsADiskWithoutWaiting) {
+TEST_F(Storage, RefusesADirectoryAndAFifoAsADisk) {
   ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
 
   EXPECT_FALSE(attachDisk(path(""), DiskAccess::readWrite));

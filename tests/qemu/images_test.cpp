@@ -49,14 +49,14 @@ TEST(ImageHeader, OfACompleteImageReachesNothingElse) {
   EXPECT_EQ(reachesOutside("# a shell script\necho version=1\n"), std::nullopt);
 }
 
-TEST(ImageHeader, TellsABackingFile) {
+TEST(ImageHeader, RecognizesABackingFile) {
   std::string header = qcow2(3);
   header[14] = 1;
 
   EXPECT_EQ(reachesOutside(header), "needs a backing file");
 }
 
-TEST(ImageHeader, TellsAnExternalDataFile) {
+TEST(ImageHeader, RecognizesAnExternalDataFile) {
   std::string header = qcow2(3);
   header[79] = 4;
 
@@ -65,7 +65,7 @@ TEST(ImageHeader, TellsAnExternalDataFile) {
   EXPECT_EQ(reachesOutside(header), std::nullopt);
 }
 
-TEST(ImageHeader, TellsAVmdkDescriptorInEachOfItsForms) {
+TEST(ImageHeader, RecognizesAVmdkDescriptorInEachOfItsForms) {
   std::string sparse = "KDMV" + std::string(100, '\0');
   const char* sentence = "is a VMDK descriptor, which names other files";
 
@@ -93,20 +93,20 @@ TEST(ImageInfo, NamesTheFormatOfACompleteImage) {
             "qcow2");
 }
 
-TEST(ImageInfo, TellsABackingFile) {
+TEST(ImageInfo, RecognizesABackingFile) {
   const auto reason = std::unexpected(std::string("needs a backing file"));
 
   EXPECT_EQ(usableFormat(R"({"format": "qcow2", "backing-filename": "/etc/passwd"})"), reason);
   EXPECT_EQ(usableFormat(R"({"format": "qed", "full-backing-filename": "x"})"), reason);
 }
 
-TEST(ImageInfo, TellsAnExternalDataFile) {
+TEST(ImageInfo, RecognizesAnExternalDataFile) {
   EXPECT_EQ(usableFormat(R"({"format": "qcow2",
                              "format-specific": {"data": {"data-file": "/etc/passwd"}}})"),
             std::unexpected("keeps its data in another file"));
 }
 
-TEST(ImageInfo, TellsAnImageOfSeveralFiles) {
+TEST(ImageInfo, RecognizesAnImageOfSeveralFiles) {
   const auto reason = std::unexpected(std::string("consists of several files"));
   const auto withExtents = [](const std::string& extents) {
     return usableFormat(R"({"filename": "a.vmdk", "format": "vmdk",
@@ -122,12 +122,12 @@ TEST(ImageInfo, TellsAnImageOfSeveralFiles) {
   EXPECT_EQ(withExtents("5"), reason);
 }
 
-TEST(ImageInfo, TellsAnEncryptedImage) {
+TEST(ImageInfo, RecognizesAnEncryptedImage) {
   EXPECT_EQ(usableFormat(R"({"format": "qcow2", "encrypted": true})"),
             std::unexpected("is encrypted"));
 }
 
-TEST(ImageInfo, TellsWhatItCannotRead) {
+TEST(ImageInfo, RefusesWhatItCannotRead) {
   EXPECT_EQ(usableFormat("{}"), std::unexpected("cannot be examined: its format is not known"));
   EXPECT_EQ(usableFormat(R"({"format": 5})"),
             std::unexpected("cannot be examined: its format is not known"));
@@ -156,7 +156,7 @@ TEST(ConvertProgress, NeverGoesBeyondTheWhole) {
   EXPECT_THAT(ConvertProgress().add("(999.99/100%)"), ElementsAre(1.0));
 }
 
-TEST(ConvertProgress, LeavesOutWhatIsNoPercentage) {
+TEST(ConvertProgress, SkipsWhatIsNoPercentage) {
   for (const char* output : {"(/", "(5/100%)", "(.50/100%)", "(5.5/100%)", "(1.2.3/", "(-1.00/",
                              "(1234567.89/", "12.34/100%)", "(12.34%)", "(1 2.34/"}) {
     EXPECT_THAT(ConvertProgress().add(output), IsEmpty()) << output;

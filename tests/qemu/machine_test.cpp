@@ -30,38 +30,38 @@ SubprocessExit signalled(int signal, std::string message = "") {
   return {.exit = {.status = std::nullopt, .signal = signal}, .lastMessage = std::move(message)};
 }
 
-TEST(MachineEnd, IsInOrderOnlyIfTheGuestShutDownAndQemuEndedWell) {
-  EXPECT_EQ(failureOf(exited(0), "guest-shutdown"), std::nullopt);
-  EXPECT_EQ(failureOf(exited(1, "disk full"), "guest-shutdown"),
+TEST(MachineEnd, IsNoErrorOnlyAfterAShutdownAndStatusZero) {
+  EXPECT_EQ(endError(exited(0), "guest-shutdown"), std::nullopt);
+  EXPECT_EQ(endError(exited(1, "disk full"), "guest-shutdown"),
             "QEMU has ended with status 1: disk full");
-  EXPECT_EQ(failureOf(signalled(SIGKILL), "guest-shutdown"), "QEMU was ended by signal 9 (Killed)");
+  EXPECT_EQ(endError(signalled(SIGKILL), "guest-shutdown"), "QEMU was ended by signal 9 (Killed)");
 }
 
 TEST(MachineEnd, NamesThePanicOfAGuest) {
-  EXPECT_EQ(failureOf(exited(0), "guest-panic"), "the guest's operating system has crashed");
+  EXPECT_EQ(endError(exited(0), "guest-panic"), "the guest's operating system has crashed");
 }
 
-TEST(MachineEnd, NamesWhoAskedQemuToEnd) {
-  EXPECT_EQ(failureOf(exited(0, "terminating on signal 15 from pid 7 (sh)"), "host-signal"),
+TEST(MachineEnd, NamesTheSignalThatQemuReceived) {
+  EXPECT_EQ(endError(exited(0, "terminating on signal 15 from pid 7 (sh)"), "host-signal"),
             "QEMU was asked to end by a signal: terminating on signal 15 from pid 7 (sh)");
 }
 
-TEST(MachineEnd, WithoutAnAnnouncementIsAFailure) {
-  EXPECT_EQ(failureOf(exited(0), ""), "QEMU has ended with status 0");
-  EXPECT_EQ(failureOf(exited(1, "oops"), ""), "QEMU has ended with status 1: oops");
-  EXPECT_EQ(failureOf(signalled(SIGABRT, "assertion failed"), ""),
+TEST(MachineEnd, WithoutAShutdownEventIsAnError) {
+  EXPECT_EQ(endError(exited(0), ""), "QEMU has ended with status 0");
+  EXPECT_EQ(endError(exited(1, "oops"), ""), "QEMU has ended with status 1: oops");
+  EXPECT_EQ(endError(signalled(SIGABRT, "assertion failed"), ""),
             "QEMU was ended by signal 6 (Aborted): assertion failed");
 }
 
 TEST(MachineEnd, DoesNotBlameAnOldWarning) {
-  EXPECT_EQ(failureOf(signalled(SIGKILL, "warning: slow"), ""),
+  EXPECT_EQ(endError(signalled(SIGKILL, "warning: slow"), ""),
             "QEMU was ended by signal 9 (Killed)");
 }
 
-TEST(MachineEnd, OfAStartIsWhatQemuSaid) {
-  EXPECT_EQ(startFailureOf(exited(1, "no such file")), "QEMU cannot start: no such file");
-  EXPECT_EQ(startFailureOf(exited(1)), "QEMU has ended with status 1 while it was starting");
-  EXPECT_EQ(startFailureOf(signalled(SIGKILL)),
+TEST(MachineEnd, DuringAStartIsWhatQemuSaid) {
+  EXPECT_EQ(startError(exited(1, "no such file")), "QEMU cannot start: no such file");
+  EXPECT_EQ(startError(exited(1)), "QEMU has ended with status 1 while it was starting");
+  EXPECT_EQ(startError(signalled(SIGKILL)),
             "QEMU was ended by signal 9 (Killed) while it was starting");
 }
 
@@ -84,7 +84,7 @@ class MachineTest : public HostTest {
   }
 };
 
-TEST_F(MachineTest, EndsWithAnErrorWhenQemuIsKilledWhileItRuns) {
+TEST_F(MachineTest, ReportsAnErrorWhenQemuIsKilled) {
   MachineStory story;
   const auto machine = runningMachine(story);
 
@@ -108,7 +108,7 @@ TEST_F(MachineTest, FailsToStartWhenQemuIsKilledWhileItStarts) {
   EXPECT_EQ(story.lastError, "QEMU was ended by signal 9 (Killed) while it was starting");
 }
 
-TEST_F(MachineTest, EndsWithAnErrorWhenQemuIsKilledAfterAStopRequest) {
+TEST_F(MachineTest, ReportsAnErrorWhenKilledAfterAStopRequest) {
   MachineStory story;
   const auto machine = runningMachine(story);
   ASSERT_TRUE(machine->requestStop());
@@ -119,7 +119,7 @@ TEST_F(MachineTest, EndsWithAnErrorWhenQemuIsKilledAfterAStopRequest) {
   EXPECT_THAT(story.happened, ElementsAre("started", "stopped with an error"));
 }
 
-TEST_F(MachineTest, FailsAPauseUnderWayBeforeItReportsThatQemuWasKilled) {
+TEST_F(MachineTest, FailsThePendingPauseBeforeItReportsAKill) {
   MachineStory story;
   const auto machine = runningMachine(story);
   const int pid = qemu();
@@ -132,7 +132,7 @@ TEST_F(MachineTest, FailsAPauseUnderWayBeforeItReportsThatQemuWasKilled) {
   EXPECT_THAT(story.happened, ElementsAre("started", "pause failed", "stopped with an error"));
 }
 
-TEST_F(MachineTest, SaysWhoAskedQemuToEnd) {
+TEST_F(MachineTest, SaysWhichSignalEndedQemu) {
   MachineStory story;
   const auto machine = runningMachine(story);
 
@@ -143,7 +143,7 @@ TEST_F(MachineTest, SaysWhoAskedQemuToEnd) {
   EXPECT_THAT(story.lastError, HasSubstr("asked to end by a signal: terminating on signal 15"));
 }
 
-TEST_F(MachineTest, StopsHardEvenIfQemuHearsNothing) {
+TEST_F(MachineTest, StopsEvenIfQemuHangs) {
   MachineStory story;
   const auto machine = runningMachine(story);
   ::kill(qemu(), SIGSTOP);
@@ -249,7 +249,7 @@ TEST_F(MachineTest, RunsQemuInASessionOfItsOwn) {
   EXPECT_EQ(::getsid(qemu()), qemu());
 }
 
-TEST_F(MachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
+TEST_F(MachineTest, KillsQemuWhenThisProcessIsKilled) {
   const auto configuration = makeGuest("guest");
   std::array<int, 2> ends{};
   ASSERT_EQ(::pipe(ends.data()), 0);
@@ -278,7 +278,7 @@ TEST_F(MachineTest, TakesQemuAlongWhenThisProcessIsKilled) {
   ::close(ends[0]);
 }
 
-TEST_F(MachineTest, StartsWhateverPathSaysWhereItIsSupported) {
+TEST_F(MachineTest, StartsWhateverPathIsWhereItIsSupported) {
   const test::TemporaryDirectory empty;
   for (const auto& value : {std::optional<std::string>(), std::optional<std::string>(""),
                             std::optional<std::string>(empty.path())}) {

@@ -26,9 +26,9 @@ struct Received {
   std::vector<Descriptor> descriptors;
 };
 
-// One message, at most `most` bytes of it.
-void receive(const Descriptor& socket, std::size_t most, Received& received) {
-  std::string bytes(most, '\0');
+/// Receives one message, up to `maxBytes` of it.
+void receive(const Descriptor& socket, std::size_t maxBytes, Received& received) {
+  std::string bytes(maxBytes, '\0');
   iovec vector{.iov_base = bytes.data(), .iov_len = bytes.size()};
   alignas(cmsghdr) std::array<char, CMSG_SPACE(4 * sizeof(int))> space{};
   msghdr message{};
@@ -62,7 +62,7 @@ class QmpClientTest : public testing::Test {
   std::optional<QmpClient> client_;
 };
 
-TEST_F(QmpClientTest, HandsAViewersSocketOverWithTheCommandThatNamesIt) {
+TEST_F(QmpClientTest, SendsAViewersSocketWithItsCommand) {
   auto viewer = linux::makeSocketPair().value();
 
   client_->addViewer(std::move(viewer.theirs), [](const platform::Result<>&) {});
@@ -82,7 +82,7 @@ TEST_F(QmpClientTest, HandsAViewersSocketOverWithTheCommandThatNamesIt) {
             "\n");
 }
 
-TEST_F(QmpClientTest, KeepsEachViewersSocketAtItsOwnCommand) {
+TEST_F(QmpClientTest, SendsEachViewersSocketWithItsOwnCommand) {
   // So many commands that the socket is full before the viewers' come.
   constexpr int many = 20000;
   for (int i = 0; i < many; ++i) client_->execute("stop", [](const platform::Result<>&) {});
@@ -152,7 +152,7 @@ TEST_F(QemuProcessTest, IsReadyWhenItsCommandsAreTaken) {
   EXPECT_EQ(end->exit.status, 0);
 }
 
-TEST_F(QemuProcessTest, IsHeardToTheLastEventBeforeItsEndIsTold) {
+TEST_F(QemuProcessTest, HandlesTheLastEventBeforeItsExit) {
   start(std::string(greet) + R"(
     for i in 1 2 3 4 5; do echo '{"event": "E"}' >&3; done
     printf '{"event": "S' >&3; printf 'HUTDOWN"}\r\n' >&3
@@ -164,7 +164,7 @@ TEST_F(QemuProcessTest, IsHeardToTheLastEventBeforeItsEndIsTold) {
   EXPECT_EQ(end->exit.status, 3);
 }
 
-TEST_F(QemuProcessTest, KeepsItsOutputForTheErrorOnly) {
+TEST_F(QemuProcessTest, KeepsItsLastMessage) {
   start("echo 'on standard output'; echo 'sh: the reason' >&2; exit 1");
 
   runToTheEnd();
@@ -173,7 +173,7 @@ TEST_F(QemuProcessTest, KeepsItsOutputForTheErrorOnly) {
   EXPECT_THAT(heard, ElementsAre("ended"));
 }
 
-TEST_F(QemuProcessTest, TellsTheSignalThatEndedIt) {
+TEST_F(QemuProcessTest, ReportsTheSignalThatEndedIt) {
   start("kill -9 $$");
 
   runToTheEnd();
@@ -182,7 +182,7 @@ TEST_F(QemuProcessTest, TellsTheSignalThatEndedIt) {
   EXPECT_EQ(end->exit.signal, 9);
 }
 
-TEST_F(QemuProcessTest, WaitsForTheProcessAfterTheControlSocketHasEnded) {
+TEST_F(QemuProcessTest, WaitsForTheExitAfterTheSocketHasClosed) {
   start(std::string(greet) + "exec 3>&- 3<&-; read line; exit 0");
 
   runUntilReady();

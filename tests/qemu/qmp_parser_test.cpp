@@ -15,7 +15,7 @@ QmpEvent event(std::string name, text::JsonValue data = {}) {
   return {.name = std::move(name), .data = std::move(data)};
 }
 
-TEST(QmpParser, TellsGreetingRepliesAndEventsApart) {
+TEST(QmpParser, ReadsGreetingRepliesAndEvents) {
   QmpParser parser;
 
   EXPECT_THAT(
@@ -43,14 +43,14 @@ TEST(QmpParser, GivesTheSameMessagesHoweverTheStreamIsCut) {
   }
 }
 
-TEST(QmpParser, LeavesOutWhatIsNoMessage) {
+TEST(QmpParser, SkipsWhatIsNoMessage) {
   QmpParser parser;
 
   EXPECT_THAT(parser.add("\n[]\n1\nnot JSON\n{\"event\": 5}\n{}\n{\"event\":\"A\"}\n"),
               ElementsAre(QmpMessage(event("A"))));
 }
 
-TEST(QmpParser, GivesAReplyToAnUnreadableCommandNoNumber) {
+TEST(QmpParser, ReadsAReplyWithoutAnId) {
   QmpParser parser;
 
   EXPECT_THAT(parser.add("{\"error\": {\"desc\": \"bad\"}}\n{\"error\": 1, \"id\": \"x\"}\n"),
@@ -58,9 +58,9 @@ TEST(QmpParser, GivesAReplyToAnUnreadableCommandNoNumber) {
                           QmpMessage(QmpReply{.id = std::nullopt, .error = "unknown error"})));
 }
 
-TEST(QmpParser, LeavesOutALineThatIsTooLongAndGoesOnBehindIt) {
+TEST(QmpParser, SkipsALineThatIsTooLong) {
   QmpParser parser;
-  const std::string half(QmpParser::longestLine, ' ');
+  const std::string half(QmpParser::maxLineLength, ' ');
 
   EXPECT_THAT(parser.add(half), IsEmpty());
   EXPECT_THAT(parser.add(half), IsEmpty());

@@ -20,8 +20,8 @@ class RestoreImageTest : public HostTest {
     runUntil([&] { return result.has_value(); });
     return *result;
   }
-  /// What is said about an image that is refused; empty for one that is not.
-  std::string complaint(const std::string& name) {
+  /// The error of loading an image; empty if there is none.
+  std::string errorOf(const std::string& name) {
     const Loaded loaded = load(name);
     return loaded ? "" : loaded.error().description;
   }
@@ -52,7 +52,7 @@ TEST_F(RestoreImageTest, MayBeOfAnyFormatThatIsCompleteInItself) {
   for (const std::string format : {"qcow2", "vmdk", "vdi", "vhdx", "vpc", "qcow", "qed"}) {
     shell("qemu-img convert -f raw -O " + format + " raw " + format);
 
-    EXPECT_EQ(complaint(format), "");
+    EXPECT_EQ(errorOf(format), "");
     const auto installed = install(format, "guest-" + format);
 
     EXPECT_TRUE(installed) << installed.error().description;
@@ -75,19 +75,19 @@ TEST_F(RestoreImageTest, IsADiskAndNotJustAnyFile) {
   ASSERT_TRUE(files().write(path("text"), std::string(5000, 'x')));
   ASSERT_TRUE(files().write(path("nothing"), ""));
 
-  EXPECT_EQ(complaint("text"), sentence("text", "is not a disk image"));
-  EXPECT_EQ(complaint("nothing"), sentence("nothing", "is empty"));
+  EXPECT_EQ(errorOf("text"), sentence("text", "is not a disk image"));
+  EXPECT_EQ(errorOf("nothing"), sentence("nothing", "is empty"));
 }
 
 TEST_F(RestoreImageTest, IsAFileThatCanBeRead) {
   ASSERT_TRUE(files().createDirectories(path("folder")));
   ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
 
-  EXPECT_EQ(complaint("missing"),
+  EXPECT_EQ(errorOf("missing"),
             "could not read the restore image " + path("missing") + ": No such file or directory");
-  EXPECT_EQ(complaint("folder"),
+  EXPECT_EQ(errorOf("folder"),
             "could not read the restore image " + path("folder") + ": Is a directory");
-  EXPECT_EQ(complaint("fifo"),
+  EXPECT_EQ(errorOf("fifo"),
             "could not read the restore image " + path("fifo") + ": it is not a file");
 }
 
@@ -101,19 +101,19 @@ TEST_F(RestoreImageTest, DoesNotReachOtherFiles) {
       "qemu-img create -f vmdk -b base.vmdk -F vmdk overlay.vmdk");
   shell("qemu-img create -f qed base.qed 1M && qemu-img create -f qed -b base.qed -F qed over.qed");
 
-  EXPECT_EQ(complaint("overlay"), sentence("overlay", "needs a backing file"));
-  EXPECT_EQ(complaint("split"), sentence("split", "keeps its data in another file"));
-  EXPECT_EQ(complaint("flat.vmdk"),
+  EXPECT_EQ(errorOf("overlay"), sentence("overlay", "needs a backing file"));
+  EXPECT_EQ(errorOf("split"), sentence("split", "keeps its data in another file"));
+  EXPECT_EQ(errorOf("flat.vmdk"),
             sentence("flat.vmdk", "is a VMDK descriptor, which names other files"));
-  EXPECT_EQ(complaint("overlay.vmdk"), sentence("overlay.vmdk", "needs a backing file"));
-  EXPECT_EQ(complaint("over.qed"), sentence("over.qed", "needs a backing file"));
+  EXPECT_EQ(errorOf("overlay.vmdk"), sentence("overlay.vmdk", "needs a backing file"));
+  EXPECT_EQ(errorOf("over.qed"), sentence("over.qed", "needs a backing file"));
 }
 
 TEST_F(RestoreImageTest, IsWhole) {
   makeRawDisk("raw");
   shell("qemu-img convert -f raw -O qcow2 raw whole && head -c 270000 whole > truncated");
 
-  EXPECT_THAT(complaint("truncated"), HasSubstr(sentence("truncated", "is damaged: ")));
+  EXPECT_THAT(errorOf("truncated"), HasSubstr(sentence("truncated", "is damaged: ")));
 }
 
 TEST_F(RestoreImageTest, IsWholeInAFormatWhoseCheckDoesNotLook) {
@@ -124,23 +124,23 @@ TEST_F(RestoreImageTest, IsWholeInAFormatWhoseCheckDoesNotLook) {
           " && truncate -s -1500000 whole." + format + " && qemu-img convert -f raw -O " + format +
           " raw good." + format);
 
-    EXPECT_THAT(complaint("whole." + format), HasSubstr("is damaged: ")) << format;
-    EXPECT_EQ(complaint("good." + format), "") << format;
+    EXPECT_THAT(errorOf("whole." + format), HasSubstr("is damaged: ")) << format;
+    EXPECT_EQ(errorOf("good." + format), "") << format;
   }
 }
 
-TEST_F(RestoreImageTest, WithABrokenHeaderIsNamedWithTheToolsReason) {
+TEST_F(RestoreImageTest, WithABrokenHeaderIsRefusedWithAReason) {
   ASSERT_TRUE(files().write(path("broken"),
                             "QFI\xfb" + std::string("\0\0\0\3", 4) + std::string(100, '\0')));
 
-  EXPECT_THAT(complaint("broken"), HasSubstr(sentence("broken", "cannot be read: ")));
+  EXPECT_THAT(errorOf("broken"), HasSubstr(sentence("broken", "cannot be read: ")));
 }
 
-TEST_F(RestoreImageTest, MayHaveANameThatLooksLikeAnOptionOrAList) {
-  for (const std::string name : {"-f", "a,b=c", "json:{}", "nbd:localhost:1", "with blank"}) {
+TEST_F(RestoreImageTest, MayHaveANameThatLooksLikeAnOption) {
+  for (const std::string name : {"-f", "a,b=c", "json:{}", "nbd:localhost:1", "with space"}) {
     makeRawDisk(name);
 
-    EXPECT_EQ(complaint(name), "");
+    EXPECT_EQ(errorOf(name), "");
     EXPECT_TRUE(install(name, "guest of " + name)) << name;
   }
 }
@@ -148,7 +148,7 @@ TEST_F(RestoreImageTest, MayHaveANameThatLooksLikeAnOptionOrAList) {
 TEST_F(RestoreImageTest, IsInstalledOnlyAsItWasExamined) {
   makeRawDisk("raw");
   EXPECT_THAT(install("raw", "early").error().description, EndsWith("has not been loaded"));
-  ASSERT_EQ(complaint("raw"), "");
+  ASSERT_EQ(errorOf("raw"), "");
   ASSERT_TRUE(files().write(path("raw"), "QFI\xfb"));
 
   EXPECT_THAT(install("raw", "late").error().description,
@@ -157,7 +157,7 @@ TEST_F(RestoreImageTest, IsInstalledOnlyAsItWasExamined) {
 
 TEST_F(RestoreImageTest, KeepsTheHolesOfTheDisk) {
   makeRawDisk("raw");
-  ASSERT_EQ(complaint("raw"), "");
+  ASSERT_EQ(errorOf("raw"), "");
 
   ASSERT_TRUE(install("raw", "guest"));
 

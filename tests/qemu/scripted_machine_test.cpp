@@ -22,7 +22,7 @@ using testing::IsEmpty;
 class ScriptedMachineTest : public HostTest {
  protected:
   /// The script says the greeting, answers the handshake and goes on with `rest`, whose first
-  /// command is the one that lets the guest go.
+  /// command is the one that resumes the guest.
   std::unique_ptr<platform::VirtualMachine> scriptedMachine(const std::string& rest) {
     return machineWithEmulator(R"(#!/bin/sh
 say() { printf '%s\r\n' "$1" >&3; }
@@ -68,7 +68,7 @@ answer
   std::optional<test::PathVariable> searchPath_;
 };
 
-TEST_F(ScriptedMachineTest, IsPausedByItsDisksErrorAndWarnsOnceForEachPause) {
+TEST_F(ScriptedMachineTest, WarnsOnceForEachPauseByADiskError) {
   const auto machine = scriptedMachine(R"(
     fail() {
       for i in 1 2 3; do
@@ -99,7 +99,7 @@ TEST_F(ScriptedMachineTest, IsPausedByItsDisksErrorAndWarnsOnceForEachPause) {
   EXPECT_THAT(diskWarnings(), ElementsAre(warning, warning));
 }
 
-TEST_F(ScriptedMachineTest, IsStoppedHardWhileItsDiskFails) {
+TEST_F(ScriptedMachineTest, StopsWhilePausedByADiskError) {
   const auto machine = scriptedMachine(R"(
     answer
     say '{"event": "BLOCK_IO_ERROR", "data": {"operation": "read", "action": "stop", "reason": "x"}}'
@@ -143,7 +143,7 @@ TEST_F(ScriptedMachineTest, RunsOnWhenTheGuestReboots) {
   EXPECT_THAT(story.happened, ElementsAre("started"));
 }
 
-TEST_F(ScriptedMachineTest, TellsAGuestThatShutDownBeforeTheStartCompleted) {
+TEST_F(ScriptedMachineTest, ReportsAShutdownBeforeTheStartCompletes) {
   const auto machine = scriptedMachine(powerOff);
 
   runUntilHappened(1);
@@ -151,7 +151,7 @@ TEST_F(ScriptedMachineTest, TellsAGuestThatShutDownBeforeTheStartCompleted) {
   EXPECT_THAT(story.happened, ElementsAre("guest stopped"));
 }
 
-TEST_F(ScriptedMachineTest, FailsToStartWhenQemuDoesNotLetTheGuestGo) {
+TEST_F(ScriptedMachineTest, FailsToStartIfQemuCannotResumeTheGuest) {
   const auto machine = scriptedMachine(R"(
     read -r command <&3
     case "$command" in *cont*) ;; *) exit 1;; esac
@@ -180,7 +180,7 @@ TEST_F(ScriptedMachineTest, PressesThePowerButtonUntilTheGuestIsGone) {
   EXPECT_THAT(story.happened, ElementsAre("started", "guest stopped"));
 }
 
-TEST_F(ScriptedMachineTest, TakesAnEndThatNobodyAskedForAsAnError) {
+TEST_F(ScriptedMachineTest, ReportsAnErrorIfQemuQuitsByItself) {
   const auto machine = scriptedMachine(R"(
     answer
     say '{"event": "SHUTDOWN", "data": {"guest": false, "reason": "host-error"}}'
@@ -193,7 +193,7 @@ TEST_F(ScriptedMachineTest, TakesAnEndThatNobodyAskedForAsAnError) {
   EXPECT_EQ(story.lastError, "QEMU has ended with status 0: the reason");
 }
 
-TEST_F(ScriptedMachineTest, DoesNotTakeAShutdownForWellThatQemuDidNotSurvive) {
+TEST_F(ScriptedMachineTest, ReportsAnErrorIfQemuDiesAfterAShutdown) {
   const auto machine = scriptedMachine(R"(
     answer
     say '{"event": "SHUTDOWN", "data": {"guest": true, "reason": "guest-shutdown"}}'
@@ -215,7 +215,7 @@ TEST_F(ScriptedMachineTest, FailsToStartWithWhatQemuSaidLast) {
   EXPECT_EQ(story.lastError, "QEMU cannot start: no such device");
 }
 
-TEST_F(ScriptedMachineTest, IsStoppedHardBeforeQemuSaysAnything) {
+TEST_F(ScriptedMachineTest, StopsBeforeQemuSaysAnything) {
   const auto machine = machineWithEmulator("#!/bin/sh\nread -r end <&3\n");
 
   machine->stop(story.tell("stopped"));

@@ -17,9 +17,7 @@ using platform::Result;
 // ---- validation ----
 
 Result<> validateNumbers(const MachineConfiguration& configuration, const MachineLimits& limits) {
-  const auto within = [](auto value, auto least, auto most) {
-    return value >= least && value <= most;
-  };
+  const auto within = [](auto value, auto min, auto max) { return value >= min && value <= max; };
   if (!within(configuration.cpuCount, limits.minimumCPUCount, limits.maximumCPUCount)) {
     return error("the CPU count " + std::to_string(configuration.cpuCount) + " is not between " +
                  std::to_string(limits.minimumCPUCount) + " and " +
@@ -37,7 +35,7 @@ Result<> validateNumbers(const MachineConfiguration& configuration, const Machin
   return {};
 }
 
-/// The handles must be this host's own, of a kind of guest that it knows.
+/// The handles must come from this host, for a kind of guest that it has.
 Result<> validateHandles(const MachineConfiguration& configuration) {
   const auto* model = dynamic_cast<const HardwareModel*>(configuration.hardwareModel.get());
   if (model == nullptr || model->platform() == nullptr) {
@@ -62,9 +60,9 @@ Result<> validateDevices(const MachineConfiguration& configuration) {
   std::size_t displays = 0;
   for (const auto& graphics : configuration.graphicsDevices) displays += graphics.displays.size();
   if (displays > 1) return error("this host gives a guest one display at most");
-  constexpr std::size_t longestTag = 31;
+  constexpr std::size_t maxTagLength = 31;  // QEMU hw/9pfs/9p.h: MAX_TAG_LEN, less the final zero
   for (const auto& share : configuration.directorySharingDevices) {
-    if (share.tag.empty() || share.tag.size() > longestTag) {
+    if (share.tag.empty() || share.tag.size() > maxTagLength) {
       return error("the share tag '" + share.tag + "' is not between 1 and 31 bytes long");
     }
   }
@@ -79,7 +77,7 @@ Result<> validateDevices(const MachineConfiguration& configuration) {
 
 // ---- arguments ----
 
-/// The list as it grows, one option with its value at a time.
+/// A list of arguments, built option by option.
 class Arguments {
  public:
   void add(std::string option) { list_.push_back(std::move(option)); }
@@ -93,8 +91,8 @@ class Arguments {
   std::vector<std::string> list_;
 };
 
-/// A file as a node of QEMU's block layer. The format is always named: a guest could write another
-/// format's header into its raw disk. Nothing in the path is taken for a protocol here.
+/// A file as a node of QEMU's block layer. The format is always given, because a guest can write
+/// another format's header to its raw disk. A path in this form is never taken for a protocol.
 std::string rawNode(const std::string& name, std::string_view driver, const std::string& path,
                     std::string_view options) {
   std::string node = "driver=raw,node-name=" + name;
@@ -109,7 +107,7 @@ void addBoard(Arguments& arguments, const MachineConfiguration& configuration,
   const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration.auxiliaryStorage);
   arguments.add("-nodefaults");
   arguments.add("-no-user-config");
-  arguments.add("-S");  // the guest waits until its events are heard
+  arguments.add("-S");  // paused, until the monitor socket is read
   arguments.add("-machine",
                 std::string(model.platform()->machineType) + ",pflash0=firmware,pflash1=variables");
   arguments.add("-accel", acceleration == Acceleration::kvm ? "kvm" : "tcg");
@@ -123,8 +121,8 @@ void addBoard(Arguments& arguments, const MachineConfiguration& configuration,
   arguments.add("-blockdev", rawNode("variables", "file", storage.path(), ""));
 }
 
-/// An error of the disk pauses the guest instead of reaching it: once there is space again, it goes
-/// on with nothing lost.
+/// An I/O error pauses the guest instead of being reported to it: once there is space again, it
+/// can be resumed and has lost nothing.
 void addDisk(Arguments& arguments, const DiskAttachment& disk, std::size_t index) {
   const std::string name = "disk" + std::to_string(index);
   const bool isFile = disk.kind() == DiskKind::file;
@@ -150,7 +148,7 @@ void addEntropy(Arguments& arguments, std::size_t index) {
   arguments.add("-device", "virtio-rng-pci,rng=" + name);
 }
 
-/// The device draws with twice the picture's memory; with less, a driver chooses a smaller picture.
+/// Video memory for two pictures: with less, the guest's driver chooses a smaller mode.
 std::string videoDevice(const platform::Display& display) {
   constexpr std::uint64_t bytesPerPixel = 4;
   const std::uint64_t picture = static_cast<std::uint64_t>(display.widthInPixels) *
@@ -161,7 +159,8 @@ std::string videoDevice(const platform::Display& display) {
          ",yres=" + std::to_string(display.heightInPixels);
 }
 
-/// The host enforces the access, whatever the guest mounts. Files belong to the tool's user.
+/// QEMU enforces the access, however the guest mounts the share. New files belong to this
+/// process's user.
 void addShare(Arguments& arguments, const platform::DirectorySharingDevice& share,
               std::size_t index) {
   const std::string name = "share" + std::to_string(index);
@@ -194,12 +193,12 @@ void addDevices(Arguments& arguments, const MachineConfiguration& configuration)
   for (std::size_t i = 0; i < configuration.directorySharingDevices.size(); ++i) {
     addShare(arguments, configuration.directorySharingDevices[i], i);
   }
-  // Tells a guest's panic apart from its power-off.
+  // Reports a guest's panic, which else looks like a power-off.
   arguments.add("-device", "pvpanic-pci");
 }
 
-/// Nothing listens and no window opens; a viewer can be given to the display later, over the
-/// control socket, which needs the display server to be there.
+/// No port is opened and no window. The VNC server is there for viewers that the monitor socket
+/// adds later (add_client).
 void addConnections(Arguments& arguments) {
   arguments.add("-display", "none");
   arguments.add("-vnc", "none");
@@ -212,12 +211,11 @@ void addConnections(Arguments& arguments) {
 }  // namespace
 
 platform::MachineLimits limitsFor(std::int64_t processors, std::uint64_t memory) {
-  constexpr std::int64_t leastMaximum = 2;  // what a guest gets by default, even on one processor
-  constexpr std::int64_t greatestMaximum =
-      255;  // more need an interrupt controller of another kind
+  constexpr std::int64_t defaultProcessors = 2;  // a guest's, even on a host with one
+  constexpr std::int64_t maxProcessors = 255;    // more need another interrupt controller (x2APIC)
   constexpr std::uint64_t minimumMemory = 128 * mebibyte;
   return {.minimumCPUCount = 1,
-          .maximumCPUCount = std::clamp(processors, leastMaximum, greatestMaximum),
+          .maximumCPUCount = std::clamp(processors, defaultProcessors, maxProcessors),
           .minimumMemorySize = minimumMemory,
           .maximumMemorySize = std::max(minimumMemory, memory / mebibyte * mebibyte)};
 }

@@ -13,10 +13,10 @@ namespace parlen::qemu {
 
 inline constexpr std::uint64_t mebibyte = 1024 * 1024;
 
-/// The limits of a host with these resources.
+/// The limits on a host with `processors` processors and `memory` bytes.
 platform::MachineLimits limitsFor(std::int64_t processors, std::uint64_t memory);
 
-/// Whether a host with these limits runs such a machine. Looks at nothing but the values.
+/// Checks `configuration` against `limits` and this host's devices. Pure: opens no file.
 platform::Result<> validate(const platform::MachineConfiguration& configuration,
                             const platform::MachineLimits& limits);
 
@@ -25,14 +25,14 @@ enum class Acceleration { kvm, emulation };
 /// QEMU's descriptor for its end of the monitor socket.
 inline constexpr int monitorDescriptor = 3;
 
-/// The tag of a share that a guest of this host mounts by itself.
+/// The tag of a share that a guest mounts by itself.
 inline constexpr std::string_view shareTag = "parlen-share";
 
-/// QEMU's arguments for a valid configuration of this host.
+/// QEMU's arguments for a valid configuration. Pure.
 std::vector<std::string> buildArguments(const platform::MachineConfiguration& configuration,
                                         Acceleration acceleration);
 
-/// `value` as it stands inside an option of QEMU, where a comma ends the value.
+/// `value` for use inside an option of QEMU, where a comma ends a value and ",," is a comma.
 std::string escapeOption(std::string_view value);
 
 }  // namespace parlen::qemu

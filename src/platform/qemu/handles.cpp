@@ -41,7 +41,7 @@ const std::string* textMember(const text::JsonValue& object, std::string_view ke
 template <std::size_t size>
 std::array<std::uint8_t, size> randomBytes() {
   std::array<std::uint8_t, size> bytes{};
-  // Up to 256 bytes come whole once the kernel has its entropy; waiting for that can be
+  // getrandom(2): up to 256 bytes are never partial, but waiting for entropy at boot may be
   // interrupted.
   while (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
     if (errno != EINTR) std::abort();
@@ -49,7 +49,7 @@ std::array<std::uint8_t, size> randomBytes() {
   return bytes;
 }
 
-/// Non-blocking, so that a FIFO in the file's place is refused instead of waited for.
+/// O_NONBLOCK: opening a FIFO does not wait for its other end.
 Descriptor openExisting(const std::string& path, int access) {
   return Descriptor(::open(path.c_str(), access | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
 }
@@ -76,14 +76,15 @@ Result<> copyAll(const Descriptor& from, const Descriptor& to, const std::string
   }
 }
 
-/// -1 for anything but a regular file.
+/// In bytes; -1 if it is not a regular file.
 off_t lengthOf(const Descriptor& file) {
   struct stat status{};
   if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
   return status.st_size;
 }
 
-/// A store of variables is a firmware volume, whose header has a signature at a fixed place.
+/// A variable store is a firmware volume (UEFI PI specification, volume 3,
+/// EFI_FIRMWARE_VOLUME_HEADER): "_FVH" at offset 40.
 bool hasVolumeHeader(const Descriptor& file) {
   constexpr std::string_view signature = "_FVH";
   constexpr off_t signatureOffset = 40;
@@ -149,7 +150,7 @@ Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& pl
   const std::string original = platform.firmwareVariables;
   const Descriptor from = openExisting(original, O_RDONLY);
   if (!from) return linux::failure("read " + original, errno);
-  constexpr mode_t mode = 0666;  // less what the user's mask takes away
+  constexpr mode_t mode = 0666;  // before the umask
   Descriptor to(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   if (!to) return linux::failure("create " + path, errno);
   const auto copied = copyAll(from, to, path);
@@ -161,9 +162,9 @@ Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& pla
   const std::string original = platform.firmwareVariables;
   const Descriptor file = openExisting(path, O_RDWR);
   if (!file) return linux::failure("open the auxiliary storage " + path, errno);
-  const Descriptor pattern = openExisting(original, O_RDONLY);
-  if (!pattern) return linux::failure("read " + original, errno);
-  if (lengthOf(file) == lengthOf(pattern) && hasVolumeHeader(file)) return {};
+  const Descriptor reference = openExisting(original, O_RDONLY);
+  if (!reference) return linux::failure("read " + original, errno);
+  if (lengthOf(file) == lengthOf(reference) && hasVolumeHeader(file)) return {};
   return error("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
 }
 

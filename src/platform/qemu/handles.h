@@ -13,12 +13,12 @@
 #include "platform/qemu/guest_platform.h"
 
 namespace parlen::qemu {
-/// A guest's hardware as a small JSON text: its architecture, machine type and firmware.
+/// A guest's hardware as a JSON object: its architecture, machine type and firmware.
 class HardwareModel : public platform::HardwareModel {
  public:
   /// The model of a new guest of `platform`.
   explicit HardwareModel(const GuestPlatform& platform);
-  /// Null if the bytes are not such a text.
+  /// Null if `bytes` are not such an object.
   static std::shared_ptr<const HardwareModel> parse(std::string_view bytes);
 
   std::string dataRepresentation() const override { return text_; }
@@ -34,7 +34,7 @@ class HardwareModel : public platform::HardwareModel {
   const GuestPlatform* platform_ = nullptr;
 };
 
-/// 16 random bytes, which the guest sees as the UUID of its board.
+/// 16 random bytes, the UUID of the guest's board (SMBIOS).
 class MachineIdentifier : public platform::MachineIdentifier {
  public:
   using Bytes = std::array<std::uint8_t, 16>;
@@ -48,7 +48,7 @@ class MachineIdentifier : public platform::MachineIdentifier {
   Bytes bytes_;
 };
 
-/// The guest's own copy of the firmware's variable store.
+/// The guest's own copy of the firmware's variable store (UEFI variables).
 class AuxiliaryStorage : public platform::AuxiliaryStorage {
  public:
   explicit AuxiliaryStorage(std::string path) : path_(std::move(path)) {}
@@ -84,13 +84,14 @@ class Identities : public platform::GuestIdentities {
   platform::MacAddress randomMacAddress() override;
 };
 
-/// Copies the firmware's empty store to `path`, where nothing may be.
+/// Copies the firmware's initial variable store to `path`, which must not exist.
 platform::Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& platform);
 
-/// Whether the file at `path` can be a guest's store: its length and its volume header.
+/// Checks that the file at `path` is a variable store of `platform`, by its length and volume
+/// header.
 platform::Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform);
 
-/// Opens the image as the guest will, to hear now what would be refused then.
+/// Opens the image as QEMU will, so that an error shows now, and closes it again.
 platform::Result<DiskAttachment> attachDisk(const std::string& path, DiskAccess access);
 
 }  // namespace parlen::qemu

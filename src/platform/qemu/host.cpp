@@ -18,6 +18,7 @@ namespace {
 
 using platform::Result;
 
+/// In bytes; 0 if it is not known.
 std::uint64_t hostMemory() {
   const long pages = ::sysconf(_SC_PHYS_PAGES);
   const long pageSize = ::sysconf(_SC_PAGESIZE);
@@ -25,6 +26,7 @@ std::uint64_t hostMemory() {
   return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
 }
 
+/// A gtk::ConnectDisplay.
 std::optional<linux::Descriptor> connectDisplay(platform::VirtualMachine& machine) {
   auto* ours = dynamic_cast<Machine*>(&machine);
   if (ours == nullptr) return std::nullopt;

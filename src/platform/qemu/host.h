@@ -17,6 +17,7 @@
 
 namespace parlen::qemu {
 
+/// What this computer offers to guests.
 class Capabilities : public platform::HostCapabilities {
  public:
   bool isSupported() override;
@@ -24,6 +25,7 @@ class Capabilities : public platform::HostCapabilities {
   platform::MachineLimits limits() override;
 };
 
+/// Machines whose handles come from this host.
 class MachineFactory : public platform::MachineFactory {
  public:
   MachineFactory(linux::Loop& loop, platform::WarningSink warn,
@@ -46,7 +48,7 @@ class MachineFactory : public platform::MachineFactory {
   platform::HostCapabilities& capabilities_;
 };
 
-/// A process without windows: no desktop knows it, and none ends it for being idle.
+/// A process without windows, which no desktop knows.
 class HeadlessApplication : public platform::Application {
  public:
   explicit HeadlessApplication(platform::EventLoop& loop) : loop_(loop) {}
@@ -59,10 +61,10 @@ class HeadlessApplication : public platform::Application {
   platform::EventLoop& loop_;
 };
 
-/// Runs guests on QEMU. Making one looks at nothing; each part is made when it is first asked for.
+/// Runs guests on QEMU. Construction probes nothing; each part is made when it is first asked for.
 class Host : public platform::Host {
  public:
-  /// `reserveOutput` runs before any code is loaded that may print.
+  /// `reserveOutput` runs before the window module is loaded, whose libraries may print.
   Host(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput);
 
   platform::HostCapabilities& capabilities() override { return capabilities_; }

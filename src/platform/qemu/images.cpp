@@ -11,9 +11,9 @@ namespace {
 
 using text::JsonValue;
 
-// ---- headers ----
+// ---- image headers ----
 
-/// An unsigned number of 8 bytes, the greatest first; 0 beyond the header's end.
+/// The big-endian uint64 at offset `at`; 0 past the end.
 std::uint64_t bigEndian(std::string_view header, std::size_t at) {
   constexpr std::size_t width = 8;
   if (at > header.size() || header.size() - at < width) return 0;
@@ -28,19 +28,20 @@ bool holds(std::string_view header, std::size_t at, std::string_view bytes) {
   return at <= header.size() && header.substr(at).starts_with(bytes);
 }
 
-/// A descriptor is a text: comments and blank lines, then its version.
+/// A VMDK descriptor (VMDK specification, "The Descriptor File") is a text. QEMU recognizes it by
+/// comments and empty lines, then "version=" (QEMU block/vmdk.c, vmdk_probe).
 bool isVmdkDescriptor(std::string_view header) {
   while (true) {
     const std::size_t end = header.find('\n');
     const std::string_view line = header.substr(0, end);
-    const std::size_t blanks = std::min(line.find_first_not_of(" \t\r"), line.size());
-    if (line.substr(blanks).starts_with("version=")) return true;
-    if (end == std::string_view::npos || (blanks < line.size() && line[0] != '#')) return false;
+    const std::size_t spaces = std::min(line.find_first_not_of(" \t\r"), line.size());
+    if (line.substr(spaces).starts_with("version=")) return true;
+    if (end == std::string_view::npos || (spaces < line.size() && line[0] != '#')) return false;
     header.remove_prefix(end + 1);
   }
 }
 
-// ---- what qemu-img prints ----
+// ---- output of qemu-img ----
 
 const JsonValue* findPath(const JsonValue* value, std::initializer_list<std::string_view> path) {
   for (const std::string_view key : path) {
@@ -49,7 +50,7 @@ const JsonValue* findPath(const JsonValue* value, std::initializer_list<std::str
   return value;
 }
 
-/// An image of several files says so here; the only extent of a whole one is the image itself.
+/// Whether a VMDK has extents in other files; the only extent of a complete one is itself.
 bool hasForeignExtents(const JsonValue& info) {
   const JsonValue* member = findPath(&info, {"format-specific", "data", "extents"});
   if (member == nullptr) return false;
@@ -60,7 +61,7 @@ bool hasForeignExtents(const JsonValue& info) {
   return extent == nullptr || image == nullptr || *extent != *image;
 }
 
-constexpr std::size_t longestNumber = 6;  // "100.00"
+constexpr std::size_t maxNumberLength = 6;  // "100.00"
 
 /// "12.34" as a fraction of 100; nothing for any other text.
 std::optional<double> fractionOf(std::string_view percentage) {
@@ -80,6 +81,8 @@ std::optional<double> fractionOf(std::string_view percentage) {
 }  // namespace
 
 std::optional<std::string> reachesOutside(std::string_view header) {
+  // QEMU docs/interop/qcow2.txt: backing_file_offset at 8, incompatible_features at 72 (from
+  // version 3 on), bit 2 of it "External data file".
   constexpr std::string_view qcowMagic = "QFI\xfb";
   constexpr std::size_t backingFileOffset = 8;
   constexpr std::size_t incompatibleFeatures = 72;
@@ -92,7 +95,8 @@ std::optional<std::string> reachesOutside(std::string_view header) {
       return "keeps its data in another file";
     }
   }
-  // A sparse extent without a capacity holds a descriptor that is obeyed like a text of its own.
+  // VMDK specification, SparseExtentHeader: capacity at 12. QEMU obeys the embedded descriptor of
+  // an extent with capacity 0 as it obeys a descriptor file (QEMU block/vmdk.c).
   constexpr std::size_t vmdkCapacity = 12;
   const bool isEmptyExtent = header.starts_with("KDMV") && bigEndian(header, vmdkCapacity) == 0;
   if (isEmptyExtent || isVmdkDescriptor(header)) {
@@ -107,10 +111,10 @@ bool looksLikeDisk(std::string_view header) {
     std::string_view bytes;
   };
   constexpr std::array marks{
-      Mark{.offset = 510, .bytes = "\x55\xaa"},   // a boot sector, also of a GPT disk
-      Mark{.offset = 512, .bytes = "EFI PART"},   // a GUID partition table, sectors of 512 bytes
-      Mark{.offset = 4096, .bytes = "EFI PART"},  // the same with sectors of 4096
-      Mark{.offset = 32769, .bytes = "CD001"},    // ISO 9660
+      Mark{.offset = 510, .bytes = "\x55\xaa"},   // a master boot record, also a protective one
+      Mark{.offset = 512, .bytes = "EFI PART"},   // GPT header (UEFI 5.3.2), 512-byte sectors
+      Mark{.offset = 4096, .bytes = "EFI PART"},  // the same, 4096-byte sectors
+      Mark{.offset = 32769, .bytes = "CD001"},    // ISO 9660 volume descriptor, sector 16
   };
   return std::ranges::any_of(
       marks, [header](const Mark& mark) { return holds(header, mark.offset, mark.bytes); });
@@ -145,7 +149,7 @@ std::optional<std::uint64_t> endOfData(std::string_view json) {
   for (const text::JsonValue& extent : *extents) {
     const text::JsonValue* offset = extent.find("offset");
     const text::JsonValue* length = extent.find("length");
-    if (!offset || !length) continue;  // it lies nowhere in the file
+    if (!offset || !length) continue;  // it takes no space in the file
     end = std::max(end, offset->asUInt64().value_or(0) + length->asUInt64().value_or(0));
   }
   return end;
@@ -160,7 +164,7 @@ std::vector<double> ConvertProgress::add(std::string_view bytes) {
     } else if (inside_ && byte == '/') {
       inside_ = false;
       if (const auto fraction = fractionOf(number_)) fractions.push_back(*fraction);
-    } else if (inside_ && number_.size() < longestNumber &&
+    } else if (inside_ && number_.size() < maxNumberLength &&
                ((byte >= '0' && byte <= '9') || (byte == '.' && !number_.contains('.')))) {
       number_ += byte;
     } else {

@@ -24,12 +24,12 @@ constexpr std::uint64_t codeAddress = 0x1000;
 constexpr std::uint16_t serialPort = 0x3f8;
 constexpr std::uint8_t letter = 0x4f;
 
-// finit; mov al, letter; mov dx, serialPort; out dx, al; hlt. What only pretends to work fails at
-// the floating-point instruction.
+// finit; mov al, letter; mov dx, serialPort; out dx, al; hlt. Virtualization that is only half
+// there fails at the floating-point instruction.
 constexpr std::array<std::uint8_t, 11> code{0x9b, 0xdb, 0xe3, 0xb0, letter, 0x66,
                                             0xba, 0xf8, 0x03, 0xee, 0xf4};
 
-/// Shared memory of one or more pages, unmapped at the end; null if there is none.
+/// A mapping of memory, unmapped at the end; false if mmap failed.
 class Mapping {
  public:
   Mapping(std::size_t size, int flags, int descriptor)
@@ -48,8 +48,9 @@ class Mapping {
   void* address_;
 };
 
-bool giveMemory(const Descriptor& machine, const Mapping& memory) {
-  // Older Intel processors need three pages for themselves, at a place that nothing else uses.
+bool addMemory(const Descriptor& machine, const Mapping& memory) {
+  // Linux Documentation/virt/kvm/api.rst, KVM_SET_TSS_ADDR: Intel processors need three pages
+  // below 4 GiB that no memory slot uses.
   constexpr unsigned long taskStatePages = 0xfffbd000;
   if (::ioctl(machine.get(), KVM_SET_TSS_ADDR, taskStatePages) != 0) return false;
   const kvm_userspace_memory_region region{
@@ -73,8 +74,9 @@ kvm_segment flatSegment(std::uint8_t type, std::uint16_t selector) {
   return segment;
 }
 
-/// 32-bit protected mode without paging, all segments over all of the memory.
+/// Sets 32-bit protected mode without paging, with flat segments, and the instruction pointer.
 bool enterProtectedMode(const Descriptor& processor) {
+  // Segment types of the Intel SDM, volume 3: code, execute/read; data, read/write; both accessed.
   constexpr std::uint8_t executable = 11;
   constexpr std::uint8_t writable = 3;
   kvm_sregs segments{};
@@ -85,7 +87,7 @@ bool enterProtectedMode(const Descriptor& processor) {
   if (::ioctl(processor.get(), KVM_SET_SREGS, &segments) != 0) return false;
   kvm_regs registers{};
   registers.rip = codeAddress;
-  registers.rflags = 2;  // the bit that is always set
+  registers.rflags = 2;  // bit 1 is reserved and always set (Intel SDM, volume 1, EFLAGS)
   return ::ioctl(processor.get(), KVM_SET_REGS, &registers) == 0;
 }
 
@@ -103,10 +105,11 @@ bool writesTheLetterAndHalts(const Descriptor& processor, const Mapping& shared)
   return runsTo(processor, state, KVM_EXIT_HLT);
 }
 
+/// The beginning of /proc/cpuinfo; empty if it cannot be read.
 std::string readProcessorInformation() {
   const Descriptor file(::open("/proc/cpuinfo", O_RDONLY | O_CLOEXEC));
-  constexpr std::size_t enough = 65536;  // the flags of the first processor are in there
-  std::string text(enough, '\0');
+  constexpr std::size_t maxLength = 65536;  // holds at least the first processor's flags
+  std::string text(maxLength, '\0');
   const ssize_t count = file ? ::read(file.get(), text.data(), text.size()) : 0;
   text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
   return text;
@@ -142,10 +145,11 @@ bool hasVirtualizationFlag(std::string_view processorInformation) {
 
 bool runsProtectedModeCode() {
   const Descriptor device(::open("/dev/kvm", O_RDWR | O_CLOEXEC));
+  // The order of the calls is that of Linux Documentation/virt/kvm/api.rst.
   if (!device || ::ioctl(device.get(), KVM_GET_API_VERSION, 0) != KVM_API_VERSION) return false;
   const Descriptor machine(::ioctl(device.get(), KVM_CREATE_VM, 0));
   const Mapping memory(pageSize, MAP_PRIVATE | MAP_ANONYMOUS, -1);
-  if (!machine || !memory || !giveMemory(machine, memory)) return false;
+  if (!machine || !memory || !addMemory(machine, memory)) return false;
   std::ranges::copy(code, static_cast<std::uint8_t*>(memory.get()));
 
   const Descriptor processor(::ioctl(machine.get(), KVM_CREATE_VCPU, 0));

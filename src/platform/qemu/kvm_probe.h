@@ -4,14 +4,14 @@
 
 namespace parlen::qemu {
 
-/// Whether the kernel's virtualization runs guests here. A device that can be opened is not enough:
-/// inside some virtual machines it opens, and guests hang. Takes a few milliseconds.
+/// Whether KVM runs guests here. That /dev/kvm can be opened is not enough: inside some virtual
+/// machines it opens, and guests hang. Takes a few milliseconds.
 bool kvmWorks();
 
-/// Whether a text like that of /proc/cpuinfo names a processor that can run guests.
+/// Whether the text, in the format of /proc/cpuinfo, has the flag vmx (Intel) or svm (AMD).
 bool hasVirtualizationFlag(std::string_view processorInformation);
 
-/// Whether a virtual CPU on /dev/kvm runs a few instructions as it should.
+/// Whether a virtual CPU of /dev/kvm runs a few instructions correctly.
 bool runsProtectedModeCode();
 
 }  // namespace parlen::qemu

@@ -21,7 +21,7 @@ constexpr const char* monitorClosed = "QEMU does not listen any more";
 std::string exitText(const linux::ChildExit& exit) { return "QEMU " + describe(exit); }
 
 std::string withMessage(std::string sentence, const std::string& message) {
-  // A warning from long ago is not why it ended.
+  // A warning may be from long ago, and is not why QEMU ended.
   if (!message.empty() && !message.starts_with("warning: ")) sentence.append(": ").append(message);
   return sentence;
 }
@@ -40,7 +40,7 @@ void Machine::start(Completion done) {
   state_ = MachineState::starting;
   startDone_ = std::move(done);
   if (const auto launched = launch(); !launched) {
-    later([this, reason = launched.error().description] { ended(reason); });
+    later([this, reason = launched.error().description] { end(reason); });
   }
 }
 
@@ -49,15 +49,15 @@ Result<> Machine::launch() {
   const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration_.auxiliaryStorage);
   const auto emulator = requireProgram(model.platform()->emulator);
   if (!emulator) return std::unexpected(emulator.error());
-  // QEMU would run with a damaged store, and the guest would wait for ever in its firmware.
+  // QEMU runs with a damaged store, and the guest then hangs in its firmware.
   const auto usable = checkAuxiliaryStorage(storage.path(), *model.platform());
   if (!usable) return usable;
 
   auto process = QemuProcess::start(
       loop_, *emulator, buildArguments(configuration_, chooseAcceleration()),
-      {.monitor = {.onReady = [this] { ready(); },
-                   .onEvent = [this](const QmpEvent& event) { happened(event); }},
-       .onExit = [this](const SubprocessExit& exit) { processEnded(exit); }});
+      {.monitor = {.onReady = [this] { onReady(); },
+                   .onEvent = [this](const QmpEvent& event) { onQmpEvent(event); }},
+       .onExit = [this](const SubprocessExit& exit) { onExit(exit); }});
   if (!process) return std::unexpected(std::move(process).error());
   process_ = *std::move(process);
   return {};
@@ -69,18 +69,17 @@ Acceleration Machine::chooseAcceleration() {
   return Acceleration::emulation;
 }
 
-/// Only now have the devices been opened: a disk in use by another machine has ended QEMU before.
-/// The guest has waited until here, because what it does before QEMU is listened to would go
-/// unheard.
-void Machine::ready() {
+/// QEMU has opened its devices, so a disk that another machine uses has already failed. The guest
+/// was started paused (-S) so that no event is missed.
+void Machine::onReady() {
   takesCommands_ = true;
   for (linux::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
-  process_->monitor().execute("cont", [this](const Result<>& result) { started(result); });
+  process_->monitor().execute("cont", [this](const Result<>& result) { onStartReply(result); });
 }
 
-void Machine::started(const Result<>& result) {
+void Machine::onStartReply(const Result<>& result) {
   if (!result) {
-    startFailure_ = "QEMU cannot start: " + result.error().description;
+    startError_ = "QEMU cannot start: " + result.error().description;
     process_->kill();
   } else if (move(MachineState::starting, MachineState::running)) {
     deliver(startDone_, {});
@@ -105,29 +104,29 @@ bool Machine::move(MachineState from, MachineState to) {
   return true;
 }
 
-void Machine::happened(const QmpEvent& event) {
+void Machine::onQmpEvent(const QmpEvent& event) {
   if (event.name == "SHUTDOWN") {
-    // A panic is told once more as the power-off that follows it; the first reason is the true one.
+    // The power-off after a panic is another SHUTDOWN; the first reason is the cause.
     if (!shutdownReason_) shutdownReason_ = event.textOf("reason");
     state_ = MachineState::stopping;
   } else if (event.name == "STOP") {
-    // QEMU pauses the guest on its own too, when its disk fails.
+    // QEMU also pauses the guest by itself, on a disk error.
     if (!move(MachineState::pausing, MachineState::paused)) {
       move(MachineState::running, MachineState::paused);
     }
   } else if (event.name == "RESUME") {
-    diskFailureTold_ = false;
+    diskErrorReported_ = false;
     if (!move(MachineState::resuming, MachineState::running)) {
       move(MachineState::paused, MachineState::running);
     }
   } else if (event.name == "BLOCK_IO_ERROR") {
-    diskFailed(event);
+    onDiskError(event);
   }
 }
 
-/// Many requests can fail at once; the parent is told once per pause.
-void Machine::diskFailed(const QmpEvent& event) {
-  if (event.textOf("action") != "stop" || std::exchange(diskFailureTold_, true)) return;
+/// Many requests can fail at once; one warning per pause is enough.
+void Machine::onDiskError(const QmpEvent& event) {
+  if (event.textOf("action") != "stop" || std::exchange(diskErrorReported_, true)) return;
   const std::string_view what = event.textOf("operation") == "write" ? "writing" : "reading";
   warn_("the guest is paused: " + std::string(what) + " its disk failed (" +
         event.textOf("reason") + "); resuming tries again");
@@ -137,9 +136,9 @@ void Machine::pause(Completion done) {
   if (!canPause()) return deliver(done, error("the machine is not running"));
   if (!process_->monitor().isOpen()) return deliver(done, error(monitorClosed));
   state_ = MachineState::pausing;
-  toggleDone_ = std::move(done);
+  powerDone_ = std::move(done);
   process_->monitor().execute("stop", [this](const Result<>& result) {
-    toggled(MachineState::paused, MachineState::running, result);
+    onPowerReply(MachineState::paused, MachineState::running, result);
   });
 }
 
@@ -147,18 +146,19 @@ void Machine::resume(Completion done) {
   if (!canResume()) return deliver(done, error("the machine is not paused"));
   if (!process_->monitor().isOpen()) return deliver(done, error(monitorClosed));
   state_ = MachineState::resuming;
-  toggleDone_ = std::move(done);
+  powerDone_ = std::move(done);
   process_->monitor().execute("cont", [this](const Result<>& result) {
-    toggled(MachineState::running, MachineState::paused, result);
+    onPowerReply(MachineState::running, MachineState::paused, result);
   });
 }
 
-/// The event usually came first and has changed the state already; then it stays as it is now.
-void Machine::toggled(MachineState to, MachineState back, Result<> result) {
+/// The event usually comes before the reply and has already changed the state; then the reply does
+/// not change it.
+void Machine::onPowerReply(MachineState to, MachineState back, Result<> result) {
   const MachineState between =
       to == MachineState::paused ? MachineState::pausing : MachineState::resuming;
   move(between, result ? to : back);
-  deliver(toggleDone_, std::move(result));
+  deliver(powerDone_, std::move(result));
 }
 
 Result<> Machine::requestStop() {
@@ -168,7 +168,8 @@ Result<> Machine::requestStop() {
   return {};
 }
 
-/// A press is lost, without a sign, while firmware or an early kernel runs: press until it is gone.
+/// Firmware and early kernels ignore the power button: it is pressed every second until the guest
+/// has shut down.
 void Machine::pressPowerButton() {
   if (shutdownReason_ || !process_->monitor().isOpen() || is(MachineState::stopping)) return;
   if (!std::exchange(powerButtonHeld_, true)) {
@@ -176,58 +177,58 @@ void Machine::pressPowerButton() {
                                 [this](const Result<>&) { powerButtonHeld_ = false; });
   }
   constexpr std::chrono::seconds interval{1};
-  loop_.postDelayed(interval, [this, alive = std::weak_ptr(alive_)] {
-    if (!alive.expired() && process_) pressPowerButton();
-  });
+  loop_.postDelayed(interval, whileAlive([this] {
+                      if (process_) pressPowerButton();
+                    }));
 }
 
 void Machine::stop(Completion done) {
   if (life_ != Life::alive) return deliver(done, error("the machine is stopped already"));
-  // One end is reported once: a second stop changes nothing and hears nothing.
+  // The end is reported once: the completion of a second stop never runs.
   if (stopDone_) return;
   stopDone_ = std::move(done);
-  if (process_) endSoon();
+  if (process_) endProcess();
   state_ = MachineState::stopping;
 }
 
-/// QEMU closes its files in order if it still listens, but not for longer than this: what it has
-/// written is the kernel's by then.
-void Machine::endSoon() {
+/// Asks QEMU to quit, which closes its disks in order, and kills it after a timeout; the kernel has
+/// what it has written by then.
+void Machine::endProcess() {
   const bool takesCommands = !is(MachineState::starting) && process_->monitor().isOpen();
   if (takesCommands) process_->monitor().execute("quit", [](const Result<>&) {});
   if (!takesCommands && !shutdownReason_) return process_->kill();
-  constexpr std::chrono::seconds patience{2};
-  loop_.postDelayed(patience, [this, alive = std::weak_ptr(alive_)] {
-    if (!alive.expired() && process_) process_->kill();
-  });
+  constexpr std::chrono::seconds timeout{2};
+  loop_.postDelayed(timeout, whileAlive([this] {
+                      if (process_) process_->kill();
+                    }));
 }
 
-void Machine::processEnded(const SubprocessExit& exit) {
+void Machine::onExit(const SubprocessExit& exit) {
   const bool wasStarting = startDone_ != nullptr && !shutdownReason_;
-  if (wasStarting) return ended(startFailure_.value_or(startFailureOf(exit)));
-  ended(failureOf(exit, shutdownReason_.value_or("")));
+  if (wasStarting) return end(startError_.value_or(startError(exit)));
+  end(endError(exit, shutdownReason_.value_or("")));
 }
 
-void Machine::ended(const std::optional<std::string>& failure) {
-  const bool hadStarted = startDone_ == nullptr || !failure;
+void Machine::end(const std::optional<std::string>& reason) {
+  const bool hadStarted = startDone_ == nullptr || !reason;
   const bool wasAskedFor = stopDone_ != nullptr;
   life_ = Life::over;
-  state_ = failure && !wasAskedFor ? MachineState::error : MachineState::stopped;
-  if (toggleDone_) deliver(toggleDone_, error("the machine has ended"));
-  deliverEnd(failure, hadStarted);
+  state_ = reason && !wasAskedFor ? MachineState::error : MachineState::stopped;
+  if (powerDone_) deliver(powerDone_, error("the machine has ended"));
+  deliverEnd(reason, hadStarted);
   viewers_.clear();
   process_.reset();
 }
 
-/// Exactly one of the four ends.
-void Machine::deliverEnd(const std::optional<std::string>& failure, bool hadStarted) {
+/// Reports exactly one of the four ends of a machine.
+void Machine::deliverEnd(const std::optional<std::string>& reason, bool hadStarted) {
   if (stopDone_) {
     deliver(stopDone_, {});
   } else if (!hadStarted) {
-    deliver(startDone_, error(failure.value_or("")));
-  } else if (failure) {
-    later([this, reason = error(*failure).error()] {
-      if (delegate_ != nullptr) delegate_->didStopWithError(reason);
+    deliver(startDone_, error(reason.value_or("")));
+  } else if (reason) {
+    later([this, stopError = error(*reason).error()] {
+      if (delegate_ != nullptr) delegate_->didStopWithError(stopError);
     });
   } else {
     later([this] {
@@ -236,32 +237,34 @@ void Machine::deliverEnd(const std::optional<std::string>& failure, bool hadStar
   }
 }
 
-/// In the order of the calls, unless the machine has been destroyed by then.
-void Machine::later(platform::Work work) {
-  loop_.post([work = std::move(work), alive = std::weak_ptr(alive_)] {
+/// `work`, which does nothing once the machine has been destroyed.
+platform::Work Machine::whileAlive(platform::Work work) const {
+  return [work = std::move(work), alive = std::weak_ptr(alive_)] {
     if (!alive.expired()) work();
-  });
+  };
 }
+
+void Machine::later(platform::Work work) { loop_.post(whileAlive(std::move(work))); }
 
 void Machine::deliver(Completion& completion, Result<> result) {
   later([done = std::exchange(completion, nullptr), result = std::move(result)] { done(result); });
 }
 
-std::optional<std::string> failureOf(const SubprocessExit& end, std::string_view shutdownReason) {
-  // After anything but an orderly end of the process, its last writes may be missing.
-  const bool inOrder = end.exit.status == 0;
-  if (inOrder && shutdownReason == "guest-shutdown") return std::nullopt;
-  if (inOrder && shutdownReason == "guest-panic") {
+std::optional<std::string> endError(const SubprocessExit& end, std::string_view shutdownReason) {
+  // With any other status QEMU may not have finished its last writes.
+  const bool exitedWell = end.exit.status == 0;
+  if (exitedWell && shutdownReason == "guest-shutdown") return std::nullopt;
+  if (exitedWell && shutdownReason == "guest-panic") {
     return "the guest's operating system has crashed";
   }
-  if (inOrder && shutdownReason == "host-signal") {
+  if (exitedWell && shutdownReason == "host-signal") {
     return withMessage("QEMU was asked to end by a signal", end.lastMessage);
   }
   return withMessage(exitText(end.exit), end.lastMessage);
 }
 
-std::string startFailureOf(const SubprocessExit& end) {
-  // The status says nothing that the message does not.
+std::string startError(const SubprocessExit& end) {
+  // The message says more than the status.
   if (end.exit.status && !end.lastMessage.empty()) return "QEMU cannot start: " + end.lastMessage;
   return withMessage(exitText(end.exit), end.lastMessage) + " while it was starting";
 }

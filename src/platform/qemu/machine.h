@@ -13,8 +13,8 @@
 
 namespace parlen::qemu {
 
-/// One guest: a QEMU process from its start until the system has reaped it. A machine that is
-/// destroyed ends its guest at once and calls nobody any more.
+/// One guest: a QEMU process from its start until it is reaped. Destroying the machine kills the
+/// process and drops the callbacks that have not run.
 class Machine : public platform::VirtualMachine {
  public:
   Machine(linux::Loop& loop, platform::WarningSink warn,
@@ -22,8 +22,8 @@ class Machine : public platform::VirtualMachine {
 
   const platform::MachineConfiguration& configuration() const { return configuration_; }
 
-  /// Gives `socket` the guest's display and keyboard, as soon as the machine has them; closes it
-  /// when the machine is over.
+  /// Connects an RFB client's `socket` to the guest's display and keyboard, once QEMU has them.
+  /// Closes it if the machine has ended.
   void connectDisplay(linux::Descriptor socket);
 
   void setDelegate(platform::VirtualMachineDelegate* delegate) override { delegate_ = delegate; }
@@ -46,22 +46,24 @@ class Machine : public platform::VirtualMachine {
   // Starting.
   platform::Result<> launch();
   Acceleration chooseAcceleration();
-  void ready();
-  void started(const platform::Result<>& result);
+  void onReady();
+  void onStartReply(const platform::Result<>& result);
   void addViewer(linux::Descriptor socket);
 
-  // What QEMU says.
-  void happened(const QmpEvent& event);
-  void diskFailed(const QmpEvent& event);
-  void toggled(platform::MachineState to, platform::MachineState back, platform::Result<> result);
+  // Running.
+  void onQmpEvent(const QmpEvent& event);
+  void onDiskError(const QmpEvent& event);
+  void onPowerReply(platform::MachineState to, platform::MachineState back,
+                    platform::Result<> result);
 
   // Ending.
   void pressPowerButton();
-  void endSoon();
-  void processEnded(const SubprocessExit& exit);
-  void ended(const std::optional<std::string>& failure);
-  void deliverEnd(const std::optional<std::string>& failure, bool hadStarted);
+  void endProcess();
+  void onExit(const SubprocessExit& exit);
+  void end(const std::optional<std::string>& reason);
+  void deliverEnd(const std::optional<std::string>& reason, bool hadStarted);
 
+  platform::Work whileAlive(platform::Work work) const;
   void later(platform::Work work);
   void deliver(platform::Completion& completion, platform::Result<> result);
 
@@ -71,25 +73,25 @@ class Machine : public platform::VirtualMachine {
   platform::VirtualMachineDelegate* delegate_ = nullptr;
   platform::MachineState state_ = platform::MachineState::stopped;
   Life life_ = Life::unused;
-  bool powerButtonHeld_ = false;  // pressed, and QEMU has not answered yet
-  bool diskFailureTold_ = false;
+  bool powerButtonHeld_ = false;               // pressed, and QEMU has not answered yet
+  bool diskErrorReported_ = false;             // since the last resumption
   std::optional<std::string> shutdownReason_;  // QEMU has announced its end
   bool takesCommands_ = false;
-  std::vector<linux::Descriptor> viewers_;  // that came before QEMU took commands
+  std::vector<linux::Descriptor> viewers_;  // to be added when QEMU takes commands
   platform::Completion startDone_;
-  std::optional<std::string> startFailure_;  // QEMU runs, but not the guest
-  platform::Completion toggleDone_;          // of the pause or the resumption under way
+  std::optional<std::string> startError_;  // QEMU runs, but cannot start the guest
+  platform::Completion powerDone_;         // of the pause or resumption in progress
   platform::Completion stopDone_;
   std::unique_ptr<QemuProcess> process_;
-  std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);
+  std::shared_ptr<const bool> alive_ = std::make_shared<bool>(true);  // what posted work checks
 };
 
-/// Why a machine that nobody stopped hard has ended: nothing if its guest has shut down and QEMU
-/// has ended in order, else a sentence. `shutdownReason` is what QEMU announced before it ended,
-/// empty if it announced nothing.
-std::optional<std::string> failureOf(const SubprocessExit& end, std::string_view shutdownReason);
+/// Why a machine ended without a call of `stop`: nothing if its guest has shut down and QEMU has
+/// exited with status 0, otherwise a sentence. `shutdownReason` is that of the SHUTDOWN event (QEMU
+/// qapi/run-state.json, ShutdownCause), empty if there was none.
+std::optional<std::string> endError(const SubprocessExit& end, std::string_view shutdownReason);
 
 /// The same for a machine whose start had not completed.
-std::string startFailureOf(const SubprocessExit& end);
+std::string startError(const SubprocessExit& end);
 
 }  // namespace parlen::qemu

@@ -54,7 +54,7 @@ std::vector<QmpMessage> QmpParser::add(std::string_view bytes) {
 }
 
 void QmpParser::addToLine(std::string_view bytes) {
-  if (line_.size() + bytes.size() > longestLine) tooLong_ = true;
+  if (line_.size() + bytes.size() > maxLineLength) tooLong_ = true;
   if (tooLong_) {
     line_.clear();
   } else {

@@ -16,7 +16,7 @@ namespace {
 using platform::Completion;
 using platform::Result;
 
-/// Holds the handler; the installer only looks whether it is still there.
+/// Owns the handler, to which the installer has a weak reference.
 class Observation final : public platform::ProgressObservation {
  public:
   explicit Observation(std::shared_ptr<const std::function<void()>> changed)
@@ -30,10 +30,10 @@ std::string nodeOf(const DiskAttachment& disk) {
   return disk.kind() == DiskKind::file ? fileNode(disk.path()) : deviceNode(disk.path());
 }
 
-/// Writes a restore image onto a guest's disk.
+/// Writes a restore image to a guest's disk, with qemu-img.
 class Installer : public platform::Installer {
  public:
-  /// What cannot be installed (`image` and `disk` may be errors) fails when it is asked for.
+  /// If `image` or `disk` is an error, `install` fails with it.
   Installer(linux::Loop& loop, platform::Result<std::shared_ptr<const RestoreImage>> image,
             platform::Result<std::shared_ptr<const DiskAttachment>> disk);
 
@@ -44,9 +44,9 @@ class Installer : public platform::Installer {
 
  private:
   platform::Result<> startConversion();
-  void progressed(std::string_view output);
-  void reached(double fraction);
-  void finished(const SubprocessExit& exit);
+  void onOutput(std::string_view output);
+  void setFraction(double fraction);
+  void onExit(const SubprocessExit& exit);
 
   linux::Loop& loop_;
   platform::Result<std::shared_ptr<const RestoreImage>> image_;
@@ -92,19 +92,19 @@ Result<> Installer::startConversion() {
                                {.program = *std::move(tool),
                                 .arguments = {"convert", "-p", "-n", "-f", image.format(), "-O",
                                               "raw", "--", fileNode(image.path()), nodeOf(**disk_)},
-                                .onOutput = [this](std::string_view bytes) { progressed(bytes); },
+                                .onOutput = [this](std::string_view bytes) { onOutput(bytes); },
                                 .descriptors = {}},
-                               [this](const SubprocessExit& exit) { finished(exit); });
+                               [this](const SubprocessExit& exit) { onExit(exit); });
   if (!run) return std::unexpected(std::move(run).error());
   run_ = *std::move(run);
   return {};
 }
 
-void Installer::progressed(std::string_view output) {
-  for (const double fraction : progress_.add(output)) reached(fraction);
+void Installer::onOutput(std::string_view output) {
+  for (const double fraction : progress_.add(output)) setFraction(fraction);
 }
 
-void Installer::reached(double fraction) {
+void Installer::setFraction(double fraction) {
   if (std::exchange(fraction_, fraction) == fraction) return;
   // A handler may end any observation.
   const auto observers = observers_;
@@ -113,10 +113,10 @@ void Installer::reached(double fraction) {
   }
 }
 
-void Installer::finished(const SubprocessExit& exit) {
+void Installer::onExit(const SubprocessExit& exit) {
   const auto done = std::move(done_);
   if (exit.succeeded()) {
-    reached(1);
+    setFraction(1);
     return done({});
   }
   done(error("could not write the restore image " + (*image_)->path() + " to " + (*disk_)->path() +

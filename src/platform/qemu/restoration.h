@@ -11,6 +11,7 @@
 
 namespace parlen::qemu {
 
+/// Restore images are disk images in the formats of qemu-img.
 class Restoration : public platform::Restoration {
  public:
   explicit Restoration(linux::Loop& loop) : loop_(loop) {}
@@ -22,8 +23,7 @@ class Restoration : public platform::Restoration {
 
  private:
   linux::Loop& loop_;
-  // What was found out about an image is needed again for its installation. Nothing is taken away:
-  // a process loads one image.
+  // By path, for the installation. Never removed: a process loads one image.
   std::vector<std::unique_ptr<ImageExamination>> examinations_;
   std::map<std::string, std::shared_ptr<const RestoreImage>> loaded_;
 };

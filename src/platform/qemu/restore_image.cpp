@@ -44,9 +44,9 @@ RestoreImage::mostFeaturefulSupportedConfiguration() const {
       .minimumMemorySize = 0};
 }
 
-platform::Result<ImageFront> readImageFront(const std::string& path) {
+platform::Result<ImageHeader> readImageHeader(const std::string& path) {
   const std::string attempt = "read the restore image " + path;
-  // Non-blocking, so that a FIFO is refused instead of waited for.
+  // O_NONBLOCK: opening a FIFO does not wait for its other end.
   const linux::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!file) return linux::failure(attempt, errno);
   struct stat status{};
@@ -54,11 +54,11 @@ platform::Result<ImageFront> readImageFront(const std::string& path) {
   if (S_ISDIR(status.st_mode)) return linux::failure(attempt, EISDIR);
   if (!S_ISREG(status.st_mode)) return error("could not " + attempt + ": it is not a file");
 
-  ImageFront front{.header = std::string(imageHeaderLength, '\0'), .stamp = stampFrom(status)};
-  const ssize_t count = ::pread(file.get(), front.header.data(), front.header.size(), 0);
+  ImageHeader header{.bytes = std::string(imageHeaderLength, '\0'), .stamp = stampFrom(status)};
+  const ssize_t count = ::pread(file.get(), header.bytes.data(), header.bytes.size(), 0);
   if (count < 0) return linux::failure(attempt, errno);
-  front.header.resize(static_cast<std::size_t>(count));
-  return front;
+  header.bytes.resize(static_cast<std::size_t>(count));
+  return header;
 }
 
 ImageExamination::ImageExamination(linux::Loop& loop, std::string path,
@@ -66,22 +66,22 @@ ImageExamination::ImageExamination(linux::Loop& loop, std::string path,
     : loop_(loop), path_(std::move(path)), done_(std::move(done)) {}
 
 void ImageExamination::start() {
-  auto front = readImageFront(path_);
-  if (!front) return finish(std::unexpected(std::move(front).error()));
-  front_ = *std::move(front);
-  if (front_.header.empty()) return refuse("is empty");
-  if (const auto reason = reachesOutside(front_.header)) return refuse(*reason);
+  auto header = readImageHeader(path_);
+  if (!header) return finish(std::unexpected(std::move(header).error()));
+  header_ = *std::move(header);
+  if (header_.bytes.empty()) return reject("is empty");
+  if (const auto reason = reachesOutside(header_.bytes)) return reject(*reason);
   askForFormat();
 }
 
 void ImageExamination::askForFormat() {
   ask({"info", "--output=json", "--", fileNode(path_)},
-      [this](const SubprocessExit& exit) { formatKnown(exit); });
+      [this](const SubprocessExit& exit) { onFormat(exit); });
 }
 
-/// Starts the tool; what it writes is kept, up to a length that no honest answer has.
+/// Runs qemu-img and keeps what it prints, up to a length that no real output has.
 void ImageExamination::ask(std::vector<std::string> arguments, Subprocess::ExitHandler answered) {
-  constexpr std::size_t longestOutput = 64UL * 1024UL * 1024UL;
+  constexpr std::size_t maxOutput = 64UL * 1024UL * 1024UL;
   output_.clear();
   auto tool = requireProgram(imageTool);
   if (!tool) return finish(std::unexpected(std::move(tool).error()));
@@ -90,7 +90,7 @@ void ImageExamination::ask(std::vector<std::string> arguments, Subprocess::ExitH
                                 .arguments = std::move(arguments),
                                 .onOutput =
                                     [this](std::string_view bytes) {
-                                      if (output_.size() < longestOutput) output_.append(bytes);
+                                      if (output_.size() < maxOutput) output_.append(bytes);
                                     },
                                 .descriptors = {}},
                                std::move(answered));
@@ -98,55 +98,56 @@ void ImageExamination::ask(std::vector<std::string> arguments, Subprocess::ExitH
   run_ = *std::move(run);
 }
 
-void ImageExamination::formatKnown(const SubprocessExit& exit) {
-  if (!exit.succeeded()) return refuse("cannot be read: " + exit.reason());
+void ImageExamination::onFormat(const SubprocessExit& exit) {
+  if (!exit.succeeded()) return reject("cannot be read: " + exit.reason());
   const auto format = usableFormat(output_);
-  if (!format) return refuse(format.error());
+  if (!format) return reject(format.error());
   format_ = *format;
-  // Whatever has no format of its own is taken for a raw image.
+  // qemu-img takes a file of no known format for a raw image.
   if (format_ != rawFormat) return askWhetherWhole();
-  if (!looksLikeDisk(front_.header)) return refuse("is not a disk image");
+  if (!looksLikeDisk(header_.bytes)) return reject("is not a disk image");
   accept();
 }
 
-/// A truncated image opens, and its missing end would be read as zeros.
+/// qemu-img opens a truncated image and reads its missing end as zeros.
 void ImageExamination::askWhetherWhole() {
   ask({"check", "-q", "-f", format_, "--", fileNode(path_)},
-      [this](const SubprocessExit& exit) { checked(exit); });
+      [this](const SubprocessExit& exit) { onCheck(exit); });
 }
 
-void ImageExamination::checked(const SubprocessExit& exit) {
+void ImageExamination::onCheck(const SubprocessExit& exit) {
+  // QEMU docs/tools/qemu-img.rst, "check": exit status.
   constexpr int corrupt = 2;
-  constexpr int hasLeaks = 3;  // space in the image that nothing uses; the content is whole
-  constexpr int hasNoCheck = 63;
+  constexpr int hasLeaks = 3;     // unused clusters; the content is complete
+  constexpr int hasNoCheck = 63;  // the format has no check
   const int status = exit.exit.status.value_or(-1);
   if (status == 0 || status == hasLeaks || status == hasNoCheck) return askWhereDataEnds();
-  if (status == corrupt) return refuse("is damaged: " + exit.reason());
-  refuse("cannot be checked: " + exit.reason());
+  if (status == corrupt) return reject("is damaged: " + exit.reason());
+  reject("cannot be checked: " + exit.reason());
 }
 
-/// The check of some formats does not look whether the data is there.
+/// The checks of some formats do not notice missing data.
 void ImageExamination::askWhereDataEnds() {
-  if (format_ == "qcow2" || format_ == "qed") return accept();  // theirs does
+  if (format_ == "qcow2" || format_ == "qed") return accept();  // their checks do
   ask({"map", "--output=json", "-f", format_, "--", fileNode(path_)},
-      [this](const SubprocessExit& exit) { mapped(exit); });
+      [this](const SubprocessExit& exit) { onMap(exit); });
 }
 
-void ImageExamination::mapped(const SubprocessExit& exit) {
+void ImageExamination::onMap(const SubprocessExit& exit) {
   const auto end = exit.succeeded() ? endOfData(output_) : std::nullopt;
-  if (!end) return refuse("cannot be checked: " + exit.reason());
-  if (*end > static_cast<std::uint64_t>(front_.stamp.length)) {
-    return refuse("is damaged: the end of its data is missing");
+  if (!end) return reject("cannot be checked: " + exit.reason());
+  if (*end > static_cast<std::uint64_t>(header_.stamp.length)) {
+    return reject("is damaged: the end of its data is missing");
   }
   accept();
 }
 
 void ImageExamination::accept() {
-  finish(std::make_shared<const RestoreImage>(path_, format_, front_.stamp));
+  finish(std::make_shared<const RestoreImage>(path_, format_, header_.stamp));
 }
 
-void ImageExamination::refuse(const std::string& why) {
-  finish(error("the restore image " + path_ + " " + why));
+void ImageExamination::reject(const std::string& predicate) {
+  finish(error("the restore image " + path_ + " " + predicate));
 }
 
 void ImageExamination::finish(Found found) {

@@ -16,7 +16,7 @@
 
 namespace parlen::qemu {
 
-/// Which file was examined, so that another one in its place is noticed.
+/// Identifies the file that was examined, so that a replacement is noticed.
 struct FileStamp {
   dev_t device = 0;
   ino_t inode = 0;
@@ -29,17 +29,17 @@ struct FileStamp {
   }
 };
 
-/// The stamp of the file at `path` now; nothing if it cannot be had.
+/// The stamp of the file at `path` now; nothing if stat(2) fails.
 std::optional<FileStamp> stampOf(const std::string& path);
 
-/// A disk image that has been found fit to be put onto a guest's disk.
+/// A disk image that has been examined and can be written to a guest's disk.
 class RestoreImage : public platform::RestoreImage {
  public:
   RestoreImage(std::string path, std::string format, const FileStamp& stamp)
       : path_(std::move(path)), format_(std::move(format)), stamp_(stamp) {}
 
   std::string path() const override { return path_; }
-  /// An image names no needs: one processor and any memory will do.
+  /// One processor and no minimum of memory: a disk image states no requirements.
   std::optional<platform::ConfigurationRequirements> mostFeaturefulSupportedConfiguration()
       const override;
   const std::string& format() const { return format_; }
@@ -51,42 +51,44 @@ class RestoreImage : public platform::RestoreImage {
   FileStamp stamp_;
 };
 
-/// The first bytes of the regular file at `path`, as many as the examination needs, and its stamp.
-struct ImageFront {
-  std::string header;
+/// The first bytes of an image (up to imageHeaderLength), and the stamp of its file.
+struct ImageHeader {
+  std::string bytes;
   FileStamp stamp;
 };
-platform::Result<ImageFront> readImageFront(const std::string& path);
+/// `path` must be a regular file.
+platform::Result<ImageHeader> readImageHeader(const std::string& path);
 
-/// Finds out whether a file is a disk image that may be put onto a guest's disk: complete in itself
-/// (whoever made it must not get at other files of this host), whole, and a disk at all.
+/// Checks that a file is a disk image that may be written to a guest's disk: it opens no other file
+/// (its author must not reach other files of this host), is not truncated or damaged, and is a
+/// disk.
 class ImageExamination {
  public:
   using Found = platform::Result<std::shared_ptr<const RestoreImage>>;
 
   ImageExamination(linux::Loop& loop, std::string path, std::function<void(Found)> done);
 
-  /// Called once. `done` runs on the main queue in a later turn, exactly once.
+  /// To be called once. `done` runs on the main queue in a later loop iteration, exactly once.
   void start();
 
  private:
   void askForFormat();
-  void formatKnown(const SubprocessExit& exit);
+  void onFormat(const SubprocessExit& exit);
   void askWhetherWhole();
-  void checked(const SubprocessExit& exit);
+  void onCheck(const SubprocessExit& exit);
   void askWhereDataEnds();
-  void mapped(const SubprocessExit& exit);
+  void onMap(const SubprocessExit& exit);
   void ask(std::vector<std::string> arguments, Subprocess::ExitHandler answered);
   void accept();
-  void refuse(const std::string& why);  // a sentence's end, whose beginning is the path
+  void reject(const std::string& predicate);  // the sentence begins with the path
   void finish(Found found);
 
   linux::Loop& loop_;
   std::string path_;
   std::function<void(Found)> done_;
-  ImageFront front_;
+  ImageHeader header_;
   std::string format_;
-  std::string output_;
+  std::string output_;  // of the tool that runs
   std::unique_ptr<Subprocess> run_;
 };
 

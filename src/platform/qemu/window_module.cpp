@@ -59,7 +59,7 @@ Result<gtk::OpenDesktop*> loadWindowModule(const std::vector<std::string>& paths
     }
     return windowError("the window module is missing: it is neither at " + places);
   }
-  // Never closed: what it has made may be called until the process ends.
+  // Never closed: its objects may be called until the process ends.
   void* module = ::dlopen(path->c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (module == nullptr) {
     return windowError("could not load the window module " + *path + ": " + lastLoadError());

@@ -10,25 +10,25 @@
 
 namespace parlen::qemu {
 
-/// The environment's say about displays.
+/// The environment's variables that name displays.
 struct DisplayNames {
   std::string x11;      // DISPLAY
   std::string wayland;  // WAYLAND_DISPLAY
 };
 
-/// Loads the window module and has it open the desktop. The error says what is missing: a display,
-/// the module, or a library that the module needs.
+/// Loads the window module and opens the desktop with it. The error says what is missing: a
+/// display, the module, or a library that the module needs.
 platform::Result<std::unique_ptr<gtk::WindowSystem>> openDesktop(const DisplayNames& displays,
                                                                  const gtk::ModuleContext& context);
 
-/// Of this process's environment; an unset name is empty.
+/// Reads this process's environment; an unset variable is empty.
 DisplayNames readDisplayNames();
 
-/// Where the module may be, the likeliest place first: beside the program, as a build leaves it,
-/// and where an installation puts it, seen from the program's folder.
+/// Where to look for the module, in this order: beside the program (a build tree), then where an
+/// installation puts it, relative to the program's folder.
 std::vector<std::string> windowModulePaths(std::string_view executablePath);
 
-/// The module at the first of `paths` that is there.
+/// Loads the module from the first of `paths` that exists. It is never unloaded.
 platform::Result<gtk::OpenDesktop*> loadWindowModule(const std::vector<std::string>& paths);
 
 }  // namespace parlen::qemu
