@@ -139,7 +139,7 @@ void Creation::continueWith(const LoadedImage& image) {
 
 void Creation::install(const platform::RestoreImage& image) {
   machine_ = platform::host().machines().createMachine(validConfiguration(bundle_));
-  installer_ = platform::host().restoration().createInstaller(*machine_, image.path());
+  installer_ = platform::host().restoration().createInstaller(*machine_, image);
 
   installProgress = installer_->observeProgress(
       [&installer = *installer_, lastPercent = std::int64_t{-1}]() mutable {

@@ -121,8 +121,9 @@ class Restoration {
   /// call.
   virtual void loadRestoreImage(const std::string& path, Loaded onLoaded) = 0;
   /// Makes an installer for `machine`, which is stopped and must outlive the installer.
+  /// `image` was loaded by this host and need not outlive the call.
   virtual std::unique_ptr<Installer> createInstaller(VirtualMachine& machine,
-                                                     const std::string& restoreImagePath) = 0;
+                                                     const RestoreImage& image) = 0;
 };
 
 /// What runs the guests and shows them. Owns its parts; each is made at the first call that asks

@@ -92,8 +92,10 @@ Guest Contract::copyOf(const std::string& bundle, const std::string& name) {
 }
 
 Result<> Contract::install(const Guest& guest, const std::string& image) {
+  const Loaded loaded = load(image);
+  if (!loaded) return std::unexpected(loaded.error());
   const auto machine = host().machines().createMachine(guest.configuration);
-  const auto installer = host().restoration().createInstaller(*machine, image);
+  const auto installer = host().restoration().createInstaller(*machine, **loaded);
   std::optional<Result<>> result;
   installer->install([&](Result<> installed) { result = std::move(installed); });
   EXPECT_FALSE(result) << "the installation completed inside the call";

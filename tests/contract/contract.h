@@ -47,6 +47,7 @@ class Contract : public testing::TestWithParam<HostMaker> {
   std::shared_ptr<const platform::HardwareModel> hardwareModel();
   /// A guest without an operating system; `diskLength` is in bytes.
   Guest emptyGuest(const std::string& name, std::uint64_t diskLength);
+  /// Loads the image at this path and installs it.
   platform::Result<> install(const Guest& guest, const std::string& image);
   /// A guest with the small image installed, or a copy of the prepared one.
   Guest installedGuest(const std::string& name);

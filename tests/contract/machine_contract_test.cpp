@@ -151,7 +151,6 @@ TEST_P(MachineContract, ReportsOneEndAfterARequestedStop) {
   const auto image = underTest().obedientRestoreImage(path(""));
   if (!image) GTEST_SKIP() << "there is no guest image";
   const Guest guest = emptyGuest("guest", 128UL * 1024UL * 1024UL);
-  ASSERT_TRUE(load(*image));
   ASSERT_TRUE(install(guest, *image));
   MachineStory story;
   const auto machine = runningMachine(guest, story);

@@ -52,8 +52,9 @@ TEST_P(RestorationContract, InstallsAnImageAndKeepsTheDiskLength) {
 
 TEST_P(RestorationContract, ReportsProgressFromZeroToOne) {
   const Guest guest = emptyGuest("guest", smallDisk);
+  const auto image = load(path("small-image")).value();
   const auto machine = host().machines().createMachine(guest.configuration);
-  const auto installer = host().restoration().createInstaller(*machine, path("small-image"));
+  const auto installer = host().restoration().createInstaller(*machine, *image);
   std::vector<double> fractions;
   bool ended = false;
 
@@ -73,8 +74,9 @@ TEST_P(RestorationContract, ReportsProgressFromZeroToOne) {
 
 TEST_P(RestorationContract, ReportsNothingToAnEndedObservation) {
   const Guest guest = emptyGuest("guest", smallDisk);
+  const auto image = load(path("small-image")).value();
   const auto machine = host().machines().createMachine(guest.configuration);
-  const auto installer = host().restoration().createInstaller(*machine, path("small-image"));
+  const auto installer = host().restoration().createInstaller(*machine, *image);
   int calls = 0;
   bool ended = false;
 

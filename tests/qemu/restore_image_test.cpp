@@ -36,10 +36,10 @@ class RestoreImageTest : public HostTest {
     disk.replace(length / 2, 100, std::string(100, 'x'));
     ASSERT_TRUE(files().write(path(name), disk));
   }
-  platform::Result<> install(const std::string& image, const std::string& guest) {
+  platform::Result<> install(const platform::RestoreImage& image, const std::string& guest) {
     const auto machine = host().machines().createMachine(makeGuest(guest));
     EXPECT_TRUE(files().setLength(path(guest + "/disk"), 8UL * 1024UL * 1024UL));
-    const auto installer = host().restoration().createInstaller(*machine, path(image));
+    const auto installer = host().restoration().createInstaller(*machine, image);
     std::optional<platform::Result<>> result;
     installer->install([&](platform::Result<> installed) { result = std::move(installed); });
     runUntil([&] { return result.has_value(); });
@@ -52,8 +52,9 @@ TEST_F(RestoreImageTest, MayBeOfAnyFormatThatIsCompleteInItself) {
   for (const std::string format : {"qcow2", "vmdk", "vdi", "vhdx", "vpc", "qcow", "qed"}) {
     shell("qemu-img convert -f raw -O " + format + " raw " + format);
 
-    EXPECT_EQ(errorOf(format), "");
-    const auto installed = install(format, "guest-" + format);
+    const Loaded image = load(format);
+    ASSERT_TRUE(image) << image.error().description;
+    const auto installed = install(**image, "guest-" + format);
 
     EXPECT_TRUE(installed) << installed.error().description;
     const std::string disk = files().read(path("guest-" + format + "/disk")).value();
@@ -140,26 +141,28 @@ TEST_F(RestoreImageTest, MayHaveANameThatLooksLikeAnOption) {
   for (const std::string name : {"-f", "a,b=c", "json:{}", "nbd:localhost:1", "with space"}) {
     makeRawDisk(name);
 
-    EXPECT_EQ(errorOf(name), "");
-    EXPECT_TRUE(install(name, "guest of " + name)) << name;
+    const Loaded image = load(name);
+    ASSERT_TRUE(image) << image.error().description;
+    EXPECT_TRUE(install(**image, "guest of " + name)) << name;
   }
 }
 
 TEST_F(RestoreImageTest, IsInstalledOnlyAsItWasExamined) {
   makeRawDisk("raw");
-  EXPECT_THAT(install("raw", "early").error().description, EndsWith("has not been loaded"));
-  ASSERT_EQ(errorOf("raw"), "");
+  const Loaded image = load("raw");
+  ASSERT_TRUE(image) << image.error().description;
   ASSERT_TRUE(files().write(path("raw"), "QFI\xfb"));
 
-  EXPECT_THAT(install("raw", "late").error().description,
+  EXPECT_THAT(install(**image, "late").error().description,
               EndsWith("has changed since it was examined"));
 }
 
 TEST_F(RestoreImageTest, KeepsTheHolesOfTheDisk) {
   makeRawDisk("raw");
-  ASSERT_EQ(errorOf("raw"), "");
+  const Loaded image = load("raw");
+  ASSERT_TRUE(image) << image.error().description;
 
-  ASSERT_TRUE(install("raw", "guest"));
+  ASSERT_TRUE(install(**image, "guest"));
 
   struct stat status{};
   ASSERT_EQ(stat(path("guest/disk").c_str(), &status), 0);

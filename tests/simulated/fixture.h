@@ -4,7 +4,9 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/host.h"
@@ -40,6 +42,20 @@ class HostTest : public ::testing::Test {
   TemporaryDirectory directory_;
   std::unique_ptr<platform::Host> host_;
   std::chrono::nanoseconds start_ = system_.loop().now();
+};
+
+/// A restore image at a path where none need be: an installer asks it for the path alone.
+class ImageAt : public platform::RestoreImage {
+ public:
+  explicit ImageAt(std::string path) : path_(std::move(path)) {}
+  std::string path() const override { return path_; }
+  std::optional<platform::ConfigurationRequirements> mostFeaturefulSupportedConfiguration()
+      const override {
+    return std::nullopt;
+  }
+
+ private:
+  std::string path_;
 };
 
 using Story = std::vector<std::string>;

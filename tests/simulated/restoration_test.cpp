@@ -131,7 +131,7 @@ class Installer : public HostTest {
   void given(const std::string& scenario, std::uint64_t diskLength = 1024) {
     useScenario(scenario);
     machine_ = host().machines().createMachine(emptyGuest(diskLength));
-    installer_ = host().restoration().createInstaller(*machine_, path("image"));
+    installer_ = host().restoration().createInstaller(*machine_, ImageAt(path("image")));
   }
   void observe() {
     observation_ = installer_->observeProgress([this] {

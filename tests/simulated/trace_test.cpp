@@ -136,7 +136,7 @@ TEST_F(Trace, HasTheRestorationsCallsWithThePathAsGiven) {
   auto machine = host().machines().createMachine(emptyGuest());
   const std::string before = trace();
   host().restoration().loadRestoreImage("images/a \xFF.ipsw", [](const auto&) {});
-  auto installer = host().restoration().createInstaller(*machine, "images/b");
+  auto installer = host().restoration().createInstaller(*machine, ImageAt("images/b"));
   installer->install([](auto) {});
   EXPECT_EQ(trace(), before +
                          line("restoreImage.load", ",\"path\":\"images\\/a \xEF\xBF\xBD.ipsw\"}") +

@@ -16,7 +16,7 @@ class Restoration final : public platform::Restoration {
   void loadRestoreImage(const std::string& path, Loaded done) override;
   /// `machine` is one of this host's.
   std::unique_ptr<platform::Installer> createInstaller(
-      platform::VirtualMachine& machine, const std::string& restoreImagePath) override;
+      platform::VirtualMachine& machine, const platform::RestoreImage& image) override;
 
  private:
   platform::WarningSink warn_;

@@ -135,12 +135,12 @@ void Restoration::loadRestoreImage(const std::string& path, Loaded done) {
 }
 
 std::unique_ptr<platform::Installer> Restoration::createInstaller(
-    platform::VirtualMachine& machine, const std::string& restoreImagePath) {
+    platform::VirtualMachine& machine, const platform::RestoreImage& image) {
   // Apple's VZMacOSInstaller page: the initializer is called on the machine's queue, here the main
   // one.
-  VZMacOSInstaller* installer =
-      [[VZMacOSInstaller alloc] initWithVirtualMachine:static_cast<Machine&>(machine).object()
-                                       restoreImageURL:toFileUrl(restoreImagePath)];
+  VZMacOSInstaller* installer = [[VZMacOSInstaller alloc]
+      initWithVirtualMachine:static_cast<Machine&>(machine).object()
+             restoreImageURL:static_cast<const RestoreImage&>(image).object().URL];
   return std::make_unique<Installer>(installer, warn_);
 }
 

@@ -33,8 +33,8 @@ std::string nodeOf(const DiskAttachment& disk) {
 /// Writes a restore image to a guest's disk, with qemu-img.
 class Installer : public platform::Installer {
  public:
-  /// If `image` or `disk` is an error, `install` fails with it.
-  Installer(linux::Loop& loop, platform::Result<std::shared_ptr<const RestoreImage>> image,
+  /// If `disk` is an error, `install` fails with it.
+  Installer(linux::Loop& loop, RestoreImage image,
             platform::Result<std::shared_ptr<const DiskAttachment>> disk);
 
   double fractionCompleted() const override { return fraction_; }
@@ -49,7 +49,7 @@ class Installer : public platform::Installer {
   void onExit(const SubprocessExit& exit);
 
   linux::Loop& loop_;
-  platform::Result<std::shared_ptr<const RestoreImage>> image_;
+  RestoreImage image_;
   platform::Result<std::shared_ptr<const DiskAttachment>> disk_;
   double fraction_ = 0;
   std::vector<std::weak_ptr<const std::function<void()>>> observers_;
@@ -58,7 +58,7 @@ class Installer : public platform::Installer {
   std::unique_ptr<Subprocess> run_;
 };
 
-Installer::Installer(linux::Loop& loop, Result<std::shared_ptr<const RestoreImage>> image,
+Installer::Installer(linux::Loop& loop, RestoreImage image,
                      Result<std::shared_ptr<const DiskAttachment>> disk)
     : loop_(loop), image_(std::move(image)), disk_(std::move(disk)) {}
 
@@ -80,21 +80,20 @@ void Installer::install(Completion done) {
 }
 
 Result<> Installer::startConversion() {
-  if (!image_) return std::unexpected(image_.error());
   if (!disk_) return std::unexpected(disk_.error());
-  const RestoreImage& image = **image_;
-  if (stampOf(image.path()) != image.stamp()) {
-    return error("the restore image " + image.path() + " has changed since it was examined");
+  if (stampOf(image_.path()) != image_.stamp()) {
+    return error("the restore image " + image_.path() + " has changed since it was examined");
   }
   auto tool = requireProgram(imageTool);
   if (!tool) return std::unexpected(std::move(tool).error());
-  auto run = Subprocess::start(loop_,
-                               {.program = *std::move(tool),
-                                .arguments = {"convert", "-p", "-n", "-f", image.format(), "-O",
-                                              "raw", "--", fileNode(image.path()), nodeOf(**disk_)},
-                                .onOutput = [this](std::string_view bytes) { onOutput(bytes); },
-                                .descriptors = {}},
-                               [this](const SubprocessExit& exit) { onExit(exit); });
+  auto run =
+      Subprocess::start(loop_,
+                        {.program = *std::move(tool),
+                         .arguments = {"convert", "-p", "-n", "-f", image_.format(), "-O", "raw",
+                                       "--", fileNode(image_.path()), nodeOf(**disk_)},
+                         .onOutput = [this](std::string_view bytes) { onOutput(bytes); },
+                         .descriptors = {}},
+                        [this](const SubprocessExit& exit) { onExit(exit); });
   if (!run) return std::unexpected(std::move(run).error());
   run_ = *std::move(run);
   return {};
@@ -119,7 +118,7 @@ void Installer::onExit(const SubprocessExit& exit) {
     setFraction(1);
     return done({});
   }
-  done(error("could not write the restore image " + (*image_)->path() + " to " + (*disk_)->path() +
+  done(error("could not write the restore image " + image_.path() + " to " + (*disk_)->path() +
              ": " + exit.reason()));
 }
 
@@ -136,23 +135,14 @@ platform::Result<std::shared_ptr<const DiskAttachment>> firstDisk(
 }  // namespace
 
 void Restoration::loadRestoreImage(const std::string& path, Loaded done) {
-  auto remember = [this, path, done = std::move(done)](ImageExamination::Found found) {
-    if (!found) return done(std::unexpected(std::move(found).error()));
-    loaded_[path] = *found;
-    done(*std::move(found));
-  };
-  examinations_.push_back(std::make_unique<ImageExamination>(loop_, path, std::move(remember)));
+  examinations_.push_back(std::make_unique<ImageExamination>(loop_, path, std::move(done)));
   examinations_.back()->start();
 }
 
 std::unique_ptr<platform::Installer> Restoration::createInstaller(
-    platform::VirtualMachine& machine, const std::string& restoreImagePath) {
-  platform::Result<std::shared_ptr<const RestoreImage>> image =
-      error("the restore image " + restoreImagePath + " has not been loaded");
-  if (const auto found = loaded_.find(restoreImagePath); found != loaded_.end()) {
-    image = found->second;
-  }
-  return std::make_unique<Installer>(loop_, std::move(image), firstDisk(machine));
+    platform::VirtualMachine& machine, const platform::RestoreImage& image) {
+  return std::make_unique<Installer>(loop_, static_cast<const RestoreImage&>(image),
+                                     firstDisk(machine));
 }
 
 }  // namespace parlen::qemu

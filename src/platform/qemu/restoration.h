@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,15 +16,14 @@ class Restoration : public platform::Restoration {
   explicit Restoration(linux::Loop& loop) : loop_(loop) {}
 
   void loadRestoreImage(const std::string& path, Loaded done) override;
-  /// An image that has not been loaded, or has changed since, fails to install.
+  /// An image that has changed since it was loaded fails to install.
   std::unique_ptr<platform::Installer> createInstaller(
-      platform::VirtualMachine& machine, const std::string& restoreImagePath) override;
+      platform::VirtualMachine& machine, const platform::RestoreImage& image) override;
 
  private:
   linux::Loop& loop_;
-  // By path, for the installation. Never removed: a process loads one image.
+  // Kept until the process ends: it loads one image.
   std::vector<std::unique_ptr<ImageExamination>> examinations_;
-  std::map<std::string, std::shared_ptr<const RestoreImage>> loaded_;
 };
 
 }  // namespace parlen::qemu

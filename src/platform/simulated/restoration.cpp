@@ -187,8 +187,8 @@ void Restoration::loadRestoreImage(const std::string& path, Loaded done) {
 }
 
 std::unique_ptr<platform::Installer> Restoration::createInstaller(
-    platform::VirtualMachine& machine, const std::string& restoreImagePath) {
-  return std::make_unique<Installer>(world_, static_cast<Machine&>(machine), restoreImagePath);
+    platform::VirtualMachine& machine, const platform::RestoreImage& image) {
+  return std::make_unique<Installer>(world_, static_cast<Machine&>(machine), image.path());
 }
 
 }  // namespace parlen::simulated

@@ -35,7 +35,7 @@ class Restoration : public platform::Restoration {
 
   void loadRestoreImage(const std::string& path, Loaded done) override;
   std::unique_ptr<platform::Installer> createInstaller(
-      platform::VirtualMachine& machine, const std::string& restoreImagePath) override;
+      platform::VirtualMachine& machine, const platform::RestoreImage& image) override;
 
  private:
   std::shared_ptr<World> world_;
