@@ -72,11 +72,11 @@ TEST(QmpEvent, GivesItsDataByName) {
   const QmpEvent shutdown =
       event("SHUTDOWN", text::JsonObject{{"guest", true}, {"reason", "guest-shutdown"}});
 
-  EXPECT_TRUE(shutdown.isTrue("guest"));
-  EXPECT_EQ(shutdown.textOf("reason"), "guest-shutdown");
-  EXPECT_FALSE(shutdown.isTrue("reason"));
-  EXPECT_EQ(shutdown.textOf("guest"), "");
-  EXPECT_EQ(event("STOP").textOf("reason"), "");
+  EXPECT_EQ(shutdown.data.boolean("guest"), true);
+  EXPECT_EQ(shutdown.data.text("reason"), "guest-shutdown");
+  EXPECT_EQ(shutdown.data.boolean("reason"), std::nullopt);
+  EXPECT_EQ(shutdown.data.text("guest"), std::nullopt);
+  EXPECT_EQ(event("STOP").data.text("reason"), std::nullopt);
 }
 
 }  // namespace

@@ -33,11 +33,6 @@ std::string modelText(const GuestPlatform& platform) {
       .value_or(std::string());
 }
 
-const std::string* textMember(const text::JsonValue& object, std::string_view key) {
-  const text::JsonValue* member = object.find(key);
-  return member != nullptr ? member->asString() : nullptr;
-}
-
 template <std::size_t size>
 std::array<std::uint8_t, size> randomBytes() {
   std::array<std::uint8_t, size> bytes{};
@@ -102,10 +97,10 @@ HardwareModel::HardwareModel(const GuestPlatform& platform)
 std::shared_ptr<const HardwareModel> HardwareModel::parse(std::string_view bytes) {
   const auto value = text::parseJson(bytes);
   if (!value) return nullptr;
-  const std::string* architecture = textMember(*value, architectureKey);
-  const std::string* machineType = textMember(*value, machineTypeKey);
-  const std::string* firmware = textMember(*value, firmwareKey);
-  if (architecture == nullptr || machineType == nullptr || firmware == nullptr) return nullptr;
+  const auto architecture = value->text(architectureKey);
+  const auto machineType = value->text(machineTypeKey);
+  const auto firmware = value->text(firmwareKey);
+  if (!architecture || !machineType || !firmware) return nullptr;
   return std::shared_ptr<const HardwareModel>(
       new HardwareModel(bytes, findGuestPlatform(*architecture, *machineType, *firmware)));
 }

@@ -123,10 +123,8 @@ bool looksLikeDisk(std::string_view header) {
 std::expected<std::string, std::string> usableFormat(std::string_view json) {
   const auto info = text::parseJson(json);
   if (!info) return std::unexpected("cannot be examined: " + text::describe(info.error()));
-  const JsonValue* format = info->find("format");
-  if (format == nullptr || format->asString() == nullptr) {
-    return std::unexpected("cannot be examined: its format is not known");
-  }
+  const auto format = info->text("format");
+  if (!format) return std::unexpected("cannot be examined: its format is not known");
   if (info->find("backing-filename") != nullptr || info->find("full-backing-filename") != nullptr) {
     return std::unexpected("needs a backing file");
   }
@@ -134,11 +132,8 @@ std::expected<std::string, std::string> usableFormat(std::string_view json) {
     return std::unexpected("keeps its data in another file");
   }
   if (hasForeignExtents(*info)) return std::unexpected("consists of several files");
-  const JsonValue* encrypted = info->find("encrypted");
-  if (encrypted != nullptr && encrypted->asBoolean().value_or(false)) {
-    return std::unexpected("is encrypted");
-  }
-  return *format->asString();
+  if (info->boolean("encrypted").value_or(false)) return std::unexpected("is encrypted");
+  return std::string(*format);
 }
 
 std::optional<std::uint64_t> endOfData(std::string_view json) {

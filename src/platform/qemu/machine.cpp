@@ -107,7 +107,7 @@ bool Machine::move(MachineState from, MachineState to) {
 void Machine::onQmpEvent(const QmpEvent& event) {
   if (event.name == "SHUTDOWN") {
     // The power-off after a panic is another SHUTDOWN; the first reason is the cause.
-    if (!shutdownReason_) shutdownReason_ = event.textOf("reason");
+    if (!shutdownReason_) shutdownReason_ = event.data.text("reason").value_or("");
     state_ = MachineState::stopping;
   } else if (event.name == "STOP") {
     // QEMU also pauses the guest by itself, on a disk error.
@@ -126,10 +126,10 @@ void Machine::onQmpEvent(const QmpEvent& event) {
 
 /// Many requests can fail at once; one warning per pause is enough.
 void Machine::onDiskError(const QmpEvent& event) {
-  if (event.textOf("action") != "stop" || std::exchange(diskErrorReported_, true)) return;
-  const std::string_view what = event.textOf("operation") == "write" ? "writing" : "reading";
+  if (event.data.text("action") != "stop" || std::exchange(diskErrorReported_, true)) return;
+  const std::string_view what = event.data.text("operation") == "write" ? "writing" : "reading";
   warn_("the guest is paused: " + std::string(what) + " its disk failed (" +
-        event.textOf("reason") + "); resuming tries again");
+        std::string(event.data.text("reason").value_or("")) + "); resuming tries again");
 }
 
 void Machine::pause(Completion done) {

@@ -12,32 +12,19 @@ std::optional<QmpMessage> parseMessage(std::string_view line) {
   if (!value) return std::nullopt;
   if (value->find("QMP") != nullptr) return QmpGreeting{};
 
-  const text::JsonValue* idMember = value->find("id");
-  const auto id = idMember != nullptr ? idMember->asInt64() : std::nullopt;
+  const auto id = value->integer("id");
   if (value->find("return") != nullptr) return QmpReply{.id = id, .error = std::nullopt};
   if (const text::JsonValue* error = value->find("error")) {
-    const text::JsonValue* sentence = error->find("desc");
-    const bool isText = sentence != nullptr && sentence->asString() != nullptr;
-    return QmpReply{.id = id, .error = isText ? *sentence->asString() : "unknown error"};
+    return QmpReply{.id = id, .error = std::string(error->text("desc").value_or("unknown error"))};
   }
 
-  const text::JsonValue* event = value->find("event");
-  if (event == nullptr || event->asString() == nullptr) return std::nullopt;
+  const auto event = value->text("event");
+  if (!event) return std::nullopt;
   const text::JsonValue* data = value->find("data");
-  return QmpEvent{.name = *event->asString(), .data = data != nullptr ? *data : text::JsonValue()};
+  return QmpEvent{.name = std::string(*event), .data = data != nullptr ? *data : text::JsonValue()};
 }
 
 }  // namespace
-
-std::string QmpEvent::textOf(std::string_view member) const {
-  const text::JsonValue* value = data.find(member);
-  return value != nullptr && value->asString() != nullptr ? *value->asString() : std::string();
-}
-
-bool QmpEvent::isTrue(std::string_view member) const {
-  const text::JsonValue* value = data.find(member);
-  return value != nullptr && value->asBoolean().value_or(false);
-}
 
 std::vector<QmpMessage> QmpParser::add(std::string_view bytes) {
   std::vector<QmpMessage> messages;

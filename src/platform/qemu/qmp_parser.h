@@ -28,10 +28,6 @@ struct QmpReply {
 struct QmpEvent {
   std::string name;
   text::JsonValue data;  // null if the event has none
-
-  /// A member of the data; empty if it is not a string, false if it is not a boolean.
-  std::string textOf(std::string_view member) const;
-  bool isTrue(std::string_view member) const;
   friend bool operator==(const QmpEvent&, const QmpEvent&) = default;
 };
 
