@@ -12,8 +12,8 @@
 #include <optional>
 #include <string>
 
-#include "fixtures.h"
 #include "platform/linux/poll_loop.h"
+#include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
@@ -46,7 +46,7 @@ ChildExit runToEnd(const ChildOptions& options) {
 
 // What the script writes to its standard output.
 std::string outputOf(ChildOptions options) {
-  Pipe pipe = makePipe();
+  posix::Pipe pipe = makePipe();
   options.descriptors.emplace_back(1, pipe.writing.get());
   EXPECT_EQ(0, runToEnd(options).status);
   pipe.writing.close();
@@ -149,8 +149,8 @@ TEST(ChildProcess, PlacesDescriptorsWhoseNumbersCross) {
   const TemporaryDirectory directory;
   putFile(directory / "a", "from a");
   putFile(directory / "b", "from b");
-  const linux::Descriptor a(open((directory / "a").c_str(), O_RDONLY | O_CLOEXEC));
-  const linux::Descriptor b(open((directory / "b").c_str(), O_RDONLY | O_CLOEXEC));
+  const posix::Descriptor a(open((directory / "a").c_str(), O_RDONLY | O_CLOEXEC));
+  const posix::Descriptor b(open((directory / "b").c_str(), O_RDONLY | O_CLOEXEC));
   const std::string aNumber = std::to_string(a.get());
   const std::string bNumber = std::to_string(b.get());
   ChildOptions options = shell("cat <&" + bNumber + "; cat <&" + aNumber + "; cat");
@@ -161,10 +161,10 @@ TEST(ChildProcess, PlacesDescriptorsWhoseNumbersCross) {
 }
 
 TEST(ChildProcess, HasNoDescriptorThatIsNotListed) {
-  const Pipe pipe = makePipe();
+  const posix::Pipe pipe = makePipe();
   const int leaking = dup(pipe.writing.get());  // without close-on-exec
   ASSERT_GE(leaking, 3);
-  const linux::Descriptor leak(leaking);
+  const posix::Descriptor leak(leaking);
   ChildOptions options = shell("ls -1 /proc/self/fd | tr '\\n' ' '");
   options.descriptors = {{9, pipe.writing.get()}};
 

@@ -16,17 +16,17 @@
 #include <cerrno>
 #include <string>
 
-#include "fixtures.h"
-#include "platform/linux/descriptor.h"
 #include "platform/linux/poll_loop.h"
 #include "platform/linux/posix_process.h"
+#include "platform/posix/descriptor.h"
+#include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
 namespace {
 
 using linux::copyDirectoryTree;
-using linux::Descriptor;
+using posix::Descriptor;
 using testing::HasSubstr;
 
 bool isRoot() { return geteuid() == 0; }
@@ -315,7 +315,7 @@ TEST_F(DirectoryCopyTest, NamesTheEntryThatFailed) {
   ASSERT_EQ(0, mkdir(from("a/closed").c_str(), 0755));
   ASSERT_EQ(0, chmod(from("a/closed").c_str(), 0));
   ASSERT_EQ(0, chmod(at("").c_str(), 0777));
-  const Pipe pipe = makePipe();
+  const posix::Pipe pipe = makePipe();
 
   unprivileged([&] {
     const auto result = copyDirectoryTree(from(), to());

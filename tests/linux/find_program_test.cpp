@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "fixtures.h"
 #include "support/path_variable.h"
+#include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {

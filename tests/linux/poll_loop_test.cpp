@@ -10,20 +10,20 @@
 #include <thread>
 #include <vector>
 
-#include "fixtures.h"
+#include "support/posix_fixtures.h"
 
 namespace parlen::test {
 namespace {
 
-using linux::DescriptorWatch;
 using linux::PollLoop;
 using linux::Readiness;
+using linux::DescriptorWatch;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 
 // A pipe that is ready to be read for as long as it lives.
-Pipe readyPipe() {
-  Pipe pipe = makePipe();
+posix::Pipe readyPipe() {
+  posix::Pipe pipe = makePipe();
   EXPECT_EQ(1, write(pipe.writing.get(), "x", 1));
   return pipe;
 }
@@ -41,7 +41,7 @@ TEST(PollLoop, RunsPostedWorkInItsOrder) {
 
 TEST(PollLoop, RunsWorkPostedDuringATurnInALaterTurn) {
   PollLoop loop;
-  const Pipe pipe = readyPipe();
+  const posix::Pipe pipe = readyPipe();
   int turns = 0;
   std::vector<int> ranIn;
   const auto watch = loop.watch(pipe.reading.get(), Readiness::readable, [&] { ++turns; });
@@ -61,7 +61,7 @@ TEST(PollLoop, RunsWorkPostedDuringATurnInALaterTurn) {
 
 TEST(PollLoop, RunsWorkPostedByAWatchInALaterTurn) {
   PollLoop loop;
-  const Pipe pipe = readyPipe();
+  const posix::Pipe pipe = readyPipe();
   int turns = 0;
   const auto watch = loop.watch(pipe.reading.get(), Readiness::readable, [&] {
     if (++turns == 1) loop.post([&] { leaveLoop(); });
@@ -146,7 +146,7 @@ TEST(PollLoop, KeepsTheOrderOfEveryPostingThread) {
 
 TEST(PollLoop, CallsAWatchAgainWhileItIsReady) {
   PollLoop loop;
-  const Pipe pipe = readyPipe();
+  const posix::Pipe pipe = readyPipe();
   int calls = 0;
   const auto watch = loop.watch(pipe.reading.get(), Readiness::readable, [&] {
     if (++calls == 3) leaveLoop();
@@ -159,7 +159,7 @@ TEST(PollLoop, CallsAWatchAgainWhileItIsReady) {
 
 TEST(PollLoop, TellsOfRoomToWriteAndOfAnEnd) {
   PollLoop loop;
-  Pipe pipe = makePipe();
+  posix::Pipe pipe = makePipe();
   std::vector<std::string> heard;
   std::unique_ptr<DescriptorWatch> writable;
   writable = loop.watch(pipe.writing.get(), Readiness::writable, [&] {
@@ -179,7 +179,7 @@ TEST(PollLoop, TellsOfRoomToWriteAndOfAnEnd) {
 
 TEST(PollLoop, LetsAHandlerEndAnyWatchAndAddNewOnes) {
   PollLoop loop;
-  const Pipe pipe = readyPipe();
+  const posix::Pipe pipe = readyPipe();
   std::vector<std::string> heard;
   std::unique_ptr<DescriptorWatch> first;
   std::unique_ptr<DescriptorWatch> second;
@@ -215,7 +215,7 @@ TEST(PollLoop, LosesNothingWhenWorkThrows) {
 
 TEST(PollLoop, MayGoBeforeItsWorkAndItsWatches) {
   const auto held = std::make_shared<int>(1);
-  const Pipe pipe = readyPipe();
+  const posix::Pipe pipe = readyPipe();
   std::unique_ptr<DescriptorWatch> watch;
   {
     PollLoop loop;
@@ -263,7 +263,7 @@ class RecordingForeignLoop final : public linux::ForeignLoop {
 
 TEST(PollLoop, ServesAForeignLoopAfterTheTurnsOwnWork) {
   PollLoop loop;
-  const Pipe pipe = readyPipe();
+  const posix::Pipe pipe = readyPipe();
   RecordingForeignLoop foreign(pipe.reading.get());
   std::vector<bool> servedBeforeWork;
   foreign.dispatched = &leaveLoop;
@@ -278,7 +278,7 @@ TEST(PollLoop, ServesAForeignLoopAfterTheTurnsOwnWork) {
 
 TEST(PollLoop, WaitsNoLongerThanTheForeignLoopAllows) {
   PollLoop loop;
-  const Pipe pipe = makePipe();
+  const posix::Pipe pipe = makePipe();
   RecordingForeignLoop foreign(pipe.reading.get());
   foreign.longestWait = milliseconds(1);
   foreign.dispatched = &leaveLoop;
@@ -291,8 +291,8 @@ TEST(PollLoop, WaitsNoLongerThanTheForeignLoopAllows) {
 
 TEST(PollLoop, KeepsItsOwnWatchesApartFromTheForeignLoops) {
   PollLoop loop;
-  const Pipe own = readyPipe();
-  const Pipe quiet = makePipe();
+  const posix::Pipe own = readyPipe();
+  const posix::Pipe quiet = makePipe();
   RecordingForeignLoop foreign(quiet.reading.get());
   int turns = 0;
   const auto watch = loop.watch(own.reading.get(), Readiness::readable, [&] {
@@ -307,7 +307,7 @@ TEST(PollLoop, KeepsItsOwnWatchesApartFromTheForeignLoops) {
 
 TEST(PollLoop, LeavesAForeignLoopAloneOnceItsServiceHasEnded) {
   PollLoop loop;
-  const Pipe pipe = readyPipe();
+  const posix::Pipe pipe = readyPipe();
   RecordingForeignLoop foreign(pipe.reading.get());
   loop.serve(&foreign);
   loop.post([&] {

@@ -13,16 +13,16 @@
 #include <thread>
 #include <vector>
 
-#include "fixtures.h"
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
+#include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
 namespace {
 
-using linux::Descriptor;
 using linux::PosixFiles;
 using platform::PlatformError;
+using posix::Descriptor;
 
 PlatformError posixError(int code, const std::string& description) {
   return {"NSPOSIXErrorDomain", code, description};

@@ -8,9 +8,9 @@
 
 #include <cerrno>
 
-#include "fixtures.h"
 #include "platform/linux/poll_loop.h"
 #include "platform/linux/system.h"
+#include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
@@ -19,27 +19,6 @@ namespace {
 using linux::makePosixSystem;
 using linux::PollLoop;
 using linux::PosixProcess;
-
-TEST(PosixProcess, ExitsWithTheStatus) {
-  const int status = inChild([] {
-    PollLoop loop;
-    PosixProcess(loop).exit(9);
-    return 0;
-  });
-
-  EXPECT_EQ(9, WEXITSTATUS(status));
-}
-
-TEST(PosixProcess, TrapsByAborting) {
-  const int status = inChild([] {
-    PollLoop loop;
-    PosixProcess(loop).trap();
-    return 0;
-  });
-
-  EXPECT_TRUE(WIFSIGNALED(status));
-  EXPECT_EQ(SIGABRT, WTERMSIG(status));
-}
 
 TEST(PosixProcess, WaitsForAProgramAndReturnsItsStatus) {
   PollLoop loop;
@@ -59,7 +38,7 @@ TEST(PosixProcess, FailsToRunWhatIsNotThere) {
 }
 
 TEST(PosixProcess, GivesAProgramItsOwnStandardStreams) {
-  Pipe pipe = makePipe();
+  posix::Pipe pipe = makePipe();
   const int status = inChild([&] {
     dup2(pipe.writing.get(), 1);
     dup2(pipe.writing.get(), 2);

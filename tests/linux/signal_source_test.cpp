@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "fixtures.h"
 #include "platform/linux/poll_loop.h"
+#include "support/posix_fixtures.h"
 
 namespace parlen::test {
 namespace {

@@ -8,15 +8,15 @@
 #include <random>
 #include <string>
 
-#include "fixtures.h"
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
+#include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
 namespace {
 
 using linux::copyContent;
-using linux::Descriptor;
+using posix::Descriptor;
 
 constexpr std::size_t mebibyte = 1 << 20;
 

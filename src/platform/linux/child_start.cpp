@@ -13,6 +13,7 @@
 #include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
 #include "platform/linux/find_program.h"
+#include "platform/posix/process.h"
 
 namespace parlen::linux {
 namespace {
@@ -89,21 +90,12 @@ int closeRestAtExec(const ChildPlan& plan) {
   return close_range(first, ~0U, CLOSE_RANGE_CLOEXEC) != 0 ? errno : 0;
 }
 
-void resetSignals() {
-  struct sigaction action{};
-  action.sa_handler = SIG_DFL;
-  for (int signal = 1; signal < NSIG; ++signal) sigaction(signal, &action, nullptr);
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
-}
-
 int becomeProgram(const ChildOptions& options, ChildPlan& plan, int& report) {
   if (options.newSession) setsid();
   if (const int code = moveAway(options, plan, report)) return code;
   if (const int code = placeDescriptors(options, plan)) return code;
   if (const int code = closeRestAtExec(plan)) return code;
-  resetSignals();
+  posix::resetSignals();
   if (options.beforeExec != nullptr) options.beforeExec(plan.parent);
   execve(plan.path.c_str(), plan.arguments.data(), environ);
   return errno;

@@ -54,18 +54,8 @@ Result<std::string> readUpTo(const RegularFile& file, std::size_t most, std::str
   return content;
 }
 
-int writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return errno;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return 0;
-}
-
 Result<> writeAndClose(Descriptor file, std::string_view bytes, std::string_view attempt) {
-  if (const int code = writeAll(file.get(), bytes)) return failure(attempt, code);
+  if (const int code = posix::writeAll(file.get(), bytes)) return failure(attempt, code);
   if (!file.close()) return failure(attempt, errno);
   return {};
 }
@@ -73,7 +63,7 @@ Result<> writeAndClose(Descriptor file, std::string_view bytes, std::string_view
 class OpenFile final : public platform::AppendingFile {
  public:
   explicit OpenFile(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
-  void append(std::string_view bytes) override { writeAll(descriptor_.get(), bytes); }
+  void append(std::string_view bytes) override { posix::writeAll(descriptor_.get(), bytes); }
 
  private:
   Descriptor descriptor_;

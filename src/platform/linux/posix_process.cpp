@@ -1,19 +1,11 @@
 #include "platform/linux/posix_process.h"
 
-#include <unistd.h>
-
-#include <cstdlib>
 #include <utility>
 
 #include "platform/linux/child_start.h"
 #include "platform/linux/signal_source.h"
 
 namespace parlen::linux {
-
-// Not std::exit: nothing is buffered, and destructors would wait for threads.
-void PosixProcess::endWith(int status) { _exit(status); }
-
-void PosixProcess::endInTrap() { std::abort(); }
 
 std::unique_ptr<platform::SignalSource> PosixProcess::watchSignal(
     platform::TerminationSignal signal, platform::Work handler) {

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "platform/linux/loop.h"
-#include "platform/process.h"
+#include "platform/posix/process.h"
 
 namespace parlen::linux {
 
 /// This process.
-class PosixProcess final : public platform::Process {
+class PosixProcess final : public posix::Process {
  public:
   explicit PosixProcess(Loop& loop) : loop_(loop) {}
 
@@ -17,9 +17,6 @@ class PosixProcess final : public platform::Process {
                                    const std::vector<std::string>& arguments) override;
 
  private:
-  [[noreturn]] void endWith(int status) override;
-  [[noreturn]] void endInTrap() override;
-
   Loop& loop_;
 };
 

@@ -2,17 +2,15 @@
 
 #import <Foundation/Foundation.h>
 #include <dispatch/dispatch.h>
-#include <fcntl.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <string>
 
 #import "platform/macos/bridge.h"
 #import "platform/macos/files.h"
-#import "platform/macos/streams.h"
+#include "platform/posix/process.h"
+#include "platform/posix/streams.h"
 
 namespace parlen::macos {
 namespace {
@@ -96,7 +94,7 @@ int exitStatus(NSTask* task) {
 }
 
 /// This process. Stateless.
-class Process final : public platform::Process {
+class Process final : public posix::Process {
  public:
   std::unique_ptr<platform::SignalSource> watchSignal(platform::TerminationSignal signal,
                                                       platform::Work handler) override {
@@ -130,12 +128,6 @@ class Process final : public platform::Process {
     [task waitUntilExit];
     return exitStatus(task);
   }
-
- private:
-  // Not exit: nothing is buffered, and destructors would run beside the frameworks' threads.
-  [[noreturn]] void endWith(int status) override { _exit(status); }
-
-  [[noreturn]] void endInTrap() override { abort(); }
 };
 
 class System final : public platform::System {
@@ -150,22 +142,15 @@ class System final : public platform::System {
 
  private:
   Files files_;
-  Streams streams_;
   MainQueue mainQueue_;
+  posix::Streams streams_{posix::StreamDescriptors{}, mainQueue_};
   Process process_;
 };
-
-// open(2) returns the lowest free descriptor, so counting upward fills each gap.
-void openStandardDescriptors() {
-  for (int descriptor = 0; descriptor <= 2; ++descriptor) {
-    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
-  }
-}
 
 }  // namespace
 
 std::unique_ptr<platform::System> makeSystem() {
-  openStandardDescriptors();
+  posix::openStandardDescriptors();
   return std::make_unique<System>();
 }
 

@@ -4,11 +4,11 @@
 #include <string_view>
 
 #include "platform/event_loop.h"
-#include "platform/linux/descriptor.h"
-#include "platform/linux/input_reader.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/input_reader.h"
 #include "platform/streams.h"
 
-namespace parlen::linux {
+namespace parlen::posix {
 
 /// The descriptors that serve as standard streams.
 struct StreamDescriptors {
@@ -17,11 +17,15 @@ struct StreamDescriptors {
   int error = 2;
 };
 
+/// Makes sure that descriptors 0, 1 and 2 are open (on /dev/null if they were not), so that no file
+/// that is opened later is ever taken for a standard stream.
+void openStandardDescriptors();
+
 /// The standard streams. The descriptors are borrowed, and their flags are left as they are: they
 /// may be shared with the parent, and may be non-blocking. The broken-pipe signal is left alone.
-class PosixStreams final : public platform::StandardStreams {
+class Streams final : public platform::StandardStreams {
  public:
-  PosixStreams(StreamDescriptors descriptors, platform::EventLoop& loop)
+  Streams(StreamDescriptors descriptors, platform::EventLoop& loop)
       : descriptors_(descriptors), loop_(loop) {}
 
   void writeOutput(std::string_view bytes) override;
@@ -42,4 +46,4 @@ class PosixStreams final : public platform::StandardStreams {
   std::unique_ptr<InputReader> reader_;
 };
 
-}  // namespace parlen::linux
+}  // namespace parlen::posix

@@ -3,17 +3,22 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include "platform/event_loop.h"
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 #include "platform/streams.h"
 
-namespace parlen::linux {
+namespace parlen::posix {
 
-/// Lets the reader see that a write to a standard stream has not returned yet.
+/// Lets the reader see that a write to a standard stream has not returned yet. Any thread.
 class WriteActivity {
  public:
   void begin() { begun_.fetch_add(1); }
@@ -30,7 +35,38 @@ class WriteActivity {
   std::atomic<std::uint64_t> ended_ = 0;
 };
 
-class Inbox;
+/// What has been read and not yet been handled: the reading thread adds, the main thread drains.
+/// Owned by the reader and by the drains that are still queued when the reader is gone.
+class Inbox {
+ public:
+  /// In bytes. The reading thread is to pause when this much waits.
+  static constexpr std::size_t limit = 256 * 1024;
+
+  /// This one handler is called for every chunk; it is never copied again.
+  explicit Inbox(platform::StandardStreams::InputHandler handler) : handler_(std::move(handler)) {}
+
+  /// Empty `bytes` are the end. True: nothing was waiting, so a drain has to be queued.
+  bool add(std::string_view bytes);
+
+  /// Waits at most `timeout` until less than the limit waits, or the inbox is closed. False: full.
+  bool waitForRoom(std::chrono::milliseconds timeout);
+
+  /// Hands everything that waits to the handler. Main thread.
+  void drain();
+
+  /// From now on the handler is not called. Main thread.
+  void close();
+
+ private:
+  platform::StandardStreams::InputHandler handler_;
+  std::string handled_;  // the main thread's, keeps its storage from drain to drain
+  std::mutex mutex_;
+  std::condition_variable hasRoom_;
+  std::string waiting_;       // guarded by mutex_, as all below
+  bool ended_ = false;        // the end waits too
+  bool drainQueued_ = false;  // a drain will come without being asked for
+  bool closed_ = false;
+};
 
 /// Reads a descriptor to its end on a thread of its own and hands the bytes to the loop's thread,
 /// as many at once as there are. It stays at most a few hundred KiB ahead, except while the main
@@ -50,6 +86,7 @@ class InputReader {
   static void* threadMain(void* reader);
   bool startThread();
   void readToEnd();
+  void waitForRoom();
   bool waitForInput();
   bool mainIsStuck();
   void forward(std::string_view bytes);
@@ -58,8 +95,9 @@ class InputReader {
   platform::EventLoop& loop_;
   const WriteActivity& writes_;
   std::shared_ptr<Inbox> inbox_;
+  Pipe ending_;                  // readable once the reader is to end
   std::uint64_t seenWrite_ = 0;  // the thread's: the write under way when the inbox was last full
   std::optional<pthread_t> thread_;
 };
 
-}  // namespace parlen::linux
+}  // namespace parlen::posix

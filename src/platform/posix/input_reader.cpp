@@ -1,22 +1,18 @@
-#include "platform/linux/input_reader.h"
+#include "platform/posix/input_reader.h"
 
-#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <string_view>
 #include <utility>
 
-#include "platform/linux/inbox.h"
-
-namespace parlen::linux {
+namespace parlen::posix {
 namespace {
 
 constexpr std::size_t chunkSize = std::size_t{64} * 1024;
 constexpr std::size_t stackSize = std::size_t{256} * 1024;
 // A write that takes longer than this waits for its reader.
-constexpr int patienceMilliseconds = 10;
+constexpr std::chrono::milliseconds writeTimeout{10};
 
 // Signals are the main thread's business. SIGTTIN alone stays: with it blocked, a read by a
 // background job of a terminal would fail instead of suspending the job.
@@ -29,18 +25,54 @@ sigset_t signalsToBlock() {
 
 }  // namespace
 
+bool Inbox::add(std::string_view bytes) {
+  const std::scoped_lock lock(mutex_);
+  waiting_.append(bytes);
+  if (bytes.empty()) ended_ = true;
+  return !std::exchange(drainQueued_, true);
+}
+
+bool Inbox::waitForRoom(std::chrono::milliseconds timeout) {
+  std::unique_lock lock(mutex_);
+  return hasRoom_.wait_for(lock, timeout, [&] { return waiting_.size() < limit || closed_; });
+}
+
+void Inbox::drain() {
+  handled_.clear();
+  std::unique_lock lock(mutex_);
+  if (closed_) return;
+  std::swap(handled_, waiting_);
+  drainQueued_ = false;
+  const bool ended = std::exchange(ended_, false);
+  lock.unlock();
+  hasRoom_.notify_one();
+  if (!handled_.empty()) handler_(handled_);
+  if (ended) handler_({});
+  // The storage that an unusually long wait needed is given back.
+  if (handled_.capacity() > 2 * limit) handled_ = std::string();
+}
+
+void Inbox::close() {
+  const std::scoped_lock lock(mutex_);
+  closed_ = true;
+  hasRoom_.notify_one();
+}
+
 InputReader::InputReader(int descriptor, platform::EventLoop& loop, const WriteActivity& writes,
                          platform::StandardStreams::InputHandler handler)
     : descriptor_(descriptor),
       loop_(loop),
       writes_(writes),
-      inbox_(std::make_shared<Inbox>(std::move(handler))) {
+      inbox_(std::make_shared<Inbox>(std::move(handler))),
+      ending_(makePipe()) {
   // Without a thread nothing can ever be heard: that is the end of the input.
   if (!startThread()) forward({});
 }
 
 InputReader::~InputReader() {
   inbox_->close();
+  std::string_view anything = "x";
+  writeAll(ending_.writing.get(), anything);
   if (thread_) pthread_join(*thread_, nullptr);
 }
 
@@ -65,8 +97,9 @@ void* InputReader::threadMain(void* reader) {
 
 void InputReader::readToEnd() {
   const auto buffer = std::make_unique_for_overwrite<char[]>(chunkSize);
-  while (!inbox_->closed()) {
-    if (!waitForInput()) continue;
+  for (;;) {
+    waitForRoom();
+    if (!waitForInput()) return;
     const ssize_t count = read(descriptor_, buffer.get(), chunkSize);
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     forward({buffer.get(), count > 0 ? static_cast<std::size_t>(count) : 0});
@@ -74,12 +107,8 @@ void InputReader::readToEnd() {
   }
 }
 
-// False: nothing to read now, or no room for it; look again.
-bool InputReader::waitForInput() {
-  const bool mayRead = !inbox_->isFull() || mainIsStuck();
-  pollfd waits[] = {{inbox_->wake(), POLLIN, 0}, {mayRead ? descriptor_ : -1, POLLIN, 0}};
-  poll(waits, std::size(waits), mayRead ? -1 : patienceMilliseconds);
-  return waits[1].revents != 0;
+void InputReader::waitForRoom() {
+  while (!inbox_->waitForRoom({}) && !mainIsStuck()) inbox_->waitForRoom(writeTimeout);
 }
 
 // Asked once in every wait for room. The same write twice in a row: its reader is not reading.
@@ -88,9 +117,18 @@ bool InputReader::mainIsStuck() {
   return write != 0 && write == std::exchange(seenWrite_, write);
 }
 
+// False: the reader is to end.
+bool InputReader::waitForInput() {
+  pollfd waits[] = {{descriptor_, POLLIN, 0}, {ending_.reading.get(), POLLIN, 0}};
+  do {
+    waitUntilReady(waits);
+  } while (waits[0].revents == 0 && waits[1].revents == 0);
+  return waits[1].revents == 0;
+}
+
 void InputReader::forward(std::string_view bytes) {
   if (!inbox_->add(bytes)) return;
   loop_.post([inbox = inbox_] { inbox->drain(); });
 }
 
-}  // namespace parlen::linux
+}  // namespace parlen::posix

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "platform/event_loop.h"
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 
 namespace parlen::test {
 
@@ -16,11 +16,8 @@ struct LoopLeft {};
 void serve(platform::EventLoop& loop);
 [[noreturn]] void leaveLoop();
 
-struct Pipe {
-  linux::Descriptor reading;
-  linux::Descriptor writing;
-};
-Pipe makePipe(int flags = 0);
+/// Throws if there is none. `flags` are those of the file status, O_NONBLOCK say, of both ends.
+posix::Pipe makePipe(int flags = 0);
 
 /// Runs `body` in a forked child and returns its wait status: an exit status is what `body`
 /// returns.
@@ -31,6 +28,9 @@ std::string fileContent(const std::string& path);
 
 /// Everything up to the end.
 std::string readAll(int descriptor);
+
+/// Blocks until all of it has been taken.
+void send(int descriptor, std::string_view bytes);
 
 /// Of the entry itself, not of what it links to. Throws if there is none.
 struct stat statusOf(const std::string& path);

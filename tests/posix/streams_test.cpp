@@ -1,10 +1,11 @@
-#include "platform/linux/posix_streams.h"
+#include "platform/posix/streams.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,17 +13,17 @@
 #include <string>
 #include <thread>
 
-#include "fixtures.h"
-#include "platform/linux/inbox.h"
-#include "platform/linux/poll_loop.h"
+#include "platform/posix/descriptor.h"
+#include "queue_loop.h"
+#include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
 namespace {
 
-using linux::Descriptor;
-using linux::PollLoop;
-using linux::PosixStreams;
+using posix::Descriptor;
+using posix::Pipe;
+using posix::Streams;
 
 std::string pattern(std::size_t size) {
   std::string bytes(size, '\0');
@@ -30,17 +31,8 @@ std::string pattern(std::size_t size) {
   return bytes;
 }
 
-// Blocks until all of it has been taken.
-void send(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = write(descriptor, bytes.data(), bytes.size());
-    ASSERT_GT(count, 0);
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-}
-
 // Reads `input` to its end on `loop` and returns all of it.
-std::string receive(PollLoop& loop, PosixStreams& streams) {
+std::string receive(QueueLoop& loop, Streams& streams) {
   std::string received;
   streams.readInput([&](std::string_view chunk) {
     received.append(chunk);
@@ -50,13 +42,13 @@ std::string receive(PollLoop& loop, PosixStreams& streams) {
   return received;
 }
 
-TEST(PosixStreams, WritesALineInOnePiece) {
+TEST(Streams, WritesALineInOnePiece) {
   int ends[2];
-  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends));
+  ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_DGRAM, 0, ends));
   const Descriptor reading(ends[0]);
   const Descriptor writing(ends[1]);
-  PollLoop loop;
-  PosixStreams streams({-1, writing.get(), writing.get()}, loop);
+  QueueLoop loop;
+  Streams streams({-1, writing.get(), writing.get()}, loop);
 
   streams.writeOutput("{\"type\":\"ready\"}\n");
   streams.writeError("a warning\n");
@@ -67,12 +59,12 @@ TEST(PosixStreams, WritesALineInOnePiece) {
   EXPECT_EQ(10, read(reading.get(), buffer, sizeof buffer));
 }
 
-TEST(PosixStreams, CompletesAWriteThatANonBlockingPipeCutsShort) {
+TEST(Streams, CompletesAWriteThatANonBlockingPipeCutsShort) {
   Pipe pipe = makePipe(O_NONBLOCK);
   ASSERT_EQ(0, fcntl(pipe.reading.get(), F_SETFL, 0));
   const std::string line = pattern(1 << 20);
-  PollLoop loop;
-  PosixStreams streams({-1, pipe.writing.get(), -1}, loop);
+  QueueLoop loop;
+  Streams streams({-1, pipe.writing.get(), -1}, loop);
   std::string received;
   std::thread parent([&] { received = readAll(pipe.reading.get()); });
 
@@ -83,14 +75,14 @@ TEST(PosixStreams, CompletesAWriteThatANonBlockingPipeCutsShort) {
   EXPECT_EQ(line, received);
 }
 
-TEST(PosixStreams, CompletesAWriteThatSignalsInterrupt) {
+TEST(Streams, CompletesAWriteThatSignalsInterrupt) {
   struct sigaction action{};
   action.sa_handler = [](int) {};  // without SA_RESTART
   sigaction(SIGUSR1, &action, nullptr);
   Pipe pipe = makePipe();
   const std::string line = pattern(1 << 20);
-  PollLoop loop;
-  PosixStreams streams({-1, pipe.writing.get(), -1}, loop);
+  QueueLoop loop;
+  Streams streams({-1, pipe.writing.get(), -1}, loop);
   std::string received;
   std::thread parent([&, writer = pthread_self()] {
     char buffer[4096];
@@ -107,23 +99,23 @@ TEST(PosixStreams, CompletesAWriteThatSignalsInterrupt) {
   EXPECT_EQ(line, received);
 }
 
-TEST(PosixStreams, DropsWhatCannotBeWritten) {
-  PollLoop loop;
+TEST(Streams, DropsWhatCannotBeWritten) {
+  QueueLoop loop;
   const Descriptor readOnly(open("/dev/null", O_RDONLY | O_CLOEXEC));
-  PosixStreams streams({-1, -1, readOnly.get()}, loop);
+  Streams streams({-1, -1, readOnly.get()}, loop);
 
   streams.writeOutput("nobody\n");
   streams.writeError("hears\n");
   streams.writeOutput("");
 }
 
-TEST(PosixStreams, EndsTheProcessByTheBrokenPipeSignal) {
+TEST(Streams, EndsTheProcessByTheBrokenPipeSignal) {
   const int status = inChild([] {
     signal(SIGPIPE, SIG_DFL);
     Pipe pipe = makePipe();
     pipe.reading.close();
-    PollLoop loop;
-    PosixStreams({-1, pipe.writing.get(), -1}, loop).writeOutput("line\n");
+    QueueLoop loop;
+    Streams({-1, pipe.writing.get(), -1}, loop).writeOutput("line\n");
     return 0;
   });
 
@@ -131,15 +123,15 @@ TEST(PosixStreams, EndsTheProcessByTheBrokenPipeSignal) {
   EXPECT_EQ(SIGPIPE, WTERMSIG(status));
 }
 
-TEST(PosixStreams, DeliversInputInOrderAndItsEndOnceAndLast) {
+TEST(Streams, DeliversInputInOrderAndItsEndOnceAndLast) {
   Pipe pipe = makePipe();
   const std::string sent = pattern(3 << 20);
   std::thread parent([&] {
     send(pipe.writing.get(), sent);
     pipe.writing.close();
   });
-  PollLoop loop;
-  PosixStreams streams({pipe.reading.get(), -1, -1}, loop);
+  QueueLoop loop;
+  Streams streams({pipe.reading.get(), -1, -1}, loop);
   std::string received;
   int ends = 0;
 
@@ -157,11 +149,32 @@ TEST(PosixStreams, DeliversInputInOrderAndItsEndOnceAndLast) {
   EXPECT_TRUE(sent == received);
 }
 
-TEST(PosixStreams, DeliversInputOnTheLoopOnly) {
+// As the splitter of command lines does, which keeps the start of a line from chunk to chunk.
+TEST(Streams, CallsOneHandlerWithEveryChunk) {
+  Pipe pipe = makePipe();
+  QueueLoop loop;
+  Streams streams({pipe.reading.get(), -1, -1}, loop);
+  std::string all;
+  streams.readInput([&, own = std::string()](std::string_view chunk) mutable {
+    own.append(chunk);
+    if (own == "{\"type\":") send(pipe.writing.get(), "\"stop\"}");
+    if (own.ends_with('}')) pipe.writing.close();
+    if (!chunk.empty()) return;
+    all = own;
+    leaveLoop();
+  });
+  send(pipe.writing.get(), "{\"type\":");
+
+  serve(loop);
+
+  EXPECT_EQ("{\"type\":\"stop\"}", all);
+}
+
+TEST(Streams, DeliversInputOnTheLoopOnly) {
   Pipe pipe = makePipe();
   send(pipe.writing.get(), "x");
-  PollLoop loop;
-  PosixStreams streams({pipe.reading.get(), -1, -1}, loop);
+  QueueLoop loop;
+  Streams streams({pipe.reading.get(), -1, -1}, loop);
   std::thread::id heardOn;
 
   streams.readInput([&](std::string_view) {
@@ -174,20 +187,36 @@ TEST(PosixStreams, DeliversInputOnTheLoopOnly) {
   EXPECT_EQ(std::this_thread::get_id(), heardOn);
 }
 
-TEST(PosixStreams, ReadsRegularFiles) {
+TEST(Streams, TellsTheEndOfAFifoAndOfADevice) {
+  const TemporaryDirectory directory;
+  ASSERT_EQ(0, mkfifo((directory / "fifo").c_str(), 0600));
+  const Descriptor fifo(open((directory / "fifo").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  Descriptor writer(open((directory / "fifo").c_str(), O_WRONLY | O_CLOEXEC));
+  send(writer.get(), "line\n");
+  writer.close();
+  const Descriptor null(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  QueueLoop loop;
+  Streams fromFifo({fifo.get(), -1, -1}, loop);
+  Streams fromNull({null.get(), -1, -1}, loop);
+
+  EXPECT_EQ("line\n", receive(loop, fromFifo));
+  EXPECT_EQ("", receive(loop, fromNull));
+}
+
+TEST(Streams, ReadsRegularFiles) {
   const TemporaryDirectory directory;
   putFile(directory / "commands", "{\"type\":\"stop\"}\n");
   const Descriptor file(open((directory / "commands").c_str(), O_RDONLY | O_CLOEXEC));
-  PollLoop loop;
-  PosixStreams streams({file.get(), -1, -1}, loop);
+  QueueLoop loop;
+  Streams streams({file.get(), -1, -1}, loop);
 
   EXPECT_EQ("{\"type\":\"stop\"}\n", receive(loop, streams));
 }
 
-TEST(PosixStreams, WaitsForInputOfANonBlockingPipe) {
+TEST(Streams, WaitsForInputOfANonBlockingPipe) {
   Pipe pipe = makePipe(O_NONBLOCK);
-  PollLoop loop;
-  PosixStreams streams({pipe.reading.get(), -1, -1}, loop);
+  QueueLoop loop;
+  Streams streams({pipe.reading.get(), -1, -1}, loop);
   std::string received;
   streams.readInput([&](std::string_view chunk) {
     received.append(chunk);
@@ -202,12 +231,12 @@ TEST(PosixStreams, WaitsForInputOfANonBlockingPipe) {
   EXPECT_EQ("firstsecond", received);
 }
 
-TEST(PosixStreams, TakesAReadErrorForTheEnd) {
+TEST(Streams, TakesAReadErrorForTheEnd) {
   const Descriptor directory(open("/", O_RDONLY | O_CLOEXEC));
   constexpr int notOpen = 1000;
   for (const int unreadable : {directory.get(), notOpen}) {
-    PollLoop loop;
-    PosixStreams streams({unreadable, -1, -1}, loop);
+    QueueLoop loop;
+    Streams streams({unreadable, -1, -1}, loop);
 
     EXPECT_EQ("", receive(loop, streams)) << unreadable;
   }
@@ -215,7 +244,7 @@ TEST(PosixStreams, TakesAReadErrorForTheEnd) {
 
 // The parent sends all of its commands before it reads the first event, and the first event does
 // not fit into the pipe.
-TEST(PosixStreams, GoesOnReadingWhileAWriteWaitsForItsReader) {
+TEST(Streams, GoesOnReadingWhileAWriteWaitsForItsReader) {
   Pipe input = makePipe();
   Pipe output = makePipe();
   const std::string commands = pattern(8 << 20);
@@ -226,8 +255,8 @@ TEST(PosixStreams, GoesOnReadingWhileAWriteWaitsForItsReader) {
     input.writing.close();
     seen = readAll(output.reading.get());
   });
-  PollLoop loop;
-  PosixStreams streams({input.reading.get(), output.writing.get(), -1}, loop);
+  QueueLoop loop;
+  Streams streams({input.reading.get(), output.writing.get(), -1}, loop);
   std::string received;
   streams.readInput([&](std::string_view chunk) {
     if (received.empty()) streams.writeOutput(event);
@@ -243,13 +272,13 @@ TEST(PosixStreams, GoesOnReadingWhileAWriteWaitsForItsReader) {
   EXPECT_TRUE(commands == received);
 }
 
-TEST(PosixStreams, ReadsALittleAheadOfTheMainThreadAndNoMore) {
+TEST(Streams, ReadsALittleAheadOfTheMainThreadAndNoMore) {
   constexpr std::size_t aLot = 64 << 20;
   constexpr std::size_t aLittle = 1 << 20;
   Pipe pipe = makePipe();
   ASSERT_EQ(0, fcntl(pipe.writing.get(), F_SETFL, O_NONBLOCK));
-  PollLoop loop;
-  PosixStreams streams({pipe.reading.get(), -1, -1}, loop);
+  QueueLoop loop;
+  Streams streams({pipe.reading.get(), -1, -1}, loop);
   streams.readInput([](std::string_view) { FAIL() << "the loop does not run"; });
 
   // A pipe that stays full for this long is not read from.
@@ -263,23 +292,23 @@ TEST(PosixStreams, ReadsALittleAheadOfTheMainThreadAndNoMore) {
   EXPECT_LE(taken, aLittle);
 }
 
-TEST(PosixStreams, EndsItsReaderWhileItWaits) {
+TEST(Streams, EndsItsReaderWhileItWaits) {
   const Pipe pipe = makePipe();
-  PollLoop loop;
-  std::optional<PosixStreams> streams;
-  streams.emplace(linux::StreamDescriptors{pipe.reading.get(), -1, -1}, loop);
+  QueueLoop loop;
+  std::optional<Streams> streams;
+  streams.emplace(posix::StreamDescriptors{pipe.reading.get(), -1, -1}, loop);
   streams->readInput([](std::string_view) { FAIL(); });
 
   streams.reset();
 }
 
-TEST(PosixStreams, DeliversNothingOnceItIsGone) {
+TEST(Streams, DeliversNothingOnceItIsGone) {
   Pipe pipe = makePipe();
   send(pipe.writing.get(), "queued");
   pipe.writing.close();
-  PollLoop loop;
-  std::optional<PosixStreams> streams;
-  streams.emplace(linux::StreamDescriptors{pipe.reading.get(), -1, -1}, loop);
+  QueueLoop loop;
+  std::optional<Streams> streams;
+  streams.emplace(posix::StreamDescriptors{pipe.reading.get(), -1, -1}, loop);
   // In the queue before anything that the reader may put there.
   loop.post([&] {
     streams.reset();
@@ -290,10 +319,10 @@ TEST(PosixStreams, DeliversNothingOnceItIsGone) {
   serve(loop);
 }
 
-TEST(PosixStreams, LetsAHandlerThrowWithoutLosingWhatFollows) {
+TEST(Streams, LetsAHandlerThrowWithoutLosingWhatFollows) {
   Pipe pipe = makePipe();
-  PollLoop loop;
-  PosixStreams streams({pipe.reading.get(), -1, -1}, loop);
+  QueueLoop loop;
+  Streams streams({pipe.reading.get(), -1, -1}, loop);
   std::string received;
   streams.readInput([&](std::string_view chunk) {
     received.append(chunk);
@@ -308,12 +337,12 @@ TEST(PosixStreams, LetsAHandlerThrowWithoutLosingWhatFollows) {
   EXPECT_EQ("onetwo", received);
 }
 
-TEST(PosixStreams, KeepsWhatOthersPrintOutOfAReservedOutput) {
+TEST(Streams, KeepsWhatOthersPrintOutOfAReservedOutput) {
   Pipe output = makePipe();
   Pipe error = makePipe();
-  PollLoop loop;
+  QueueLoop loop;
   {
-    PosixStreams streams({-1, output.writing.get(), error.writing.get()}, loop);
+    Streams streams({-1, output.writing.get(), error.writing.get()}, loop);
 
     streams.reserveOutput();
     streams.reserveOutput();
@@ -327,35 +356,17 @@ TEST(PosixStreams, KeepsWhatOthersPrintOutOfAReservedOutput) {
   EXPECT_EQ("printed", readAll(error.reading.get()));
 }
 
-TEST(PosixStreams, DoesNotHandAReservedOutputToChildren) {
+TEST(Streams, DoesNotHandAReservedOutputToChildren) {
   Pipe output = makePipe();
   Pipe error = makePipe();
-  PollLoop loop;
-  PosixStreams streams({-1, output.writing.get(), error.writing.get()}, loop);
+  QueueLoop loop;
+  Streams streams({-1, output.writing.get(), error.writing.get()}, loop);
   const int lowestFree = dup(0);
   close(lowestFree);
 
   streams.reserveOutput();
 
   EXPECT_EQ(FD_CLOEXEC, fcntl(lowestFree, F_GETFD));
-}
-
-TEST(Inbox, IsFullAtItsLimitUntilItIsDrained) {
-  std::size_t handled = 0;
-  linux::Inbox inbox([&](std::string_view chunk) { handled += chunk.size(); });
-
-  EXPECT_TRUE(inbox.add(std::string(linux::Inbox::limit - 1, 'x')));
-  EXPECT_FALSE(inbox.isFull());
-  EXPECT_FALSE(inbox.add("x")) << "one drain is enough for both";
-  EXPECT_TRUE(inbox.isFull());
-  inbox.drain();
-
-  EXPECT_EQ(linux::Inbox::limit, handled);
-  pollfd wake{inbox.wake(), POLLIN, 0};
-  EXPECT_EQ(1, poll(&wake, 1, 0));
-  EXPECT_FALSE(inbox.isFull());
-  EXPECT_EQ(0, poll(&wake, 1, 0));
-  EXPECT_TRUE(inbox.add("y")) << "the next bytes need a drain of their own";
 }
 
 }  // namespace

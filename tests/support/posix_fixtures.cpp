@@ -1,4 +1,4 @@
-#include "fixtures.h"
+#include "support/posix_fixtures.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -18,10 +18,13 @@ void serve(platform::EventLoop& loop) {
 
 void leaveLoop() { throw LoopLeft(); }
 
-Pipe makePipe(int flags) {
-  int ends[2];
-  if (pipe2(ends, flags | O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  return {linux::Descriptor(ends[0]), linux::Descriptor(ends[1])};
+posix::Pipe makePipe(int flags) {
+  posix::Pipe pipe = posix::makePipe();
+  if (!pipe.reading) throw std::runtime_error("no pipe");
+  for (const posix::Descriptor* end : {&pipe.reading, &pipe.writing}) {
+    fcntl(end->get(), F_SETFL, fcntl(end->get(), F_GETFL) | flags);
+  }
+  return pipe;
 }
 
 int inChild(const std::function<int()>& body) {
@@ -39,7 +42,7 @@ void putFile(const std::string& path, std::string_view content) {
 }
 
 std::string fileContent(const std::string& path) {
-  const linux::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const posix::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file) throw std::runtime_error("could not read " + path);
   return readAll(file.get());
 }
@@ -51,6 +54,10 @@ std::string readAll(int descriptor) {
     all.append(buffer, static_cast<std::size_t>(count));
   }
   return all;
+}
+
+void send(int descriptor, std::string_view bytes) {
+  if (posix::writeAll(descriptor, bytes) != 0) throw std::runtime_error("nobody reads");
 }
 
 struct stat statusOf(const std::string& path) {

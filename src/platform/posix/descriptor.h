@@ -1,0 +1,52 @@
+#pragma once
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace parlen::posix {
+
+/// Owns an open file descriptor; -1 is none.
+class Descriptor {
+ public:
+  explicit Descriptor(int number = -1) : number_(number) {}
+  ~Descriptor() { close(); }
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
+
+  int get() const { return number_; }
+  explicit operator bool() const { return number_ >= 0; }
+  int release() { return std::exchange(number_, -1); }
+
+  /// Closes now. False: some file systems report only here that what was written is lost.
+  bool close() { return number_ < 0 || ::close(std::exchange(number_, -1)) == 0; }
+
+ private:
+  int number_;
+};
+
+struct Pipe {
+  Descriptor reading;
+  Descriptor writing;
+};
+
+/// A new pipe, closed on exec; two empty descriptors if the system has none left.
+Pipe makePipe();
+
+/// Writes all of `bytes`, again after an interruption or a short write, and removes from `bytes`
+/// what was written. Returns 0 or an errno value; EAGAIN if a non-blocking descriptor is full.
+int writeAll(int descriptor, std::string_view& bytes);
+
+/// Waits until at least one descriptor is ready for its `events` (POLLIN or POLLOUT) and sets the
+/// `revents` of those that are. An end, an error and a number that is not open are readiness: the
+/// next call on the descriptor returns them. A signal handler that runs may end the wait with none
+/// ready. Negative numbers are passed over.
+void waitUntilReady(std::span<pollfd> waits);
+
+}  // namespace parlen::posix

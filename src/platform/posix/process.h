@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/process.h"
+
+namespace parlen::posix {
+
+/// How this process ends. What differs between systems is left to derived classes.
+class Process : public platform::Process {
+ private:
+  [[noreturn]] void endWith(int status) final;
+  [[noreturn]] void endInTrap() final;
+};
+
+/// Gives every signal its default action and unblocks it: for a forked child before its exec, which
+/// would hand on what the parent ignores or blocks. Async-signal-safe.
+void resetSignals();
+
+}  // namespace parlen::posix
