@@ -85,7 +85,7 @@ Result<> MachineFactory::validate(const platform::MachineConfiguration& configur
 
 std::unique_ptr<platform::VirtualMachine> MachineFactory::createMachine(
     const platform::MachineConfiguration& configuration) {
-  return std::make_unique<Machine>(loop_, warn_, configuration);
+  return std::make_unique<Machine>(loop_, warn_, configuration, installedEmulator(loop_, warn_));
 }
 
 Host::Host(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput)

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/qemu/configuration.h"
 #include "platform/qemu/error.h"
 #include "platform/qemu/guest_platform.h"
 #include "platform/qemu/handles.h"
@@ -26,11 +27,44 @@ std::string withMessage(std::string sentence, const std::string& message) {
   return sentence;
 }
 
+/// The emulator's path, for a guest that it can run.
+Result<std::string> findEmulator(const platform::MachineConfiguration& configuration) {
+  const auto& model = static_cast<const HardwareModel&>(*configuration.hardwareModel);
+  const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration.auxiliaryStorage);
+  auto emulator = requireProgram(model.platform()->emulator);
+  if (!emulator) return emulator;
+  // QEMU runs with a damaged store, and the guest then hangs in its firmware.
+  const auto usable = checkAuxiliaryStorage(storage.path(), *model.platform());
+  if (!usable) return std::unexpected(usable.error());
+  return emulator;
+}
+
+Acceleration chooseAcceleration(const platform::WarningSink& warn) {
+  if (kvmWorks()) return Acceleration::kvm;
+  warn("this host has no hardware acceleration (KVM) that works: the guest is emulated, slowly");
+  return Acceleration::emulation;
+}
+
 }  // namespace
 
-Machine::Machine(linux::Loop& loop, platform::WarningSink warn,
-                 platform::MachineConfiguration configuration)
-    : loop_(loop), warn_(std::move(warn)), configuration_(std::move(configuration)) {}
+Launcher installedEmulator(linux::Loop& loop, platform::WarningSink warn) {
+  return [&loop, warn = std::move(warn)](
+             const platform::MachineConfiguration& configuration,
+             QemuProcess::Handlers handlers) -> Result<std::unique_ptr<QemuProcess>> {
+    const auto emulator = findEmulator(configuration);
+    if (!emulator) return std::unexpected(emulator.error());
+    return QemuProcess::start(loop, *emulator,
+                              buildArguments(configuration, chooseAcceleration(warn)),
+                              std::move(handlers));
+  };
+}
+
+Machine::Machine(platform::EventLoop& loop, platform::WarningSink warn,
+                 platform::MachineConfiguration configuration, Launcher launch)
+    : loop_(loop),
+      warn_(std::move(warn)),
+      configuration_(std::move(configuration)),
+      launch_(std::move(launch)) {}
 
 void Machine::start(Completion done) {
   if (life_ != Life::unused) {
@@ -39,34 +73,15 @@ void Machine::start(Completion done) {
   life_ = Life::alive;
   state_ = MachineState::starting;
   startDone_ = std::move(done);
-  if (const auto launched = launch(); !launched) {
+  auto launched = launch_(
+      configuration_, {.monitor = {.onReady = [this] { onReady(); },
+                                   .onEvent = [this](const QmpEvent& event) { onQmpEvent(event); }},
+                       .onExit = [this](const SubprocessExit& exit) { onExit(exit); }});
+  if (launched) {
+    process_ = *std::move(launched);
+  } else {
     later([this, reason = launched.error().description] { end(reason); });
   }
-}
-
-Result<> Machine::launch() {
-  const auto& model = static_cast<const HardwareModel&>(*configuration_.hardwareModel);
-  const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration_.auxiliaryStorage);
-  const auto emulator = requireProgram(model.platform()->emulator);
-  if (!emulator) return std::unexpected(emulator.error());
-  // QEMU runs with a damaged store, and the guest then hangs in its firmware.
-  const auto usable = checkAuxiliaryStorage(storage.path(), *model.platform());
-  if (!usable) return usable;
-
-  auto process = QemuProcess::start(
-      loop_, *emulator, buildArguments(configuration_, chooseAcceleration()),
-      {.monitor = {.onReady = [this] { onReady(); },
-                   .onEvent = [this](const QmpEvent& event) { onQmpEvent(event); }},
-       .onExit = [this](const SubprocessExit& exit) { onExit(exit); }});
-  if (!process) return std::unexpected(std::move(process).error());
-  process_ = *std::move(process);
-  return {};
-}
-
-Acceleration Machine::chooseAcceleration() {
-  if (kvmWorks()) return Acceleration::kvm;
-  warn_("this host has no hardware acceleration (KVM) that works: the guest is emulated, slowly");
-  return Acceleration::emulation;
 }
 
 /// QEMU has opened its devices, so a disk that another machine uses has already failed. The guest

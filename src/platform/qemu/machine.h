@@ -1,24 +1,34 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/event_loop.h"
+#include "platform/linux/loop.h"
 #include "platform/machine_configuration.h"
-#include "platform/qemu/configuration.h"
 #include "platform/qemu/qmp_client.h"
 #include "platform/virtual_machine.h"
 
 namespace parlen::qemu {
 
+/// Starts a QEMU that runs a machine of the configuration. The error is a failure to start.
+using Launcher = std::function<platform::Result<std::unique_ptr<QemuProcess>>(
+    const platform::MachineConfiguration&, QemuProcess::Handlers)>;
+
+/// Launches the emulator that is installed; `warn` gets a sentence if it has no acceleration. The
+/// configuration's parts are this host's own. `loop` must outlive the processes.
+Launcher installedEmulator(linux::Loop& loop, platform::WarningSink warn);
+
 /// One guest: a QEMU process from its start until it is reaped. Destroying the machine kills the
 /// process and drops the callbacks that have not run.
 class Machine : public platform::VirtualMachine {
  public:
-  Machine(linux::Loop& loop, platform::WarningSink warn,
-          platform::MachineConfiguration configuration);
+  Machine(platform::EventLoop& loop, platform::WarningSink warn,
+          platform::MachineConfiguration configuration, Launcher launch);
 
   const platform::MachineConfiguration& configuration() const { return configuration_; }
 
@@ -44,8 +54,6 @@ class Machine : public platform::VirtualMachine {
   bool move(platform::MachineState from, platform::MachineState to);
 
   // Starting.
-  platform::Result<> launch();
-  Acceleration chooseAcceleration();
   void onReady();
   void onStartReply(const platform::Result<>& result);
   void addViewer(linux::Descriptor socket);
@@ -67,9 +75,10 @@ class Machine : public platform::VirtualMachine {
   void later(platform::Work work);
   void deliver(platform::Completion& completion, platform::Result<> result);
 
-  linux::Loop& loop_;
+  platform::EventLoop& loop_;
   platform::WarningSink warn_;
   const platform::MachineConfiguration configuration_;
+  Launcher launch_;
   platform::VirtualMachineDelegate* delegate_ = nullptr;
   platform::MachineState state_ = platform::MachineState::stopped;
   Life life_ = Life::unused;

@@ -132,32 +132,58 @@ void QmpClient::close() {
   writing_.reset();
 }
 
-platform::Result<std::unique_ptr<QemuProcess>> QemuProcess::start(
-    linux::Loop& loop, const std::string& emulator, std::vector<std::string> arguments,
-    Handlers handlers) {
+namespace {
+
+class StartedQemu final : public QemuProcess {
+ public:
+  explicit StartedQemu(Subprocess::ExitHandler onExit) : onExit_(std::move(onExit)) {}
+
+  platform::Result<> start(linux::Loop& loop, const std::string& emulator,
+                           std::vector<std::string> arguments, QmpClient::Handlers handlers);
+
+  QmpClient& monitor() override { return *monitor_; }
+  void kill() override { process_->kill(); }
+
+ private:
+  void finish(const SubprocessExit& exit);
+
+  Subprocess::ExitHandler onExit_;
+  std::unique_ptr<QmpClient> monitor_;
+  std::unique_ptr<Subprocess> process_;
+};
+
+platform::Result<> StartedQemu::start(linux::Loop& loop, const std::string& emulator,
+                                      std::vector<std::string> arguments,
+                                      QmpClient::Handlers handlers) {
   auto sockets = linux::makeSocketPair();
   if (!sockets) return linux::failure("make QEMU's control socket", sockets.error());
-  std::unique_ptr<QemuProcess> qemu(new QemuProcess(std::move(handlers.onExit)));
-  auto process =
-      Subprocess::start(loop,
-                        {.program = emulator,
-                         .arguments = std::move(arguments),
-                         .onOutput = nullptr,
-                         .descriptors = {{monitorDescriptor, sockets->theirs.get()}}},
-                        [qemu = qemu.get()](const SubprocessExit& exit) { qemu->finish(exit); });
+  auto process = Subprocess::start(loop,
+                                   {.program = emulator,
+                                    .arguments = std::move(arguments),
+                                    .onOutput = nullptr,
+                                    .descriptors = {{monitorDescriptor, sockets->theirs.get()}}},
+                                   [this](const SubprocessExit& exit) { finish(exit); });
   if (!process) return std::unexpected(std::move(process).error());
-  qemu->process_ = *std::move(process);
-  qemu->monitor_ =
-      std::make_unique<QmpClient>(loop, std::move(sockets->ours), std::move(handlers.monitor));
-  return qemu;
+  process_ = *std::move(process);
+  monitor_ = std::make_unique<QmpClient>(loop, std::move(sockets->ours), std::move(handlers));
+  return {};
 }
 
-QemuProcess::QemuProcess(Subprocess::ExitHandler onExit) : onExit_(std::move(onExit)) {}
-
-void QemuProcess::finish(const SubprocessExit& exit) {
+void StartedQemu::finish(const SubprocessExit& exit) {
   monitor_->drain();
   const auto onExit = std::move(onExit_);  // it may destroy this object
   onExit(exit);
+}
+
+}  // namespace
+
+platform::Result<std::unique_ptr<QemuProcess>> QemuProcess::start(
+    linux::Loop& loop, const std::string& emulator, std::vector<std::string> arguments,
+    Handlers handlers) {
+  auto qemu = std::make_unique<StartedQemu>(std::move(handlers.onExit));
+  auto started = qemu->start(loop, emulator, std::move(arguments), std::move(handlers.monitor));
+  if (!started) return std::unexpected(std::move(started).error());
+  return qemu;
 }
 
 }  // namespace parlen::qemu

@@ -75,7 +75,8 @@ class QmpClient {
 };
 
 /// A running QEMU: the process, and the client of its monitor socket, which is the process's
-/// descriptor `monitorDescriptor`. Main thread.
+/// descriptor `monitorDescriptor`. Destroying the object kills a process that still runs and calls
+/// no handler. Main thread.
 class QemuProcess {
  public:
   struct Handlers {
@@ -89,18 +90,11 @@ class QemuProcess {
                                                               const std::string& emulator,
                                                               std::vector<std::string> arguments,
                                                               Handlers handlers);
+  virtual ~QemuProcess() = default;
 
-  QmpClient& monitor() { return *monitor_; }
+  virtual QmpClient& monitor() = 0;
   /// Kills QEMU. The kernel keeps what it has written.
-  void kill() { process_->kill(); }
-
- private:
-  explicit QemuProcess(Subprocess::ExitHandler onExit);
-  void finish(const SubprocessExit& exit);
-
-  Subprocess::ExitHandler onExit_;
-  std::unique_ptr<QmpClient> monitor_;
-  std::unique_ptr<Subprocess> process_;
+  virtual void kill() = 0;
 };
 
 }  // namespace parlen::qemu
