@@ -62,12 +62,13 @@ class VirtualMachine {
   /// Ends the machine at once, as if its power were cut. An error in the state `stopped`.
   virtual void stop(Completion onDone) = 0;
 
-  /// Whether the state allows `pause`.
+  /// Whether the state allows `pause`. Not while a pause or a resumption is in progress: the state
+  /// is then `pausing` or `resuming`.
   virtual bool canPause() const = 0;
   /// Stops the guest's processors and keeps its memory.
   virtual void pause(Completion onDone) = 0;
 
-  /// Whether the state allows `resume`.
+  /// Whether the state allows `resume`; see `canPause`.
   virtual bool canResume() const = 0;
   /// Lets a paused guest continue.
   virtual void resume(Completion onDone) = 0;

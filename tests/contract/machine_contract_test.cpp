@@ -50,6 +50,39 @@ TEST_P(MachineContract, CompletesPauseAndResumeLater) {
   EXPECT_THAT(story.happened, ElementsAre("started", "paused", "resumed"));
 }
 
+TEST_P(MachineContract, RefusesAResumeThatComesWithAPause) {
+  MachineStory story;
+  const auto machine = runningMachine(installedGuest("guest"), story);
+
+  machine->pause(story.tell("paused"));
+  EXPECT_FALSE(machine->canResume());
+  machine->resume(story.tell("resume"));
+
+  runUntil([&] { return story.happened.size() > 2; }, "both complete");
+  runAWhile();
+  EXPECT_THAT(story.happened, testing::UnorderedElementsAre("started", "paused", "resume failed"));
+  EXPECT_EQ(machine->state(), raw(MachineState::paused));
+}
+
+TEST_P(MachineContract, CompletesEachPauseAndResumeForItself) {
+  MachineStory story;
+  const auto machine = runningMachine(installedGuest("guest"), story);
+
+  // Each as soon as the state allows it, which may be before the other has completed.
+  constexpr int pairs = 10;
+  for (int pair = 0; pair < pairs; ++pair) {
+    machine->pause(story.tell("paused"));
+    runUntil([&] { return machine->canResume(); }, "the machine is paused");
+    machine->resume(story.tell("resumed"));
+    runUntil([&] { return machine->canPause(); }, "the machine runs again");
+  }
+
+  runAWhile();
+  std::vector<std::string> expected{"started"};
+  for (int pair = 0; pair < pairs; ++pair) expected.insert(expected.end(), {"paused", "resumed"});
+  EXPECT_EQ(story.happened, expected);
+}
+
 TEST_P(MachineContract, FailsToPauseOrResumeAStoppedMachine) {
   MachineStory story;
   const auto machine = machineOf(installedGuest("guest"), story);

@@ -1,11 +1,14 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "host_fixture.h"
+#include "platform/linux/descriptor.h"
 #include "support/path_variable.h"
 
 namespace parlen::qemu {
@@ -18,7 +21,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 /// Machines whose emulator is a shell script, to see what a real guest does once in a thousand
-/// runs. Descriptor 3 is the script's end of the control socket.
+/// runs. Descriptor 3 is the script's end of the control socket. A script that calls `hold` does
+/// not go on before the test has called `runUntilHeld` and `release`.
 class ScriptedMachineTest : public HostTest {
  protected:
   /// The script says the greeting, answers the handshake and goes on with `rest`, whose first
@@ -26,19 +30,30 @@ class ScriptedMachineTest : public HostTest {
   std::unique_ptr<platform::VirtualMachine> scriptedMachine(const std::string& rest) {
     return machineWithEmulator(R"(#!/bin/sh
 say() { printf '%s\r\n' "$1" >&3; }
-answer() { read -r command <&3; id=${command##*:}; say "{\"return\": {}, \"id\": ${id%\}}}"; }
+hear() { read -r command <&3; id=${command##*:}; id=${id%\}}; }
+accept() { say "{\"return\": {}, \"id\": $id}"; }
+refuse() { say "{\"error\": {\"class\": \"GenericError\", \"desc\": \"not now\"}, \"id\": $id}"; }
+answer() { hear; accept; }
+shut_down() {
+  say '{"event": "SHUTDOWN", "data": {"guest": true, "reason": "guest-shutdown"}}'
+}
+hold() { : >"$0.held"; read -r word <"$0.release"; }
 say '{"QMP": {}}'
 answer
 )" + rest);
   }
 
   std::unique_ptr<platform::VirtualMachine> machineWithEmulator(const std::string& script) {
-    auto configuration = makeGuest("guest");
-    const std::string emulator = path("bin/" + std::string(nativeGuestPlatform()->emulator));
-    EXPECT_TRUE(files().createDirectories(path("bin")));
+    const std::string folder = "machine" + std::to_string(++machines_);
+    auto configuration = makeGuest(folder);
+    const std::string emulator = path(folder + "/" + std::string(nativeGuestPlatform()->emulator));
     EXPECT_TRUE(files().write(emulator, script));
     EXPECT_EQ(::chmod(emulator.c_str(), 0755), 0);
-    searchPath_.emplace(path("bin") + ":/usr/bin:/bin");
+    held_ = emulator + ".held";
+    const std::string fifo = emulator + ".release";
+    EXPECT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    release_ = linux::Descriptor(::open(fifo.c_str(), O_RDWR | O_CLOEXEC));
+    searchPath_.emplace(path(folder) + ":/usr/bin:/bin");
     auto machine = machineOf(configuration, story);
     machine->start(story.tell("started"));
     return machine;
@@ -50,6 +65,16 @@ answer
   void runUntilHappened(std::size_t count) {
     runUntil([this, count] { return story.happened.size() >= count; });
   }
+  /// Until the script is in `hold` and the machine has handled all that the script said before.
+  void runUntilHeld() {
+    runUntil([this] { return files().removeFile(held_).has_value(); });
+    int iterations = 5;
+    runUntil([&iterations] { return --iterations == 0; });
+  }
+  void release() { EXPECT_EQ(::write(release_.get(), "\n", 1), 1); }
+  static MachineState stateOf(const platform::VirtualMachine& machine) {
+    return static_cast<MachineState>(machine.state());
+  }
   /// Without the one about emulation, which depends on the machine.
   std::vector<std::string> diskWarnings() const {
     std::vector<std::string> found;
@@ -59,13 +84,15 @@ answer
     return found;
   }
 
-  static constexpr const char* powerOff =
-      R"(say '{"event": "SHUTDOWN", "data": {"guest": true, "reason": "guest-shutdown"}}'; exit 0)";
+  static constexpr const char* powerOff = "shut_down; exit 0";
 
   MachineStory story;
 
  private:
   std::optional<test::PathVariable> searchPath_;
+  int machines_ = 0;
+  std::string held_;
+  linux::Descriptor release_{-1};
 };
 
 TEST_F(ScriptedMachineTest, WarnsOnceForEachPauseByADiskError) {
@@ -226,11 +253,7 @@ TEST_F(ScriptedMachineTest, StopsBeforeQemuSaysAnything) {
 }
 
 TEST_F(ScriptedMachineTest, FailsAPauseThatQemuRefuses) {
-  const auto machine = scriptedMachine(R"(
-    answer
-    read -r command <&3
-    say '{"error": {"class": "GenericError", "desc": "not now"}, "id": 3}'
-    read -r end <&3)");
+  const auto machine = scriptedMachine("answer; hear; refuse; read -r end <&3");
   runUntilHappened(1);
 
   machine->pause(story.tell("pause"));
@@ -238,7 +261,167 @@ TEST_F(ScriptedMachineTest, FailsAPauseThatQemuRefuses) {
 
   EXPECT_THAT(story.happened, ElementsAre("started", "pause failed"));
   EXPECT_EQ(story.lastError, "not now");
-  EXPECT_EQ(machine->state(), static_cast<std::int64_t>(MachineState::running));
+  EXPECT_EQ(stateOf(*machine), MachineState::running);
+}
+
+TEST_F(ScriptedMachineTest, PausesUntilTheReplyWhateverEventsSay) {
+  const auto machine = scriptedMachine(R"(
+    answer
+    hear; say '{"event": "STOP"}'; hold; accept
+    read -r end <&3)");
+  runUntilHappened(1);
+
+  machine->pause(story.tell("paused"));
+  runUntilHeld();
+  EXPECT_EQ(stateOf(*machine), MachineState::pausing);
+  EXPECT_FALSE(machine->canResume());
+  machine->resume(story.tell("resume"));
+  runUntilHappened(2);
+  EXPECT_EQ(stateOf(*machine), MachineState::pausing);
+  release();
+  runUntilHappened(3);
+
+  EXPECT_THAT(story.happened, ElementsAre("started", "resume failed", "paused"));
+  EXPECT_EQ(stateOf(*machine), MachineState::paused);
+}
+
+TEST_F(ScriptedMachineTest, ResumesUntilTheReplyWhateverEventsSay) {
+  const auto machine = scriptedMachine(R"(
+    answer
+    hear; say '{"event": "STOP"}'; accept
+    hear; say '{"event": "RESUME"}'; hold; accept
+    read -r end <&3)");
+  runUntilHappened(1);
+  machine->pause(story.tell("paused"));
+  runUntilHappened(2);
+
+  machine->resume(story.tell("resumed"));
+  runUntilHeld();
+  EXPECT_EQ(stateOf(*machine), MachineState::resuming);
+  EXPECT_FALSE(machine->canPause());
+  machine->pause(story.tell("pause"));
+  runUntilHappened(3);
+  release();
+  runUntilHappened(4);
+
+  EXPECT_THAT(story.happened, ElementsAre("started", "paused", "pause failed", "resumed"));
+  EXPECT_EQ(stateOf(*machine), MachineState::running);
+}
+
+TEST_F(ScriptedMachineTest, IgnoresEventsThatComeAfterTheirReplies) {
+  const auto machine = scriptedMachine(R"(
+    answer
+    hear; accept
+    hear; say '{"event": "STOP"}'; hold; accept; hold; say '{"event": "RESUME"}'; hold
+    read -r end <&3)");
+  runUntilHappened(1);
+  machine->pause(story.tell("paused"));
+  runUntilHappened(2);
+  EXPECT_EQ(stateOf(*machine), MachineState::paused);
+
+  machine->resume(story.tell("resumed"));
+  runUntilHeld();
+  EXPECT_EQ(stateOf(*machine), MachineState::resuming);
+  release();
+  runUntilHeld();
+  EXPECT_EQ(stateOf(*machine), MachineState::running);
+  release();
+  runUntilHeld();
+
+  EXPECT_THAT(story.happened, ElementsAre("started", "paused", "resumed"));
+  EXPECT_EQ(stateOf(*machine), MachineState::running);
+}
+
+TEST_F(ScriptedMachineTest, IsPausedIfADiskFailsDuringAPause) {
+  for (const std::string reply : {"accept", "refuse"}) {
+    const auto machine = scriptedMachine("answer; hear; say '{\"event\": \"STOP\"}'; " + reply +
+                                         "; read -r end <&3");
+    runUntilHappened(1);
+
+    machine->pause(story.tell("pause"));
+    runUntilHappened(2);
+
+    EXPECT_THAT(story.happened,
+                ElementsAre("started", reply == "accept" ? "pause" : "pause failed"));
+    EXPECT_EQ(stateOf(*machine), MachineState::paused);
+    story.happened.clear();
+  }
+}
+
+TEST_F(ScriptedMachineTest, IsPausedIfADiskFailsAgainDuringAResumption) {
+  const auto machine = scriptedMachine(R"(
+    answer
+    say '{"event": "STOP"}'
+    hear; say '{"event": "RESUME"}'; say '{"event": "STOP"}'; accept
+    hear; refuse
+    hear; say '{"event": "RESUME"}'; accept
+    read -r end <&3)");
+  runUntilState(*machine, MachineState::paused);
+
+  for (const std::size_t count : {2, 3}) {
+    machine->resume(story.tell("resumed"));
+    runUntilHappened(count);
+    EXPECT_EQ(stateOf(*machine), MachineState::paused);
+  }
+  machine->resume(story.tell("resumed"));
+  runUntilHappened(4);
+
+  EXPECT_THAT(story.happened, ElementsAre("started", "resumed", "resumed failed", "resumed"));
+  EXPECT_EQ(stateOf(*machine), MachineState::running);
+}
+
+TEST_F(ScriptedMachineTest, IsPausedIfADiskFailsDuringTheStart) {
+  const auto machine = scriptedMachine(R"(
+    hear; say '{"event": "RESUME"}'; say '{"event": "STOP"}'; hold; accept
+    read -r end <&3)");
+  runUntilHeld();
+  EXPECT_EQ(stateOf(*machine), MachineState::starting);
+
+  release();
+  runUntilHappened(1);
+
+  EXPECT_THAT(story.happened, ElementsAre("started"));
+  EXPECT_EQ(stateOf(*machine), MachineState::paused);
+}
+
+TEST_F(ScriptedMachineTest, CompletesAPauseThatAShutdownOvertakes) {
+  for (const std::string reply : {":", "accept", "refuse"}) {
+    const auto machine = scriptedMachine(
+        "answer; hear; say '{\"event\": \"STOP\"}'; shut_down; hold; " + reply + "; exit 0");
+    runUntilHappened(1);
+
+    machine->pause(story.tell("pause"));
+    runUntilHeld();
+    EXPECT_EQ(stateOf(*machine), MachineState::stopping);
+    machine->resume(story.tell("resume"));
+    runUntilHappened(2);
+    release();
+    runUntilHappened(4);
+
+    EXPECT_THAT(story.happened,
+                ElementsAre("started", "resume failed",
+                            reply == "accept" ? "pause" : "pause failed", "guest stopped"));
+    story.happened.clear();
+  }
+}
+
+TEST_F(ScriptedMachineTest, CompletesAPauseThatAHardStopOvertakes) {
+  for (const std::string reply : {":", "accept", "refuse"}) {
+    const auto machine = scriptedMachine("answer; hear; say '{\"event\": \"STOP\"}'; hold; " +
+                                         reply + "; hear; exit 0");
+    runUntilHappened(1);
+
+    machine->pause(story.tell("pause"));
+    runUntilHeld();
+    machine->stop(story.tell("stopped"));
+    EXPECT_EQ(stateOf(*machine), MachineState::stopping);
+    release();
+    runUntilHappened(3);
+
+    EXPECT_THAT(story.happened,
+                ElementsAre("started", reply == "accept" ? "pause" : "pause failed", "stopped"));
+    story.happened.clear();
+  }
 }
 
 }  // namespace

@@ -96,7 +96,8 @@ void Machine::onStartReply(const Result<>& result) {
   if (!result) {
     startError_ = "QEMU cannot start: " + result.error().description;
     process_->kill();
-  } else if (move(MachineState::starting, MachineState::running)) {
+  } else if (is(MachineState::starting)) {
+    endChange(MachineState::starting, result);
     deliver(startDone_, {});
   }
 }
@@ -125,18 +126,22 @@ void Machine::onQmpEvent(const QmpEvent& event) {
     if (!shutdownReason_) shutdownReason_ = event.data.text("reason").value_or("");
     state_ = MachineState::stopping;
   } else if (event.name == "STOP") {
-    // QEMU also pauses the guest by itself, on a disk error.
-    if (!move(MachineState::pausing, MachineState::paused)) {
-      move(MachineState::running, MachineState::paused);
-    }
+    processorsRun_ = false;
+    followProcessors();
   } else if (event.name == "RESUME") {
     diskErrorReported_ = false;
-    if (!move(MachineState::resuming, MachineState::running)) {
-      move(MachineState::paused, MachineState::running);
-    }
+    resumed_ = processorsRun_ = true;
+    followProcessors();
   } else if (event.name == "BLOCK_IO_ERROR") {
     onDiskError(event);
   }
+}
+
+/// QEMU also pauses the guest by itself, on a disk error. While a pause or a resumption is in
+/// progress its events change no state: they come before or after the reply, which ends it.
+void Machine::followProcessors() {
+  if (!is(MachineState::running) && !is(MachineState::paused)) return;
+  state_ = processorsRun_ ? MachineState::running : MachineState::paused;
 }
 
 /// Many requests can fail at once; one warning per pause is enough.
@@ -150,30 +155,32 @@ void Machine::onDiskError(const QmpEvent& event) {
 void Machine::pause(Completion done) {
   if (!canPause()) return deliver(done, error("the machine is not running"));
   if (!process_->monitor().isOpen()) return deliver(done, error(monitorClosed));
-  state_ = MachineState::pausing;
-  powerDone_ = std::move(done);
-  process_->monitor().execute("stop", [this](const Result<>& result) {
-    onPowerReply(MachineState::paused, MachineState::running, result);
-  });
+  changePower(MachineState::pausing, "stop", std::move(done));
 }
 
 void Machine::resume(Completion done) {
   if (!canResume()) return deliver(done, error("the machine is not paused"));
   if (!process_->monitor().isOpen()) return deliver(done, error(monitorClosed));
-  state_ = MachineState::resuming;
+  changePower(MachineState::resuming, "cont", std::move(done));
+}
+
+void Machine::changePower(MachineState change, std::string_view command, Completion done) {
+  state_ = change;
+  resumed_ = false;
   powerDone_ = std::move(done);
-  process_->monitor().execute("cont", [this](const Result<>& result) {
-    onPowerReply(MachineState::running, MachineState::paused, result);
+  process_->monitor().execute(command, [this, change](const Result<>& result) {
+    endChange(change, result);
+    deliver(powerDone_, result);
   });
 }
 
-/// The event usually comes before the reply and has already changed the state; then the reply does
-/// not change it.
-void Machine::onPowerReply(MachineState to, MachineState back, Result<> result) {
-  const MachineState between =
-      to == MachineState::paused ? MachineState::pausing : MachineState::resuming;
-  move(between, result ? to : back);
-  deliver(powerDone_, std::move(result));
+/// Takes the reply to the command that began `change`. A machine that is stopping by then remains
+/// so.
+void Machine::endChange(MachineState change, const Result<>& result) {
+  if (result && change == MachineState::pausing) processorsRun_ = false;
+  // After RESUME, QEMU has also said whether a disk error has paused the guest again.
+  if (result && change != MachineState::pausing && !resumed_) processorsRun_ = true;
+  move(change, processorsRun_ ? MachineState::running : MachineState::paused);
 }
 
 Result<> Machine::requestStop() {

@@ -61,8 +61,10 @@ class Machine : public platform::VirtualMachine {
   // Running.
   void onQmpEvent(const QmpEvent& event);
   void onDiskError(const QmpEvent& event);
-  void onPowerReply(platform::MachineState to, platform::MachineState back,
-                    platform::Result<> result);
+  void followProcessors();
+  void changePower(platform::MachineState change, std::string_view command,
+                   platform::Completion done);
+  void endChange(platform::MachineState change, const platform::Result<>& result);
 
   // Ending.
   void pressPowerButton();
@@ -84,6 +86,8 @@ class Machine : public platform::VirtualMachine {
   Life life_ = Life::unused;
   bool powerButtonHeld_ = false;               // pressed, and QEMU has not answered yet
   bool diskErrorReported_ = false;             // since the last resumption
+  bool processorsRun_ = false;                 // by QEMU's last event or reply
+  bool resumed_ = false;                       // RESUME has come since the last command
   std::optional<std::string> shutdownReason_;  // QEMU has announced its end
   bool takesCommands_ = false;
   std::vector<linux::Descriptor> viewers_;  // to be added when QEMU takes commands
