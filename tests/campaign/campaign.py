@@ -39,7 +39,7 @@ def kind_of(number):
 def parse_arguments():
     parser = argparse.ArgumentParser(description="A fault campaign against the real program.")
     parser.add_argument("--seed", type=int, help="decides everything; a new one when left out")
-    parser.add_argument("--tries", type=int, help="how many tries (700; with --only, one)")
+    parser.add_argument("--tries", type=int, help="how many tries (900; with --only, one)")
     parser.add_argument("--seconds", type=float, default=300,
                         help="no try begins later than this (300)")
     parser.add_argument("--kind", choices=sorted(set(CYCLE)), action="append",
@@ -50,7 +50,7 @@ def parse_arguments():
                         help="how many tries at once (twice the number of processors)")
     options = parser.parse_args()
     if options.tries is None:
-        options.tries = 700 if options.only is None else 1
+        options.tries = 900 if options.only is None else 1
     if options.seed is None:
         options.seed = int.from_bytes(os.urandom(4), "big")
     return options
