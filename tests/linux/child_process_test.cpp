@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/poll_loop.h"
+#include "platform/linux/event_loop.h"
 #include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 
@@ -22,7 +22,7 @@ namespace {
 using linux::ChildExit;
 using linux::ChildOptions;
 using linux::ChildProcess;
-using linux::PollLoop;
+using linux::EventLoop;
 using linux::spawnChild;
 
 ChildOptions shell(const std::string& script) {
@@ -33,7 +33,7 @@ ChildOptions shell(const std::string& script) {
 }
 
 ChildExit runToEnd(const ChildOptions& options) {
-  PollLoop loop;
+  EventLoop loop;
   ChildExit result;
   const auto child = spawnChild(loop, options, [&](ChildExit ended) {
     result = ended;
@@ -55,17 +55,17 @@ std::string outputOf(ChildOptions options) {
 
 bool isAlive(int process) { return ::kill(process, 0) == 0 || errno != ESRCH; }
 
-TEST(ChildProcess, TellsTheExitStatus) { EXPECT_EQ(7, runToEnd(shell("exit 7")).status); }
+TEST(ChildProcess, ReportsItsExitStatus) { EXPECT_EQ(7, runToEnd(shell("exit 7")).status); }
 
-TEST(ChildProcess, TellsTheSignalThatEndedIt) {
+TEST(ChildProcess, ReportsTheSignalThatEndedIt) {
   const ChildExit ended = runToEnd(shell("kill -9 $$"));
 
   EXPECT_EQ(std::nullopt, ended.status);
   EXPECT_EQ(SIGKILL, ended.signal);
 }
 
-TEST(ChildProcess, TellsOfItsEndOnce) {
-  PollLoop loop;
+TEST(ChildProcess, ReportsItsEndOnce) {
+  EventLoop loop;
   int calls = 0;
   const auto child = spawnChild(loop, shell("exit 0"), [&](ChildExit) {
     ++calls;
@@ -94,8 +94,8 @@ TEST(ChildProcess, StartsAnInstalledProgramWithAnEmptyPath) {
             }));
 }
 
-TEST(ChildProcess, FailsToStartWithTheReasonWhenThereIsNoSuchProgram) {
-  PollLoop loop;
+TEST(ChildProcess, FailsToStartAProgramThatDoesNotExist) {
+  EventLoop loop;
   ChildOptions options;
   options.program = "/no/such/program";
 
@@ -111,7 +111,7 @@ TEST(ChildProcess, FailsToStartWithTheReasonWhenThereIsNoSuchProgram) {
 }
 
 TEST(ChildProcess, FailsToStartANameThatIsNotInThePath) {
-  PollLoop loop;
+  EventLoop loop;
   ChildOptions options;
   options.program = "parlen-no-such-program";
 
@@ -124,7 +124,7 @@ TEST(ChildProcess, FailsToStartANameThatIsNotInThePath) {
 TEST(ChildProcess, FailsToStartAFileThatMayNotBeExecuted) {
   const TemporaryDirectory directory;
   putFile(directory / "data", "no program");
-  PollLoop loop;
+  EventLoop loop;
   ChildOptions options;
   options.program = directory / "data";
 
@@ -135,7 +135,7 @@ TEST(ChildProcess, FailsToStartAFileThatMayNotBeExecuted) {
 }
 
 TEST(ChildProcess, FailsToStartWithADescriptorThatIsNotOpen) {
-  PollLoop loop;
+  EventLoop loop;
   ChildOptions options = shell("exit 0");
   options.descriptors = {{5, 1000}};
 
@@ -177,7 +177,7 @@ TEST(ChildProcess, HasNullForStandardStreamsThatAreNotListed) {
             outputOf(shell("readlink /proc/self/fd/0; readlink /proc/self/fd/2")));
 }
 
-TEST(ChildProcess, LeadsASessionOfItsOwnWhenAsked) {
+TEST(ChildProcess, LeadsANewSessionWhenAsked) {
   // The sixth field is the session.
   ChildOptions options = shell("read -r _ _ _ _ _ session _ < /proc/self/stat; echo $session $$");
   const std::string shared = outputOf(options);
@@ -195,7 +195,7 @@ TEST(ChildProcess, RunsTheHookBeforeTheProgram) {
   EXPECT_EQ("0123\n", outputOf(options));
 }
 
-TEST(ChildProcess, StartsWithDefaultDispositionsAndNoSignalBlocked) {
+TEST(ChildProcess, StartsWithDefaultSignalActionsAndNoneBlocked) {
   struct sigaction ignore{};
   ignore.sa_handler = SIG_IGN;
   struct sigaction before{};
@@ -214,14 +214,14 @@ TEST(ChildProcess, StartsWithDefaultDispositionsAndNoSignalBlocked) {
   EXPECT_EQ(1, sigismember(&still, SIGUSR1)) << "the parent's own mask was lost";
 }
 
-TEST(ChildProcess, TellsTheStatusThoughTheParentIgnoresTheEndOfChildren) {
+TEST(ChildProcess, ReportsItsStatusThoughSigchldIsIgnored) {
   signal(SIGCHLD, SIG_IGN);
 
   EXPECT_EQ(5, runToEnd(shell("exit 5")).status);
 }
 
 TEST(ChildProcess, CanBeSignalledUntilItIsReaped) {
-  PollLoop loop;
+  EventLoop loop;
   std::optional<ChildExit> result;
   const auto child = spawnChild(loop, shell("exec sleep 1000"), [&](ChildExit ended) {
     result = ended;
@@ -237,8 +237,8 @@ TEST(ChildProcess, CanBeSignalledUntilItIsReaped) {
   EXPECT_EQ(SIGTERM, result->signal);
 }
 
-TEST(ChildProcess, TakesTheChildWithIt) {
-  PollLoop loop;
+TEST(ChildProcess, KillsItsChildWhenDestroyed) {
+  EventLoop loop;
   auto child = spawnChild(loop, shell("exec sleep 1000"), [](ChildExit) { FAIL(); });
   ASSERT_TRUE(child);
   const int process = (*child)->pid();
@@ -252,7 +252,7 @@ TEST(ChildProcess, TakesTheChildWithIt) {
 }
 
 TEST(ChildProcess, MayBeDestroyedByItsOwnExit) {
-  PollLoop loop;
+  EventLoop loop;
   std::unique_ptr<ChildProcess> owner;
   auto child = spawnChild(loop, shell("exit 0"), [&](ChildExit) {
     owner.reset();
@@ -266,7 +266,7 @@ TEST(ChildProcess, MayBeDestroyedByItsOwnExit) {
   EXPECT_EQ(nullptr, owner);
 }
 
-TEST(ChildProcess, LeavesOtherChildrenToThoseWhoStartedThem) {
+TEST(ChildProcess, DoesNotReapOtherChildren) {
   const pid_t other = fork();
   if (other == 0) _exit(3);
 

@@ -1,5 +1,3 @@
-#include "platform/linux/directory_copy.h"
-
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sched.h>
@@ -16,8 +14,9 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/linux/poll_loop.h"
-#include "platform/linux/posix_process.h"
+#include "platform/linux/event_loop.h"
+#include "platform/linux/files.h"
+#include "platform/linux/process.h"
 #include "platform/posix/descriptor.h"
 #include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
@@ -25,7 +24,6 @@
 namespace parlen::test {
 namespace {
 
-using linux::copyDirectoryTree;
 using posix::Descriptor;
 using testing::HasSubstr;
 
@@ -63,7 +61,7 @@ class DirectoryCopyTest : public testing::Test {
   std::string to(const std::string& name = "") const { return at("to") + slashed(name); }
 
   void copy() {
-    const auto result = copyDirectoryTree(from(), to());
+    const auto result = linux::Files().copyDirectory(from(), to());
     ASSERT_TRUE(result) << result.error().description;
   }
 
@@ -178,7 +176,7 @@ TEST_F(DirectoryCopyTest, CopiesWhatBelongsToOthersAsItsOwn) {
   ASSERT_EQ(0, chmod(at("").c_str(), 0777));
 
   const int status =
-      unprivileged([&] { return copyDirectoryTree(from(), to()).has_value() ? 0 : 1; });
+      unprivileged([&] { return linux::Files().copyDirectory(from(), to()).has_value() ? 0 : 1; });
 
   EXPECT_EQ(0, status);
   EXPECT_EQ("theirs", fileContent(to("file")));
@@ -196,7 +194,7 @@ TEST_F(DirectoryCopyTest, CopiesReadOnlyDirectoriesWithoutPrivileges) {
   ASSERT_EQ(0, chmod(at("").c_str(), 0777));
 
   const int status =
-      unprivileged([&] { return copyDirectoryTree(from(), to()).has_value() ? 0 : 1; });
+      unprivileged([&] { return linux::Files().copyDirectory(from(), to()).has_value() ? 0 : 1; });
 
   EXPECT_EQ(0, status);
   EXPECT_EQ("x", fileContent(to("locked/file")));
@@ -228,7 +226,7 @@ TEST_F(DirectoryCopyTest, CopiesTheDirectoryBehindALink) {
 
   for (const char* source : {"link", "link/"}) {
     const std::string target = at("to-of-") + (source[4] == '/' ? "slash" : "link");
-    ASSERT_TRUE(copyDirectoryTree(at(source), target));
+    ASSERT_TRUE(linux::Files().copyDirectory(at(source), target));
     EXPECT_TRUE(S_ISDIR(statusOf(target).st_mode));
     EXPECT_EQ("x", fileContent(target + "/file"));
   }
@@ -255,7 +253,7 @@ TEST_F(DirectoryCopyTest, KeepsHardLinksAmongTheFiles) {
   EXPECT_EQ(1U, statusOf(to("other")).st_nlink);
 }
 
-TEST_F(DirectoryCopyTest, MakesSpecialFilesAnewWithoutOpeningThem) {
+TEST_F(DirectoryCopyTest, RecreatesSpecialFilesWithoutOpeningThem) {
   ASSERT_EQ(0, mkfifo(from("fifo").c_str(), 0600));
   ASSERT_EQ(0, chmod(from("fifo").c_str(), 0622));
   ASSERT_EQ(0, mknod(from("socket").c_str(), S_IFSOCK | 0600, 0));
@@ -280,7 +278,7 @@ TEST_F(DirectoryCopyTest, KeepsHoles) {
   EXPECT_LE(statusOf(to("Disk.img")).st_blocks, statusOf(from("Disk.img")).st_blocks);
 }
 
-TEST_F(DirectoryCopyTest, RefusesADestinationThatIsThereInAnyForm) {
+TEST_F(DirectoryCopyTest, FailsIfTheDestinationExistsInAnyForm) {
   putFile(from("file"), "x");
   putFile(at("file"), "kept");
   ASSERT_EQ(0, mkdir(at("directory").c_str(), 0755));
@@ -288,7 +286,7 @@ TEST_F(DirectoryCopyTest, RefusesADestinationThatIsThereInAnyForm) {
   ASSERT_EQ(0, symlink("directory", at("link").c_str()));
 
   for (const char* name : {"file", "directory", "dangling", "link", "directory/", "dangling/"}) {
-    const auto result = copyDirectoryTree(from(), at(name));
+    const auto result = linux::Files().copyDirectory(from(), at(name));
     ASSERT_FALSE(result) << name;
     EXPECT_EQ(EEXIST, result.error().code) << name;
   }
@@ -297,17 +295,17 @@ TEST_F(DirectoryCopyTest, RefusesADestinationThatIsThereInAnyForm) {
   EXPECT_NE(0, access(at("nowhere").c_str(), F_OK));
 }
 
-TEST_F(DirectoryCopyTest, SaysWhatItCouldNotDo) {
-  const auto result = copyDirectoryTree(at("missing"), to());
+TEST_F(DirectoryCopyTest, ReportsWhatItCouldNotDo) {
+  const auto result = linux::Files().copyDirectory(at("missing"), to());
 
   ASSERT_FALSE(result);
   EXPECT_EQ("NSPOSIXErrorDomain", result.error().domain);
   EXPECT_EQ(ENOENT, result.error().code);
   EXPECT_EQ("could not copy " + at("missing") + " to " + to() + ": No such file or directory",
             result.error().description);
-  EXPECT_EQ(ENOENT, copyDirectoryTree(from(), at("no/where")).error().code);
+  EXPECT_EQ(ENOENT, linux::Files().copyDirectory(from(), at("no/where")).error().code);
   putFile(at("file"), "");
-  EXPECT_EQ(ENOTDIR, copyDirectoryTree(at("file"), to()).error().code);
+  EXPECT_EQ(ENOTDIR, linux::Files().copyDirectory(at("file"), to()).error().code);
 }
 
 TEST_F(DirectoryCopyTest, NamesTheEntryThatFailed) {
@@ -318,7 +316,7 @@ TEST_F(DirectoryCopyTest, NamesTheEntryThatFailed) {
   const posix::Pipe pipe = makePipe();
 
   unprivileged([&] {
-    const auto result = copyDirectoryTree(from(), to());
+    const auto result = linux::Files().copyDirectory(from(), to());
     const std::string text = result ? "it worked" : result.error().description;
     return write(pipe.writing.get(), text.data(), text.size()) > 0 ? 0 : 1;
   });
@@ -330,7 +328,7 @@ TEST_F(DirectoryCopyTest, NamesTheEntryThatFailed) {
             std::string(text, static_cast<std::size_t>(count)));
 }
 
-TEST_F(DirectoryCopyTest, RefusesToCopyADirectoryIntoItself) {
+TEST_F(DirectoryCopyTest, FailsToCopyADirectoryIntoItself) {
   ASSERT_EQ(0, mkdir(from("a").c_str(), 0755));
   ASSERT_EQ(0, mkdir(at("from-elsewhere").c_str(), 0755));
   ASSERT_EQ(0, symlink("from/a", at("way-in").c_str()));
@@ -339,18 +337,19 @@ TEST_F(DirectoryCopyTest, RefusesToCopyADirectoryIntoItself) {
   for (const std::string& inside :
        {from("copy"), from("a/copy"), from("a/../copy"), at("way-in/copy"), from("copy/")}) {
     for (const std::string& source : {from(), at("same"), from() + "/."}) {
-      const auto result = copyDirectoryTree(source, inside);
+      const auto result = linux::Files().copyDirectory(source, inside);
       ASSERT_FALSE(result) << inside;
       EXPECT_EQ(EINVAL, result.error().code) << inside;
       EXPECT_THAT(result.error().description, HasSubstr("The copy would lie inside its source"));
     }
   }
   EXPECT_EQ(0, rmdir(from("a").c_str())) << "something was copied";
-  EXPECT_TRUE(copyDirectoryTree(from(), at("from-elsewhere/copy")));
-  EXPECT_TRUE(copyDirectoryTree(from(), at("from2"))) << "a name that only begins the same";
+  EXPECT_TRUE(linux::Files().copyDirectory(from(), at("from-elsewhere/copy")));
+  EXPECT_TRUE(linux::Files().copyDirectory(from(), at("from2")))
+      << "a name that only begins the same";
 }
 
-TEST_F(DirectoryCopyTest, IsNotLedIntoTheCopyByAMount) {
+TEST_F(DirectoryCopyTest, StopsAtAMountThatLeadsIntoTheCopy) {
   ASSERT_EQ(0, mkdir(from("mounted").c_str(), 0755));
   ASSERT_EQ(0, mkdir(at("elsewhere").c_str(), 0755));
   constexpr int noMounts = 77;
@@ -361,7 +360,7 @@ TEST_F(DirectoryCopyTest, IsNotLedIntoTheCopyByAMount) {
     if (mount(at("elsewhere").c_str(), mounted.c_str(), nullptr, MS_BIND, nullptr) != 0) {
       return noMounts;
     }
-    const auto result = copyDirectoryTree(from(), at("elsewhere/copy"));
+    const auto result = linux::Files().copyDirectory(from(), at("elsewhere/copy"));
     return !result && result.error().code == ELOOP ? 0 : 1;
   });
   if (WEXITSTATUS(status) == noMounts) GTEST_SKIP() << "this process may not mount";
@@ -395,8 +394,8 @@ TEST_F(DirectoryCopyTest, CopiesDeepTrees) {
     here = Descriptor(openat(here.get(), name.c_str(), O_PATH | O_CLOEXEC));
     ASSERT_TRUE(here) << i;
   }
-  linux::PollLoop loop;
-  ASSERT_EQ(0, linux::PosixProcess(loop).runAndWait("/bin/rm", {"-rf", from(), to()}));
+  linux::EventLoop loop;
+  ASSERT_EQ(0, linux::Process(loop).runAndWait("/bin/rm", {"-rf", from(), to()}));
 }
 
 TEST_F(DirectoryCopyTest, LeavesTheSourceAndItsOwnDescriptorsAlone) {

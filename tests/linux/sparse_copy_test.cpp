@@ -85,7 +85,7 @@ TEST_F(SparseCopyTest, CopiesManyExtents) {
   expectCopied();
 }
 
-TEST_F(SparseCopyTest, DoesNotReadATebibyteOfNothing) {
+TEST_F(SparseCopyTest, DoesNotReadAHoleOfATebibyte) {
   ASSERT_EQ(0, ftruncate(source_.get(), off_t{1} << 40));
   put(source_, off_t{1} << 39, "in the middle");
 
@@ -98,7 +98,7 @@ TEST_F(SparseCopyTest, DoesNotReadATebibyteOfNothing) {
   EXPECT_EQ("in the middle", std::string(bytes, sizeof bytes));
 }
 
-TEST_F(SparseCopyTest, SaysWhyItFails) {
+TEST_F(SparseCopyTest, ReturnsTheReasonOfAFailure) {
   put(source_, 0, "x");
   const Descriptor readOnly(open((directory_ / "target").c_str(), O_RDONLY | O_CLOEXEC));
 
@@ -106,7 +106,7 @@ TEST_F(SparseCopyTest, SaysWhyItFails) {
 }
 
 // Between file systems the kernel may not move the data itself.
-TEST_F(SparseCopyTest, CopiesToAnotherFileSystemAndLeavesBlocksOfZerosOut) {
+TEST_F(SparseCopyTest, LeavesHolesForZerosOnAnotherFileSystem) {
   char path[] = "/dev/shm/parlen-test-XXXXXX";
   target_ = Descriptor(mkostemp(path, O_CLOEXEC));
   if (!target_) GTEST_SKIP() << "there is no second file system";

@@ -22,8 +22,8 @@ class HostTest : public testing::Test {
  protected:
   void SetUp() override;
 
-  linux::Loop& loop() { return system_->posixLoop(); }
-  platform::Files& files() { return system_->files(); }
+  linux::EventLoop& loop() { return system_.loop(); }
+  platform::Files& files() { return system_.files(); }
   Host& host() { return host_; }
   const std::vector<std::string>& warnings() const { return warnings_; }
 
@@ -42,9 +42,9 @@ class HostTest : public testing::Test {
 
  private:
   test::TemporaryDirectory directory_;
-  std::unique_ptr<linux::PosixSystem> system_ = linux::makePosixSystem();
+  linux::System system_;
   std::vector<std::string> warnings_;
-  Host host_{system_->posixLoop(), [this](std::string_view text) { warnings_.emplace_back(text); },
+  Host host_{system_.loop(), [this](std::string_view text) { warnings_.emplace_back(text); },
              [] {}};
 };
 

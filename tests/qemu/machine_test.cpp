@@ -257,14 +257,14 @@ TEST_F(MachineTest, KillsQemuWhenThisProcessIsKilled) {
   const pid_t tool = ::fork();
   if (tool == 0) {
     MachineStory story;
-    const auto system = linux::makePosixSystem();
-    Host own(system->posixLoop(), [](std::string_view) {}, [] {});
+    linux::System system;
+    Host own(system.loop(), [](std::string_view) {}, [] {});
     const auto machine = own.machines().createMachine(configuration);
     machine->start([&](const platform::Result<>&) {
       const int pid = children().front();
       [[maybe_unused]] const auto count = ::write(ends[1], &pid, sizeof pid);
     });
-    system->loop().run();
+    system.loop().run();
   }
   ::close(ends[1]);
   int pid = 0;

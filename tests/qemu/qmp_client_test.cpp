@@ -11,14 +11,15 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/poll_loop.h"
+#include "platform/linux/event_loop.h"
+#include "platform/linux/socket_pair.h"
 #include "platform/linux/system.h"
 #include "support/run_until.h"
 
 namespace parlen::qemu {
 namespace {
 
-using linux::Descriptor;
+using posix::Descriptor;
 using testing::ElementsAre;
 
 struct Received {
@@ -57,7 +58,7 @@ class QmpClientTest : public testing::Test {
     client_.emplace(loop_, std::move(sockets.ours), QmpClient::Handlers{});
   }
 
-  linux::PollLoop loop_;
+  linux::EventLoop loop_;
   Descriptor peer_;
   std::optional<QmpClient> client_;
 };
@@ -114,7 +115,7 @@ class QemuProcessTest : public testing::Test {
  protected:
   void start(const std::string& script) {
     auto started = QemuProcess::start(
-        system_->posixLoop(), "/bin/sh", {"-c", script},
+        system_.loop(), "/bin/sh", {"-c", script},
         {.monitor = {.onReady = [this] { heard.emplace_back("ready"); },
                      .onEvent = [this](const QmpEvent& event) { heard.push_back(event.name); }},
          .onExit = [this](const SubprocessExit& exit) {
@@ -125,10 +126,10 @@ class QemuProcessTest : public testing::Test {
     process = *std::move(started);
   }
   void runToTheEnd() {
-    ASSERT_TRUE(test::runUntil(system_->loop(), [this] { return end.has_value(); }));
+    ASSERT_TRUE(test::runUntil(system_.loop(), [this] { return end.has_value(); }));
   }
   void runUntilReady() {
-    ASSERT_TRUE(test::runUntil(system_->loop(), [this] { return !heard.empty(); }));
+    ASSERT_TRUE(test::runUntil(system_.loop(), [this] { return !heard.empty(); }));
   }
 
   static constexpr const char* greet = R"(
@@ -139,7 +140,7 @@ class QemuProcessTest : public testing::Test {
 
   std::vector<std::string> heard;
   std::optional<SubprocessExit> end;
-  std::unique_ptr<linux::PosixSystem> system_ = linux::makePosixSystem();
+  linux::System system_;
   std::unique_ptr<QemuProcess> process;
 };
 
@@ -186,7 +187,7 @@ TEST_F(QemuProcessTest, WaitsForTheExitAfterTheSocketHasClosed) {
   start(std::string(greet) + "exec 3>&- 3<&-; read line; exit 0");
 
   runUntilReady();
-  ASSERT_TRUE(test::runUntil(system_->loop(), [this] { return !process->monitor().isOpen(); }));
+  ASSERT_TRUE(test::runUntil(system_.loop(), [this] { return !process->monitor().isOpen(); }));
   runToTheEnd();
 
   EXPECT_EQ(end->exit.status, 0);
@@ -233,7 +234,7 @@ TEST_F(QemuProcessTest, SendsAllCommandsToAProcessThatReadsLate) {
 }
 
 TEST_F(QemuProcessTest, DoesNotStartWithoutItsProgram) {
-  const auto started = QemuProcess::start(system_->posixLoop(), "/nowhere/qemu", {}, {});
+  const auto started = QemuProcess::start(system_.loop(), "/nowhere/qemu", {}, {});
 
   ASSERT_FALSE(started);
   EXPECT_THAT(started.error().description, testing::HasSubstr("No such file or directory"));

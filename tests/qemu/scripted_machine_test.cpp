@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host_fixture.h"
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 #include "support/path_variable.h"
 
 namespace parlen::qemu {
@@ -52,7 +52,7 @@ answer
     held_ = emulator + ".held";
     const std::string fifo = emulator + ".release";
     EXPECT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    release_ = linux::Descriptor(::open(fifo.c_str(), O_RDWR | O_CLOEXEC));
+    release_ = posix::Descriptor(::open(fifo.c_str(), O_RDWR | O_CLOEXEC));
     searchPath_.emplace(path(folder) + ":/usr/bin:/bin");
     auto machine = machineOf(configuration, story);
     machine->start(story.tell("started"));
@@ -92,7 +92,7 @@ answer
   std::optional<test::PathVariable> searchPath_;
   int machines_ = 0;
   std::string held_;
-  linux::Descriptor release_{-1};
+  posix::Descriptor release_{-1};
 };
 
 TEST_F(ScriptedMachineTest, WarnsOnceForEachPauseByADiskError) {

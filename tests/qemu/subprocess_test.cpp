@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/poll_loop.h"
+#include "platform/linux/event_loop.h"
 #include "support/run_until.h"
 
 namespace parlen::qemu {
@@ -76,7 +76,7 @@ class SubprocessTest : public testing::Test {
     return [this](std::string_view bytes) { output_.append(bytes); };
   }
 
-  linux::PollLoop loop_;
+  linux::EventLoop loop_;
   std::unique_ptr<Subprocess> process_;
   std::string output_;
   std::string outputAtExit_;

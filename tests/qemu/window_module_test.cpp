@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "platform/linux/poll_loop.h"
+#include "platform/linux/event_loop.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::qemu {
@@ -34,7 +34,7 @@ TEST(WindowModule, IsNamedWithEveryPlaceWhereItIsMissing) {
 TEST(WindowModule, IsRefusedWithTheLoadersReasonIfItIsNoLibrary) {
   const test::TemporaryDirectory folder;
   const std::string path = folder.path() + "/module.so";
-  const linux::Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  const posix::Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
   ASSERT_EQ(4, write(file.get(), "text", 4));
 
   const auto module = loadWindowModule({"/none/a.so", path});
@@ -52,7 +52,7 @@ TEST(WindowModule, IsRefusedIfItIsAnotherLibrary) {
 }
 
 TEST(WindowModule, IsNotEvenLookedForWithoutADisplay) {
-  linux::PollLoop loop;
+  linux::EventLoop loop;
   const auto desktop = openDesktop({}, {loop, [](std::string_view) {}, nullptr});
 
   ASSERT_FALSE(desktop);

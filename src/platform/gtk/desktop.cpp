@@ -26,7 +26,7 @@ constexpr int iconSide = 128;  // pixels
 class GlibLoop final : public linux::ForeignLoop {
  public:
   // This thread keeps the context: then a source that another thread adds ends the wait.
-  explicit GlibLoop(linux::Loop& loop) : loop_(loop) {
+  explicit GlibLoop(linux::EventLoop& loop) : loop_(loop) {
     g_main_context_acquire(context_);
     loop_.serve(this);
   }
@@ -65,7 +65,7 @@ class GlibLoop final : public linux::ForeignLoop {
   }
 
  private:
-  linux::Loop& loop_;
+  linux::EventLoop& loop_;
   GMainContext* context_ = g_main_context_default();
   int priority_ = 0;                 // sources below the last prepared priority are not checked
   std::vector<GPollFD> entries_{8};  // what the context polls

@@ -8,7 +8,7 @@
 #include "platform/gtk/bar.h"
 #include "platform/gtk/module.h"
 #include "platform/gtk/window.h"
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
 
 namespace parlen::gtk {
 

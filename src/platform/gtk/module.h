@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "platform/error.h"
-#include "platform/linux/descriptor.h"
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
+#include "platform/posix/descriptor.h"
 #include "platform/virtual_machine.h"
 #include "platform/window_system.h"
 
@@ -40,12 +40,12 @@ inline std::unexpected<platform::PlatformError> error(std::string sentence) {
 /// authentication. An empty descriptor if that failed; nothing for a machine without a display,
 /// whose view shows a test picture. Main thread.
 using ConnectDisplay =
-    std::function<std::optional<linux::Descriptor>(platform::VirtualMachine& machine)>;
+    std::function<std::optional<posix::Descriptor>(platform::VirtualMachine& machine)>;
 
 /// What the program gives to the module. `loop` must live until the process ends; the rest is
 /// copied.
 struct ModuleContext {
-  linux::Loop& loop;
+  linux::EventLoop& loop;
   platform::WarningSink warn;
   ConnectDisplay connectDisplay;
 };

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/gtk/picture.h"
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 
 namespace parlen::gtk {
 namespace {
@@ -16,9 +16,9 @@ namespace {
 /// A guest's display over a socket. A connection that breaks is made again.
 class DisplayView final : public MachineView {
  public:
-  using Connect = std::function<std::optional<linux::Descriptor>()>;
+  using Connect = std::function<std::optional<posix::Descriptor>()>;
 
-  DisplayView(Connect connect, linux::Descriptor socket,
+  DisplayView(Connect connect, posix::Descriptor socket,
               const platform::MachineViewOptions& options)
       : MachineView(vnc_display_new()), connect_(std::move(connect)) {
     vnc_display_set_shared_flag(display(), TRUE);  // other viewers stay connected
@@ -52,7 +52,7 @@ class DisplayView final : public MachineView {
     vnc_grab_sequence_free(none);
   }
 
-  void open(linux::Descriptor socket) {
+  void open(posix::Descriptor socket) {
     if (socket) vnc_display_open_fd(display(), socket.release());
   }
 
@@ -128,7 +128,7 @@ std::shared_ptr<MachineView> makeView(const ConnectDisplay& connectDisplay,
                                       platform::VirtualMachine& machine,
                                       const platform::MachineViewOptions& options) {
   auto connect = [connectDisplay, &machine] { return connectDisplay(machine); };
-  std::optional<linux::Descriptor> socket = connect();
+  std::optional<posix::Descriptor> socket = connect();
   if (!socket) return std::make_shared<TestPictureView>();
   return std::make_shared<DisplayView>(std::move(connect), *std::move(socket), options);
 }

@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "platform/error.h"
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
 
 namespace parlen::linux {
 
-/// How a child ended: by `exit` with a status, or by a signal.
+/// How a child ended: it exited with a status, or a signal ended it.
 struct ChildExit {
   std::optional<int> status;
   int signal = 0;  // when there is no status
@@ -21,7 +21,7 @@ struct ChildExit {
 struct ChildOptions {
   std::string program;                 // a path, or a name for findProgram
   std::vector<std::string> arguments;  // without the program itself
-  /// {descriptor in the child, descriptor here}. What is not listed is closed in the child, except
+  /// {descriptor in the child, descriptor here}. Those not listed are closed in the child, except
   /// that 0, 1 and 2 become /dev/null.
   std::vector<std::pair<int, int>> descriptors;
   bool newSession = false;
@@ -38,10 +38,14 @@ class ChildProcess {
   virtual void kill(int signal) = 0;
 };
 
-/// Starts a child from the calling (the main) thread. The error is a failure to start it, exec's
-/// included. `exited` runs once, on the main queue, within a turn of the child's end. Default
-/// signal dispositions and an empty signal mask in the child.
-platform::Result<std::unique_ptr<ChildProcess>> spawnChild(Loop& loop, const ChildOptions& options,
-                                                           std::function<void(ChildExit)> exited);
+/// Starts a child, with default signal dispositions and an empty signal mask. The error is a
+/// failure to start it, exec's included; there is then no child. `onExit` runs once, on the main
+/// queue, when the child has ended, and may destroy it. Main thread.
+platform::Result<std::unique_ptr<ChildProcess>> spawnChild(EventLoop& loop,
+                                                           const ChildOptions& options,
+                                                           std::function<void(ChildExit)> onExit);
+
+/// The same, but waits for the child's end. Runs no loop meanwhile.
+platform::Result<ChildExit> runChildToEnd(const ChildOptions& options);
 
 }  // namespace parlen::linux

@@ -6,8 +6,9 @@
 
 namespace parlen::linux {
 
-/// What platform::Files::copyDirectory promises. Nothing but directories and regular files is ever
-/// opened. Needs two descriptors for each level of directories, and takes as many as it may.
+/// platform::Files::copyDirectory for paths without trailing slashes. Opens nothing but directories
+/// and regular files. Needs two descriptors for each level of directories; meanwhile the process
+/// may have as many as its hard limit allows.
 platform::Result<> copyDirectoryTree(const std::string& from, const std::string& to);
 
 }  // namespace parlen::linux

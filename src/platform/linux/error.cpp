@@ -1,6 +1,7 @@
 #include "platform/linux/error.h"
 
 #include <cstring>
+#include <utility>
 
 namespace parlen::linux {
 
@@ -10,16 +11,15 @@ std::string systemReason(int code) {
   return text != nullptr ? text : "error " + std::to_string(code);
 }
 
-std::unexpected<platform::PlatformError> failure(std::string_view attempt, int code) {
-  return failure(attempt, code, systemReason(code));
+std::unexpected<platform::PlatformError> error(std::string_view attempt, int code) {
+  return error(attempt, code, systemReason(code));
 }
 
-std::unexpected<platform::PlatformError> failure(std::string_view attempt, int code,
-                                                 std::string_view reason) {
-  std::string description = "could not ";
-  description.append(attempt).append(": ").append(reason);
-  return std::unexpected(
-      platform::PlatformError{std::string(errorDomain), code, std::move(description)});
+std::unexpected<platform::PlatformError> error(std::string_view attempt, int code,
+                                               std::string_view reason) {
+  std::string sentence = "could not ";
+  sentence.append(attempt).append(": ").append(reason);
+  return platform::error(errorDomain, code, std::move(sentence));
 }
 
 }  // namespace parlen::linux

@@ -60,7 +60,7 @@ int copyThroughBuffer(int source, int target, Extent extent) {
         pread(source, buffer.get(), static_cast<std::size_t>(wanted), extent.begin);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return errno;
-    if (count == 0) break;  // somebody has cut the source
+    if (count == 0) break;  // the source was truncated meanwhile
     const auto read = static_cast<std::size_t>(count);
     if (const int code = writeBlocks(target, buffer.get(), read, extent.begin)) return code;
     extent.begin += count;

@@ -1,26 +1,32 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
+#include "platform/linux/files.h"
+#include "platform/linux/process.h"
 #include "platform/platform.h"
+#include "platform/posix/streams.h"
 
 namespace parlen::linux {
 
-/// The operating system's services on any POSIX system.
-class PosixSystem : public platform::System {
+/// The operating system's services. Making them opens nothing but missing standard descriptors.
+class System final : public platform::System {
  public:
-  /// The same object as `loop()`, for those that watch descriptors.
-  virtual Loop& posixLoop() = 0;
+  System();
 
-  /// Before code is loaded that may print: whatever it prints goes to standard error, and standard
-  /// output is the tool's alone. Main thread.
-  virtual void reserveOutput() = 0;
+  Files& files() override { return files_; }
+  posix::Streams& streams() override { return streams_; }
+  EventLoop& loop() override { return loop_; }
+  Process& process() override { return process_; }
+  std::unique_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override;
+
+ private:
+  EventLoop loop_;
+  Files files_;
+  posix::Streams streams_{posix::StreamDescriptors{}, loop_};
+  Process process_{loop_};
 };
-
-/// Makes sure that descriptors 0, 1 and 2 are open (on /dev/null if they were not), so that no file
-/// that is opened later is ever taken for a standard stream. Nothing else happens until it is asked
-/// for.
-std::unique_ptr<PosixSystem> makePosixSystem();
 
 }  // namespace parlen::linux

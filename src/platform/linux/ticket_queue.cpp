@@ -20,12 +20,12 @@ class AtScopeEnd {
 void TicketQueue::sync(const platform::Work& work) {
   std::unique_lock lock(mutex_);
   const std::uint64_t ticket = nextTicket_++;
-  turnEnded_.wait(lock, [&] { return served_ == ticket; });
+  ticketServed_.wait(lock, [&] { return served_ == ticket; });
   lock.unlock();
-  const AtScopeEnd endTurn([this] {
+  const AtScopeEnd markServed([this] {
     const std::scoped_lock relock(mutex_);
     ++served_;
-    turnEnded_.notify_all();
+    ticketServed_.notify_all();
   });
   work();
 }

@@ -10,8 +10,8 @@
 
 namespace parlen::linux {
 
-/// A serial queue without a thread: each submitter takes a ticket and runs its work itself when the
-/// ticket's turn has come. Work that throws gives its turn up too.
+/// A serial queue without a thread: each caller takes a ticket and runs its work itself once the
+/// tickets before it are served. A ticket whose work throws is served, too.
 class TicketQueue final : public platform::SerialQueue {
  public:
   explicit TicketQueue(std::string_view label) : label_(label) {}
@@ -20,7 +20,7 @@ class TicketQueue final : public platform::SerialQueue {
  private:
   std::string label_;  // for debuggers
   std::mutex mutex_;
-  std::condition_variable turnEnded_;
+  std::condition_variable ticketServed_;
   std::uint64_t nextTicket_ = 0;  // guarded by mutex_
   std::uint64_t served_ = 0;      // guarded by mutex_
 };

@@ -48,7 +48,7 @@ void Inbox::drain() {
   hasRoom_.notify_one();
   if (!handled_.empty()) handler_(handled_);
   if (ended) handler_({});
-  // The storage that an unusually long wait needed is given back.
+  // Frees what an exceptionally long wait has needed.
   if (handled_.capacity() > 2 * limit) handled_ = std::string();
 }
 

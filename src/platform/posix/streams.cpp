@@ -23,7 +23,7 @@ void Streams::writeError(std::string_view bytes) { write(descriptors_.error, byt
 
 void Streams::write(int descriptor, std::string_view bytes) {
   writes_.begin();
-  // Waiting for a reader keeps every byte, also on a pipe that somebody who shares it has made
+  // Waiting for a reader keeps every byte, also on a pipe that another process has made
   // non-blocking. Any other error drops what is left.
   while (writeAll(descriptor, bytes) == EAGAIN) {
     pollfd wait{descriptor, POLLOUT, 0};

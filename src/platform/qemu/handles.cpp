@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
+#include "platform/posix/descriptor.h"
 #include "platform/qemu/error.h"
 #include "text/json_reader.h"
 #include "text/json_writer.h"
@@ -18,8 +18,8 @@
 namespace parlen::qemu {
 namespace {
 
-using linux::Descriptor;
 using platform::Result;
+using posix::Descriptor;
 
 constexpr std::string_view architectureKey = "architecture";
 constexpr std::string_view machineTypeKey = "machineType";
@@ -52,7 +52,7 @@ Descriptor openExisting(const std::string& path, int access) {
 Result<> writeAll(const Descriptor& to, std::string_view bytes, const std::string& path) {
   while (!bytes.empty()) {
     const ssize_t written = ::write(to.get(), bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) return linux::failure("write " + path, errno);
+    if (written < 0 && errno != EINTR) return linux::error("write " + path, errno);
     if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
   }
   return {};
@@ -65,7 +65,7 @@ Result<> copyAll(const Descriptor& from, const Descriptor& to, const std::string
     const ssize_t count = ::read(from.get(), buffer.data(), buffer.size());
     if (count == 0) return {};
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return linux::failure("copy the firmware's variables to " + path, errno);
+    if (count < 0) return linux::error("copy the firmware's variables to " + path, errno);
     const auto written = writeAll(to, {buffer.data(), static_cast<std::size_t>(count)}, path);
     if (!written) return written;
   }
@@ -144,21 +144,21 @@ platform::MacAddress Identities::randomMacAddress() {
 Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& platform) {
   const std::string original = platform.firmwareVariables;
   const Descriptor from = openExisting(original, O_RDONLY);
-  if (!from) return linux::failure("read " + original, errno);
+  if (!from) return linux::error("read " + original, errno);
   constexpr mode_t mode = 0666;  // before the umask
   Descriptor to(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-  if (!to) return linux::failure("create " + path, errno);
+  if (!to) return linux::error("create " + path, errno);
   const auto copied = copyAll(from, to, path);
-  if (copied && !to.close()) return linux::failure("write " + path, errno);
+  if (copied && !to.close()) return linux::error("write " + path, errno);
   return copied;
 }
 
 Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform) {
   const std::string original = platform.firmwareVariables;
   const Descriptor file = openExisting(path, O_RDWR);
-  if (!file) return linux::failure("open the auxiliary storage " + path, errno);
+  if (!file) return linux::error("open the auxiliary storage " + path, errno);
   const Descriptor reference = openExisting(original, O_RDONLY);
-  if (!reference) return linux::failure("read " + original, errno);
+  if (!reference) return linux::error("read " + original, errno);
   if (lengthOf(file) == lengthOf(reference) && hasVolumeHeader(file)) return {};
   return error("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
 }
@@ -166,9 +166,9 @@ Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& pla
 Result<DiskAttachment> attachDisk(const std::string& path, DiskAccess access) {
   const std::string attempt = "open the disk image " + path;
   const Descriptor file = openExisting(path, access == DiskAccess::readOnly ? O_RDONLY : O_RDWR);
-  if (!file) return linux::failure(attempt, errno);
+  if (!file) return linux::error(attempt, errno);
   struct stat status{};
-  if (::fstat(file.get(), &status) != 0) return linux::failure(attempt, errno);
+  if (::fstat(file.get(), &status) != 0) return linux::error(attempt, errno);
   if (S_ISREG(status.st_mode)) return DiskAttachment(path, DiskKind::file, access);
   if (S_ISBLK(status.st_mode)) return DiskAttachment(path, DiskKind::blockDevice, access);
   return error("could not " + attempt + ": it is neither a file nor a block device");

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/linux/socket_pair.h"
 #include "platform/linux/system.h"
 #include "platform/platform.h"
 #include "platform/qemu/configuration.h"
@@ -27,11 +28,11 @@ std::uint64_t hostMemory() {
 }
 
 /// A gtk::ConnectDisplay.
-std::optional<linux::Descriptor> connectDisplay(platform::VirtualMachine& machine) {
+std::optional<posix::Descriptor> connectDisplay(platform::VirtualMachine& machine) {
   auto* ours = dynamic_cast<Machine*>(&machine);
   if (ours == nullptr) return std::nullopt;
   auto sockets = linux::makeSocketPair();
-  if (!sockets) return linux::Descriptor();
+  if (!sockets) return posix::Descriptor();
   ours->connectDisplay(std::move(sockets->theirs));
   return std::move(sockets->ours);
 }
@@ -49,7 +50,7 @@ std::int64_t Capabilities::processorCount() {
 
 platform::MachineLimits Capabilities::limits() { return limitsFor(processorCount(), hostMemory()); }
 
-MachineFactory::MachineFactory(linux::Loop& loop, platform::WarningSink warn,
+MachineFactory::MachineFactory(linux::EventLoop& loop, platform::WarningSink warn,
                                platform::HostCapabilities& capabilities)
     : loop_(loop), warn_(std::move(warn)), capabilities_(capabilities) {}
 
@@ -88,7 +89,7 @@ std::unique_ptr<platform::VirtualMachine> MachineFactory::createMachine(
   return std::make_unique<Machine>(loop_, warn_, configuration, installedEmulator(loop_, warn_));
 }
 
-Host::Host(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput)
+Host::Host(linux::EventLoop& loop, platform::WarningSink warn, platform::Work reserveOutput)
     : loop_(loop),
       warn_(std::move(warn)),
       reserveOutput_(std::move(reserveOutput)),
@@ -124,16 +125,16 @@ namespace {
 
 class LinuxPlatform final : public NativePlatform {
  public:
-  System& system() override { return *system_; }
+  System& system() override { return system_; }
   std::string_view hostName() const override { return "qemu"; }
   bool showsForeignMachines() const override { return true; }  // a test picture
   std::unique_ptr<Host> makeHost(WarningSink warn) override {
-    return std::make_unique<qemu::Host>(system_->posixLoop(), std::move(warn),
-                                        [this] { system_->reserveOutput(); });
+    return std::make_unique<qemu::Host>(system_.loop(), std::move(warn),
+                                        [this] { system_.streams().reserveOutput(); });
   }
 
  private:
-  std::unique_ptr<linux::PosixSystem> system_ = linux::makePosixSystem();
+  linux::System system_;
 };
 
 }  // namespace

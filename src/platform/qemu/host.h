@@ -10,7 +10,7 @@
 #include "platform/event_loop.h"
 #include "platform/gtk/module.h"
 #include "platform/host.h"
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
 #include "platform/qemu/handles.h"
 #include "platform/qemu/restoration.h"
 #include "platform/window_system.h"
@@ -28,7 +28,7 @@ class Capabilities : public platform::HostCapabilities {
 /// Machines whose handles come from this host.
 class MachineFactory : public platform::MachineFactory {
  public:
-  MachineFactory(linux::Loop& loop, platform::WarningSink warn,
+  MachineFactory(linux::EventLoop& loop, platform::WarningSink warn,
                  platform::HostCapabilities& capabilities);
 
   std::shared_ptr<const platform::AuxiliaryStorage> openAuxiliaryStorage(
@@ -43,7 +43,7 @@ class MachineFactory : public platform::MachineFactory {
       const platform::MachineConfiguration& configuration) override;
 
  private:
-  linux::Loop& loop_;
+  linux::EventLoop& loop_;
   platform::WarningSink warn_;
   platform::HostCapabilities& capabilities_;
 };
@@ -65,7 +65,7 @@ class HeadlessApplication : public platform::Application {
 class Host : public platform::Host {
  public:
   /// `reserveOutput` runs before the window module is loaded, whose libraries may print.
-  Host(linux::Loop& loop, platform::WarningSink warn, platform::Work reserveOutput);
+  Host(linux::EventLoop& loop, platform::WarningSink warn, platform::Work reserveOutput);
 
   platform::HostCapabilities& capabilities() override { return capabilities_; }
   platform::GuestIdentities& identities() override { return identities_; }
@@ -75,7 +75,7 @@ class Host : public platform::Host {
   platform::Result<platform::WindowSystem*> windowSystem() override;
 
  private:
-  linux::Loop& loop_;
+  linux::EventLoop& loop_;
   platform::WarningSink warn_;
   platform::Work reserveOutput_;
   Capabilities capabilities_;

@@ -12,12 +12,12 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 
 namespace parlen::qemu {
 namespace {
 
-using linux::Descriptor;
+using posix::Descriptor;
 
 constexpr std::size_t pageSize = 4096;
 constexpr std::uint64_t codeAddress = 0x1000;

@@ -47,7 +47,7 @@ Acceleration chooseAcceleration(const platform::WarningSink& warn) {
 
 }  // namespace
 
-Launcher installedEmulator(linux::Loop& loop, platform::WarningSink warn) {
+Launcher installedEmulator(linux::EventLoop& loop, platform::WarningSink warn) {
   return [&loop, warn = std::move(warn)](
              const platform::MachineConfiguration& configuration,
              QemuProcess::Handlers handlers) -> Result<std::unique_ptr<QemuProcess>> {
@@ -88,7 +88,7 @@ void Machine::start(Completion done) {
 /// was started paused (-S) so that no event is missed.
 void Machine::onReady() {
   takesCommands_ = true;
-  for (linux::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
+  for (posix::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
   process_->monitor().execute("cont", [this](const Result<>& result) { onStartReply(result); });
 }
 
@@ -102,13 +102,13 @@ void Machine::onStartReply(const Result<>& result) {
   }
 }
 
-void Machine::connectDisplay(linux::Descriptor socket) {
+void Machine::connectDisplay(posix::Descriptor socket) {
   if (life_ == Life::over) return;
   if (!takesCommands_) return viewers_.push_back(std::move(socket));
   addViewer(std::move(socket));
 }
 
-void Machine::addViewer(linux::Descriptor socket) {
+void Machine::addViewer(posix::Descriptor socket) {
   process_->monitor().addViewer(std::move(socket), [this](const Result<>& result) {
     if (!result) warn_("cannot show the guest's display: " + result.error().description);
   });

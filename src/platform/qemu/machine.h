@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/event_loop.h"
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
 #include "platform/machine_configuration.h"
 #include "platform/qemu/qmp_client.h"
 #include "platform/virtual_machine.h"
@@ -21,7 +21,7 @@ using Launcher = std::function<platform::Result<std::unique_ptr<QemuProcess>>(
 
 /// Launches the emulator that is installed; `warn` gets a sentence if it has no acceleration. The
 /// configuration's parts are this host's own. `loop` must outlive the processes.
-Launcher installedEmulator(linux::Loop& loop, platform::WarningSink warn);
+Launcher installedEmulator(linux::EventLoop& loop, platform::WarningSink warn);
 
 /// One guest: a QEMU process from its start until it is reaped. Destroying the machine kills the
 /// process and drops the callbacks that have not run.
@@ -34,7 +34,7 @@ class Machine : public platform::VirtualMachine {
 
   /// Connects an RFB client's `socket` to the guest's display and keyboard, once QEMU has them.
   /// Closes it if the machine has ended.
-  void connectDisplay(linux::Descriptor socket);
+  void connectDisplay(posix::Descriptor socket);
 
   void setDelegate(platform::VirtualMachineDelegate* delegate) override { delegate_ = delegate; }
   std::int64_t state() const override { return static_cast<std::int64_t>(state_); }
@@ -56,7 +56,7 @@ class Machine : public platform::VirtualMachine {
   // Starting.
   void onReady();
   void onStartReply(const platform::Result<>& result);
-  void addViewer(linux::Descriptor socket);
+  void addViewer(posix::Descriptor socket);
 
   // Running.
   void onQmpEvent(const QmpEvent& event);
@@ -90,7 +90,7 @@ class Machine : public platform::VirtualMachine {
   bool resumed_ = false;                       // RESUME has come since the last command
   std::optional<std::string> shutdownReason_;  // QEMU has announced its end
   bool takesCommands_ = false;
-  std::vector<linux::Descriptor> viewers_;  // to be added when QEMU takes commands
+  std::vector<posix::Descriptor> viewers_;  // to be added when QEMU takes commands
   platform::Completion startDone_;
   std::optional<std::string> startError_;  // QEMU runs, but cannot start the guest
   platform::Completion powerDone_;         // of the pause or resumption in progress

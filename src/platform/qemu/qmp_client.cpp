@@ -9,12 +9,13 @@
 #include <variant>
 
 #include "platform/linux/error.h"
+#include "platform/linux/socket_pair.h"
 #include "platform/qemu/configuration.h"
 #include "platform/qemu/error.h"
 
 namespace parlen::qemu {
 
-QmpClient::QmpClient(linux::Loop& loop, linux::Descriptor socket, Handlers handlers)
+QmpClient::QmpClient(linux::EventLoop& loop, posix::Descriptor socket, Handlers handlers)
     : loop_(loop), socket_(std::move(socket)), handlers_(std::move(handlers)) {
   reading_ = loop_.watch(socket_.get(), linux::Readiness::readable, [this] { drain(); });
 }
@@ -25,7 +26,7 @@ void QmpClient::execute(std::string_view command, ReplyHandler onReply) {
 }
 
 /// QEMU keeps the descriptor under its name until the next command uses it.
-void QmpClient::addViewer(linux::Descriptor socket, ReplyHandler onReply) {
+void QmpClient::addViewer(posix::Descriptor socket, ReplyHandler onReply) {
   pendingDescriptors_.push_back({.offset = unsent_.size(), .descriptor = std::move(socket)});
   append("getfd", R"({"fdname":"viewer"})", [](const platform::Result<>&) {});
   append("add_client", R"({"protocol":"vnc","fdname":"viewer","skipauth":true})",
@@ -138,7 +139,7 @@ class StartedQemu final : public QemuProcess {
  public:
   explicit StartedQemu(Subprocess::ExitHandler onExit) : onExit_(std::move(onExit)) {}
 
-  platform::Result<> start(linux::Loop& loop, const std::string& emulator,
+  platform::Result<> start(linux::EventLoop& loop, const std::string& emulator,
                            std::vector<std::string> arguments, QmpClient::Handlers handlers);
 
   QmpClient& monitor() override { return *monitor_; }
@@ -152,11 +153,11 @@ class StartedQemu final : public QemuProcess {
   std::unique_ptr<Subprocess> process_;
 };
 
-platform::Result<> StartedQemu::start(linux::Loop& loop, const std::string& emulator,
+platform::Result<> StartedQemu::start(linux::EventLoop& loop, const std::string& emulator,
                                       std::vector<std::string> arguments,
                                       QmpClient::Handlers handlers) {
   auto sockets = linux::makeSocketPair();
-  if (!sockets) return linux::failure("make QEMU's control socket", sockets.error());
+  if (!sockets) return linux::error("make QEMU's control socket", sockets.error());
   auto process = Subprocess::start(loop,
                                    {.program = emulator,
                                     .arguments = std::move(arguments),
@@ -178,7 +179,7 @@ void StartedQemu::finish(const SubprocessExit& exit) {
 }  // namespace
 
 platform::Result<std::unique_ptr<QemuProcess>> QemuProcess::start(
-    linux::Loop& loop, const std::string& emulator, std::vector<std::string> arguments,
+    linux::EventLoop& loop, const std::string& emulator, std::vector<std::string> arguments,
     Handlers handlers) {
   auto qemu = std::make_unique<StartedQemu>(std::move(handlers.onExit));
   auto started = qemu->start(loop, emulator, std::move(arguments), std::move(handlers.monitor));

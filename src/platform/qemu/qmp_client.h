@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "platform/error.h"
-#include "platform/linux/descriptor.h"
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
+#include "platform/posix/descriptor.h"
 #include "platform/qemu/qmp_parser.h"
 #include "platform/qemu/subprocess.h"
 
@@ -31,7 +31,7 @@ class QmpClient {
   };
   using ReplyHandler = std::function<void(platform::Result<>)>;
 
-  QmpClient(linux::Loop& loop, linux::Descriptor socket, Handlers handlers);
+  QmpClient(linux::EventLoop& loop, posix::Descriptor socket, Handlers handlers);
 
   /// Sends a command without arguments. `onReply` runs when QEMU has replied, or never if QEMU ends
   /// before that.
@@ -39,7 +39,7 @@ class QmpClient {
 
   /// Connects `socket` to the guest's display as an RFB client, at any time. `onReply` as with
   /// `execute`.
-  void addViewer(linux::Descriptor socket, ReplyHandler onReply);
+  void addViewer(posix::Descriptor socket, ReplyHandler onReply);
 
   /// Whether QEMU can still receive and reply.
   bool isOpen() const { return reading_ != nullptr; }
@@ -59,11 +59,11 @@ class QmpClient {
   /// A descriptor to be sent with the first byte of the command that names it.
   struct PendingDescriptor {
     std::size_t offset;  // of that byte in `unsent_`
-    linux::Descriptor descriptor;
+    posix::Descriptor descriptor;
   };
 
-  linux::Loop& loop_;
-  linux::Descriptor socket_;
+  linux::EventLoop& loop_;
+  posix::Descriptor socket_;
   Handlers handlers_;
   QmpParser parser_;
   std::unique_ptr<linux::DescriptorWatch> reading_;  // null: closed
@@ -86,7 +86,7 @@ class QemuProcess {
     Subprocess::ExitHandler onExit;
   };
 
-  static platform::Result<std::unique_ptr<QemuProcess>> start(linux::Loop& loop,
+  static platform::Result<std::unique_ptr<QemuProcess>> start(linux::EventLoop& loop,
                                                               const std::string& emulator,
                                                               std::vector<std::string> arguments,
                                                               Handlers handlers);

@@ -34,7 +34,7 @@ std::string nodeOf(const DiskAttachment& disk) {
 class Installer : public platform::Installer {
  public:
   /// If `disk` is an error, `install` fails with it.
-  Installer(linux::Loop& loop, RestoreImage image,
+  Installer(linux::EventLoop& loop, RestoreImage image,
             platform::Result<std::shared_ptr<const DiskAttachment>> disk);
 
   double fractionCompleted() const override { return fraction_; }
@@ -48,7 +48,7 @@ class Installer : public platform::Installer {
   void setFraction(double fraction);
   void onExit(const SubprocessExit& exit);
 
-  linux::Loop& loop_;
+  linux::EventLoop& loop_;
   RestoreImage image_;
   platform::Result<std::shared_ptr<const DiskAttachment>> disk_;
   double fraction_ = 0;
@@ -58,7 +58,7 @@ class Installer : public platform::Installer {
   std::unique_ptr<Subprocess> run_;
 };
 
-Installer::Installer(linux::Loop& loop, RestoreImage image,
+Installer::Installer(linux::EventLoop& loop, RestoreImage image,
                      Result<std::shared_ptr<const DiskAttachment>> disk)
     : loop_(loop), image_(std::move(image)), disk_(std::move(disk)) {}
 

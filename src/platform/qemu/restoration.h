@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/host.h"
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
 #include "platform/qemu/restore_image.h"
 
 namespace parlen::qemu {
@@ -13,7 +13,7 @@ namespace parlen::qemu {
 /// Restore images are disk images in the formats of qemu-img.
 class Restoration : public platform::Restoration {
  public:
-  explicit Restoration(linux::Loop& loop) : loop_(loop) {}
+  explicit Restoration(linux::EventLoop& loop) : loop_(loop) {}
 
   void loadRestoreImage(const std::string& path, Loaded done) override;
   /// An image that has changed since it was loaded fails to install.
@@ -21,7 +21,7 @@ class Restoration : public platform::Restoration {
       platform::VirtualMachine& machine, const platform::RestoreImage& image) override;
 
  private:
-  linux::Loop& loop_;
+  linux::EventLoop& loop_;
   // Kept until the process ends: it loads one image.
   std::vector<std::unique_ptr<ImageExamination>> examinations_;
 };

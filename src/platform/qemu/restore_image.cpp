@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
+#include "platform/posix/descriptor.h"
 #include "platform/qemu/error.h"
 #include "platform/qemu/guest_platform.h"
 #include "platform/qemu/handles.h"
@@ -47,21 +47,21 @@ RestoreImage::mostFeaturefulSupportedConfiguration() const {
 platform::Result<ImageHeader> readImageHeader(const std::string& path) {
   const std::string attempt = "read the restore image " + path;
   // O_NONBLOCK: opening a FIFO does not wait for its other end.
-  const linux::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (!file) return linux::failure(attempt, errno);
+  const posix::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (!file) return linux::error(attempt, errno);
   struct stat status{};
-  if (::fstat(file.get(), &status) != 0) return linux::failure(attempt, errno);
-  if (S_ISDIR(status.st_mode)) return linux::failure(attempt, EISDIR);
+  if (::fstat(file.get(), &status) != 0) return linux::error(attempt, errno);
+  if (S_ISDIR(status.st_mode)) return linux::error(attempt, EISDIR);
   if (!S_ISREG(status.st_mode)) return error("could not " + attempt + ": it is not a file");
 
   ImageHeader header{.bytes = std::string(imageHeaderLength, '\0'), .stamp = stampFrom(status)};
   const ssize_t count = ::pread(file.get(), header.bytes.data(), header.bytes.size(), 0);
-  if (count < 0) return linux::failure(attempt, errno);
+  if (count < 0) return linux::error(attempt, errno);
   header.bytes.resize(static_cast<std::size_t>(count));
   return header;
 }
 
-ImageExamination::ImageExamination(linux::Loop& loop, std::string path,
+ImageExamination::ImageExamination(linux::EventLoop& loop, std::string path,
                                    std::function<void(Found)> done)
     : loop_(loop), path_(std::move(path)), done_(std::move(done)) {}
 

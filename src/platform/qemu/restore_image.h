@@ -11,7 +11,7 @@
 
 #include "platform/error.h"
 #include "platform/host.h"
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
 #include "platform/qemu/subprocess.h"
 
 namespace parlen::qemu {
@@ -66,7 +66,7 @@ class ImageExamination {
  public:
   using Found = platform::Result<std::shared_ptr<const RestoreImage>>;
 
-  ImageExamination(linux::Loop& loop, std::string path, std::function<void(Found)> done);
+  ImageExamination(linux::EventLoop& loop, std::string path, std::function<void(Found)> done);
 
   /// To be called once. `done` runs on the main queue in a later loop iteration, exactly once.
   void start();
@@ -83,7 +83,7 @@ class ImageExamination {
   void reject(const std::string& predicate);  // the sentence begins with the path
   void finish(Found found);
 
-  linux::Loop& loop_;
+  linux::EventLoop& loop_;
   std::string path_;
   std::function<void(Found)> done_;
   ImageHeader header_;

@@ -9,8 +9,8 @@
 #include <array>
 #include <cerrno>
 
-#include "platform/linux/descriptor.h"
 #include "platform/linux/error.h"
+#include "platform/posix/descriptor.h"
 
 namespace parlen::qemu {
 namespace {
@@ -76,11 +76,11 @@ std::string describe(const linux::ChildExit& exit) {
 /// A pipe into which the child writes; its bytes are handled on the main queue.
 class Subprocess::OutputPipe {
  public:
-  static Result<std::unique_ptr<OutputPipe>> open(linux::Loop& loop, OutputHandler handler) {
+  static Result<std::unique_ptr<OutputPipe>> open(linux::EventLoop& loop, OutputHandler handler) {
     std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) return linux::failure("make a pipe", errno);
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) return linux::error("make a pipe", errno);
     std::unique_ptr<OutputPipe> pipe(
-        new OutputPipe(linux::Descriptor(ends[0]), linux::Descriptor(ends[1]), std::move(handler)));
+        new OutputPipe(posix::Descriptor(ends[0]), posix::Descriptor(ends[1]), std::move(handler)));
     // Only this end: programs do not expect EAGAIN from their standard error.
     ::fcntl(pipe->ownEnd_.get(), F_SETFL, O_NONBLOCK);
     pipe->watch_ = loop.watch(pipe->ownEnd_.get(), linux::Readiness::readable,
@@ -109,16 +109,16 @@ class Subprocess::OutputPipe {
   }
 
  private:
-  OutputPipe(linux::Descriptor ownEnd, linux::Descriptor childEnd, OutputHandler handler)
+  OutputPipe(posix::Descriptor ownEnd, posix::Descriptor childEnd, OutputHandler handler)
       : ownEnd_(std::move(ownEnd)), childEnd_(std::move(childEnd)), handler_(std::move(handler)) {}
 
-  linux::Descriptor ownEnd_;
-  linux::Descriptor childEnd_;
+  posix::Descriptor ownEnd_;
+  posix::Descriptor childEnd_;
   OutputHandler handler_;
   std::unique_ptr<linux::DescriptorWatch> watch_;
 };
 
-Result<std::unique_ptr<Subprocess>> Subprocess::start(linux::Loop& loop, Options options,
+Result<std::unique_ptr<Subprocess>> Subprocess::start(linux::EventLoop& loop, Options options,
                                                       ExitHandler onExit) {
   std::unique_ptr<Subprocess> process(new Subprocess(fileName(options.program), std::move(onExit)));
   if (auto spawned = process->spawn(loop, std::move(options)); !spawned) {
@@ -132,7 +132,7 @@ Subprocess::Subprocess(std::string_view program, ExitHandler onExit)
 
 Subprocess::~Subprocess() = default;
 
-Result<> Subprocess::spawn(linux::Loop& loop, Options options) {
+Result<> Subprocess::spawn(linux::EventLoop& loop, Options options) {
   auto errors = OutputPipe::open(loop, [this](std::string_view bytes) { messages_.add(bytes); });
   if (!errors) return std::unexpected(std::move(errors).error());
   errors_ = *std::move(errors);

@@ -9,7 +9,7 @@
 
 #include "platform/error.h"
 #include "platform/linux/child_process.h"
-#include "platform/linux/loop.h"
+#include "platform/linux/event_loop.h"
 
 namespace parlen::qemu {
 
@@ -69,8 +69,8 @@ class Subprocess {
 
   /// `onExit` runs once, on the main queue, when the program has been reaped and all of its output
   /// has been handled. It may destroy this object. The error is a failure to start.
-  static platform::Result<std::unique_ptr<Subprocess>> start(linux::Loop& loop, Options options,
-                                                             ExitHandler onExit);
+  static platform::Result<std::unique_ptr<Subprocess>> start(linux::EventLoop& loop,
+                                                             Options options, ExitHandler onExit);
   ~Subprocess();
 
   /// Kills the program. The kernel keeps what it has written.
@@ -80,7 +80,7 @@ class Subprocess {
   class OutputPipe;
 
   Subprocess(std::string_view program, ExitHandler onExit);
-  platform::Result<> spawn(linux::Loop& loop, Options options);
+  platform::Result<> spawn(linux::EventLoop& loop, Options options);
   void finish(const linux::ChildExit& exit);
 
   LastMessage messages_;

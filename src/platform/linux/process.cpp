@@ -1,4 +1,4 @@
-#include "platform/linux/signal_source.h"
+#include "platform/linux/process.h"
 
 #include <signal.h>
 #include <sys/eventfd.h>
@@ -9,17 +9,16 @@
 #include <cstdlib>
 #include <utility>
 
-#include "platform/linux/descriptor.h"
+#include "platform/linux/child_process.h"
+#include "platform/posix/descriptor.h"
 
 namespace parlen::linux {
 namespace {
 
-using platform::TerminationSignal;
-
 constexpr std::array signalNumbers{SIGTERM, SIGINT};  // in the order of TerminationSignal
 
-// A signal handler is given nothing but the number, so this has to be found without an owner: the
-// event descriptor of each signal's source, -1 for none.
+// The event descriptor of each signal's source, -1 for none. Global, because a signal handler is
+// given nothing but the number.
 constinit std::array<std::atomic<int>, signalNumbers.size()> events{-1, -1};
 
 extern "C" void noteSignal(int signal) {
@@ -43,7 +42,7 @@ void catchSignal(int signal) {
 
 class EventSource final : public platform::SignalSource {
  public:
-  EventSource(Loop& loop, std::size_t index, platform::Work handler)
+  EventSource(EventLoop& loop, std::size_t index, platform::Work handler)
       : event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
         slot_(events[index]),
         watch_(loop.watch(event_.get(), Readiness::readable,
@@ -52,7 +51,7 @@ class EventSource final : public platform::SignalSource {
                             eventfd_read(event, &count);
                             handler();
                           })) {
-    if (!event_) std::abort();  // a signal that nobody can hear must not lose its effect
+    if (!event_) std::abort();  // a signal that is not received must keep its effect
     slot_.store(event_.get());
     catchSignal(signalNumbers[index]);
   }
@@ -63,16 +62,27 @@ class EventSource final : public platform::SignalSource {
   }
 
  private:
-  Descriptor event_;
+  posix::Descriptor event_;
   std::atomic<int>& slot_;
   std::unique_ptr<DescriptorWatch> watch_;
 };
 
 }  // namespace
 
-std::unique_ptr<platform::SignalSource> watchSignal(Loop& loop, TerminationSignal signal,
-                                                    platform::Work handler) {
-  return std::make_unique<EventSource>(loop, static_cast<std::size_t>(signal), std::move(handler));
+std::unique_ptr<platform::SignalSource> Process::watchSignal(platform::TerminationSignal signal,
+                                                             platform::Work handler) {
+  return std::make_unique<EventSource>(loop_, static_cast<std::size_t>(signal), std::move(handler));
+}
+
+platform::Result<int> Process::runAndWait(const std::string& program,
+                                          const std::vector<std::string>& arguments) {
+  ChildOptions options;
+  options.program = program;
+  options.arguments = arguments;
+  options.descriptors = {{0, 0}, {1, 1}, {2, 2}};
+  const platform::Result<ChildExit> exit = runChildToEnd(options);
+  if (!exit) return std::unexpected(exit.error());
+  return exit->status.value_or(128 + exit->signal);
 }
 
 }  // namespace parlen::linux

@@ -1,15 +1,21 @@
 #pragma once
 
-#include "platform/linux/loop.h"
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/linux/event_loop.h"
 #include "platform/posix/process.h"
 
 namespace parlen::linux {
 
 /// This process.
-class PosixProcess final : public posix::Process {
+class Process final : public posix::Process {
  public:
-  explicit PosixProcess(Loop& loop) : loop_(loop) {}
+  explicit Process(EventLoop& loop) : loop_(loop) {}
 
+  /// The newest source of a signal receives it. When a source is gone its signal stays caught,
+  /// without effect; a program that is executed gets the default action back.
   std::unique_ptr<platform::SignalSource> watchSignal(platform::TerminationSignal signal,
                                                       platform::Work handler) override;
   /// A child that a signal ended has the status that shells give it: 128 and the signal's number.
@@ -17,7 +23,7 @@ class PosixProcess final : public posix::Process {
                                    const std::vector<std::string>& arguments) override;
 
  private:
-  Loop& loop_;
+  EventLoop& loop_;
 };
 
 }  // namespace parlen::linux

@@ -10,12 +10,10 @@
 
 namespace parlen::linux {
 
-using posix::Descriptor;
-
 /// Two connected stream sockets, closed on exec.
 struct SocketPair {
-  Descriptor ours;
-  Descriptor theirs;
+  posix::Descriptor ours;
+  posix::Descriptor theirs;
 };
 
 /// The error is an errno value.
@@ -24,7 +22,7 @@ inline std::expected<SocketPair, int> makeSocketPair() {
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
     return std::unexpected(errno);
   }
-  return SocketPair{.ours = Descriptor(ends[0]), .theirs = Descriptor(ends[1])};
+  return SocketPair{.ours = posix::Descriptor(ends[0]), .theirs = posix::Descriptor(ends[1])};
 }
 
 }  // namespace parlen::linux

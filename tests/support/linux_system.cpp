@@ -3,6 +3,6 @@
 
 namespace parlen::test {
 
-std::unique_ptr<platform::System> makeRealSystem() { return linux::makePosixSystem(); }
+std::unique_ptr<platform::System> makeRealSystem() { return std::make_unique<linux::System>(); }
 
 }  // namespace parlen::test

@@ -1,4 +1,4 @@
-#include "platform/linux/posix_files.h"
+#include "platform/linux/files.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@
 namespace parlen::test {
 namespace {
 
-using linux::PosixFiles;
+using linux::Files;
 using platform::PlatformError;
 using posix::Descriptor;
 
@@ -28,26 +28,26 @@ PlatformError posixError(int code, const std::string& description) {
   return {"NSPOSIXErrorDomain", code, description};
 }
 
-class PosixFilesTest : public testing::Test {
+class FilesTest : public testing::Test {
  protected:
   std::string at(const std::string& name) const { return directory_ / name; }
 
-  PosixFiles files_;
+  Files files_;
 
  private:
   TemporaryDirectory directory_;
 };
 
-TEST_F(PosixFilesTest, KnowsTheWorkingDirectory) {
+TEST_F(FilesTest, KnowsTheWorkingDirectory) {
   char expected[4096];
   ASSERT_NE(nullptr, getcwd(expected, sizeof expected));
   EXPECT_EQ(expected, files_.currentDirectory());
 }
 
-TEST_F(PosixFilesTest, StillNamesAWorkingDirectoryThatWasRemoved) {
+TEST_F(FilesTest, NamesAWorkingDirectoryThatWasRemoved) {
   const std::string gone = at("gone");
   const int status = inChild([&] {
-    PosixFiles files;
+    Files files;
     if (mkdir(gone.c_str(), 0700) != 0 || chdir(gone.c_str()) != 0) return 1;
     if (rmdir(gone.c_str()) != 0) return 1;
     const std::string named = files.currentDirectory();
@@ -57,7 +57,7 @@ TEST_F(PosixFilesTest, StillNamesAWorkingDirectoryThatWasRemoved) {
   EXPECT_EQ(0, status);
 }
 
-TEST_F(PosixFilesTest, TellsWhatIsThere) {
+TEST_F(FilesTest, KnowsWhatIsThere) {
   putFile(at("file"), "x");
   ASSERT_EQ(0, mkdir(at("directory").c_str(), 0700));
   ASSERT_EQ(0, mkfifo(at("fifo").c_str(), 0600));
@@ -81,7 +81,7 @@ TEST_F(PosixFilesTest, TellsWhatIsThere) {
   }
 }
 
-TEST_F(PosixFilesTest, ResolvesLinksInAPath) {
+TEST_F(FilesTest, ResolvesLinksInAPath) {
   putFile(at("file"), "x");
   ASSERT_EQ(0, symlink(".", at("here").c_str()));
 
@@ -89,7 +89,7 @@ TEST_F(PosixFilesTest, ResolvesLinksInAPath) {
   EXPECT_EQ(std::nullopt, files_.canonicalPath(at("nothing")));
 }
 
-TEST_F(PosixFilesTest, TellsTheLogicalLength) {
+TEST_F(FilesTest, ReturnsTheLogicalLength) {
   putFile(at("file"), "12345");
   ASSERT_EQ(0, truncate(at("file").c_str(), off_t{1} << 40));
 
@@ -99,7 +99,7 @@ TEST_F(PosixFilesTest, TellsTheLogicalLength) {
             files_.length(at("nothing")).error());
 }
 
-TEST_F(PosixFilesTest, ReadsBackWhatItWrote) {
+TEST_F(FilesTest, ReadsBackWhatItWrote) {
   for (const std::string& content :
        {std::string(), std::string("a\0b", 3), std::string(300000, 'x')}) {
     ASSERT_TRUE(files_.write(at("file"), content));
@@ -109,7 +109,7 @@ TEST_F(PosixFilesTest, ReadsBackWhatItWrote) {
   EXPECT_EQ("short", files_.read(at("file")));
 }
 
-TEST_F(PosixFilesTest, CreatesFilesWithTheUsualMode) {
+TEST_F(FilesTest, CreatesFilesWithTheDefaultMode) {
   const mode_t mask = umask(027);
   EXPECT_TRUE(files_.write(at("file"), ""));
   EXPECT_TRUE(files_.createDirectories(at("a/b")));
@@ -120,11 +120,11 @@ TEST_F(PosixFilesTest, CreatesFilesWithTheUsualMode) {
   EXPECT_EQ(0750U, statusOf(at("a/b")).st_mode & 0777);
 }
 
-TEST_F(PosixFilesTest, ReadsFilesThatHaveNoLength) {
+TEST_F(FilesTest, ReadsFilesThatHaveNoLength) {
   EXPECT_GT(files_.read("/proc/self/status").value_or("").size(), 100U);
 }
 
-TEST_F(PosixFilesTest, ReadsTheStartOnly) {
+TEST_F(FilesTest, ReadsTheStartOnly) {
   putFile(at("file"), "0123456789");
 
   EXPECT_EQ("012", files_.readStart(at("file"), 3));
@@ -133,7 +133,7 @@ TEST_F(PosixFilesTest, ReadsTheStartOnly) {
   EXPECT_EQ("0123456789", files_.readStart(at("file"), std::numeric_limits<std::size_t>::max()));
 }
 
-TEST_F(PosixFilesTest, RefusesToReadAnEndlessFileWhole) {
+TEST_F(FilesTest, FailsToReadAFileThatIsTooLong) {
   putFile(at("file"), "");
   ASSERT_EQ(0, truncate(at("file").c_str(), off_t{1} << 40));
 
@@ -142,7 +142,7 @@ TEST_F(PosixFilesTest, RefusesToReadAnEndlessFileWhole) {
   EXPECT_EQ(std::string(5, '\0'), files_.readStart(at("file"), 5));
 }
 
-TEST_F(PosixFilesTest, ReadsRegularFilesOnly) {
+TEST_F(FilesTest, ReadsRegularFilesOnly) {
   ASSERT_EQ(0, mkfifo(at("fifo").c_str(), 0600));
   const std::string attempt = "could not read the file ";
 
@@ -155,7 +155,7 @@ TEST_F(PosixFilesTest, ReadsRegularFilesOnly) {
             files_.read(at("no")).error());
 }
 
-TEST_F(PosixFilesTest, IsNotBlockedByAFifoThatItWrites) {
+TEST_F(FilesTest, IsNotBlockedByAFifoThatItWrites) {
   ASSERT_EQ(0, mkfifo(at("fifo").c_str(), 0600));
 
   EXPECT_EQ(ENXIO, files_.write(at("fifo"), "x").error().code);
@@ -168,7 +168,7 @@ TEST_F(PosixFilesTest, IsNotBlockedByAFifoThatItWrites) {
   EXPECT_EQ(EAGAIN, files_.write(at("fifo"), std::string(1 << 20, 'x')).error().code);
 }
 
-TEST_F(PosixFilesTest, SaysWhyAFileCannotBeWritten) {
+TEST_F(FilesTest, ReportsWhyAFileCannotBeWritten) {
   EXPECT_EQ(posixError(ENOENT,
                        "could not write the file " + at("no/file") + ": No such file or directory"),
             files_.write(at("no/file"), "x").error());
@@ -177,7 +177,7 @@ TEST_F(PosixFilesTest, SaysWhyAFileCannotBeWritten) {
             files_.write("/dev/full", "x").error());
 }
 
-TEST_F(PosixFilesTest, WritesOverTheStart) {
+TEST_F(FilesTest, WritesOverTheStart) {
   putFile(at("file"), "0123456789");
 
   EXPECT_TRUE(files_.writeStart(at("file"), "abc"));
@@ -189,7 +189,7 @@ TEST_F(PosixFilesTest, WritesOverTheStart) {
   EXPECT_EQ(EINVAL, files_.writeStart("/dev/null", "").error().code);
 }
 
-TEST_F(PosixFilesTest, AppendsToAFileThatItCreated) {
+TEST_F(FilesTest, AppendsToAFileThatItCreated) {
   putFile(at("file"), "old");
   const auto file = files_.createForAppending(at("file"));
   ASSERT_TRUE(file);
@@ -204,7 +204,7 @@ TEST_F(PosixFilesTest, AppendsToAFileThatItCreated) {
             files_.createForAppending(at("no/file")).error());
 }
 
-TEST_F(PosixFilesTest, CreatesMissingDirectories) {
+TEST_F(FilesTest, CreatesMissingDirectories) {
   EXPECT_TRUE(files_.createDirectories(at("a/b/c")));
   EXPECT_TRUE(files_.isDirectory(at("a/b/c")));
   EXPECT_TRUE(files_.createDirectories(at("a/b/c")));
@@ -216,7 +216,7 @@ TEST_F(PosixFilesTest, CreatesMissingDirectories) {
   EXPECT_TRUE(files_.createDirectories("."));
 }
 
-TEST_F(PosixFilesTest, TakesALinkToADirectoryForADirectory) {
+TEST_F(FilesTest, TakesALinkToADirectoryForADirectory) {
   ASSERT_TRUE(files_.createDirectories(at("real")));
   ASSERT_EQ(0, symlink("real", at("link").c_str()));
 
@@ -225,7 +225,7 @@ TEST_F(PosixFilesTest, TakesALinkToADirectoryForADirectory) {
   EXPECT_TRUE(files_.isDirectory(at("real/below")));
 }
 
-TEST_F(PosixFilesTest, SaysWhatIsInTheWayOfADirectory) {
+TEST_F(FilesTest, ReportsWhyADirectoryCannotBeCreated) {
   putFile(at("file"), "");
   ASSERT_EQ(0, symlink("nowhere", at("dangling").c_str()));
   const auto inTheWay = [&](int code, const std::string& name, const std::string& reason) {
@@ -242,7 +242,7 @@ TEST_F(PosixFilesTest, SaysWhatIsInTheWayOfADirectory) {
   EXPECT_EQ(ENOENT, files_.createDirectories("").error().code);
 }
 
-TEST_F(PosixFilesTest, CreatesDirectoriesThatOthersCreateAtTheSameTime) {
+TEST_F(FilesTest, CreatesDirectoriesThatOthersCreateAtTheSameTime) {
   std::string deep = at("a");
   for (int i = 0; i < 50; ++i) deep += "/d";
   std::atomic<int> failures = 0;
@@ -250,7 +250,7 @@ TEST_F(PosixFilesTest, CreatesDirectoriesThatOthersCreateAtTheSameTime) {
     std::vector<std::jthread> threads;
     for (int i = 0; i < 4; ++i) {
       threads.emplace_back([&] {
-        if (!PosixFiles().createDirectories(deep)) ++failures;
+        if (!Files().createDirectories(deep)) ++failures;
       });
     }
   }
@@ -258,7 +258,7 @@ TEST_F(PosixFilesTest, CreatesDirectoriesThatOthersCreateAtTheSameTime) {
   EXPECT_TRUE(files_.isDirectory(deep));
 }
 
-TEST_F(PosixFilesTest, CreatesAndTruncatesEmptyFiles) {
+TEST_F(FilesTest, CreatesAndTruncatesEmptyFiles) {
   putFile(at("old"), "content");
   files_.createEmptyFile(at("old"));
   files_.createEmptyFile(at("new"));
@@ -268,7 +268,7 @@ TEST_F(PosixFilesTest, CreatesAndTruncatesEmptyFiles) {
   EXPECT_EQ(0U, files_.length(at("new")));
 }
 
-TEST_F(PosixFilesTest, GrowsAFileSparsely) {
+TEST_F(FilesTest, GrowsAFileSparsely) {
   putFile(at("disk"), "");
 
   ASSERT_TRUE(files_.setLength(at("disk"), std::uint64_t{1} << 40));
@@ -278,7 +278,7 @@ TEST_F(PosixFilesTest, GrowsAFileSparsely) {
   EXPECT_EQ(3, statusOf(at("disk")).st_size);
 }
 
-TEST_F(PosixFilesTest, SaysWhyALengthCannotBeSet) {
+TEST_F(FilesTest, ReportsWhyALengthCannotBeSet) {
   putFile(at("disk"), "");
   const std::string attempt = "could not set the length of ";
 
@@ -291,7 +291,7 @@ TEST_F(PosixFilesTest, SaysWhyALengthCannotBeSet) {
   EXPECT_EQ(EISDIR, files_.setLength(at(""), 1).error().code);
 }
 
-TEST_F(PosixFilesTest, RemovesALinkRatherThanItsTarget) {
+TEST_F(FilesTest, RemovesALinkRatherThanItsTarget) {
   putFile(at("file"), "x");
   ASSERT_EQ(0, symlink("file", at("link").c_str()));
 
@@ -303,7 +303,7 @@ TEST_F(PosixFilesTest, RemovesALinkRatherThanItsTarget) {
   EXPECT_FALSE(files_.removeFile(at("")));
 }
 
-TEST_F(PosixFilesTest, LeavesNoDescriptorOpen) {
+TEST_F(FilesTest, LeavesNoDescriptorOpen) {
   const Descriptor before(open("/dev/null", O_RDONLY | O_CLOEXEC));
   EXPECT_TRUE(files_.write(at("file"), "x"));
   EXPECT_TRUE(files_.writeStart(at("file"), "y"));

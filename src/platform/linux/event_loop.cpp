@@ -1,4 +1,4 @@
-#include "platform/linux/poll_loop.h"
+#include "platform/linux/event_loop.h"
 
 #include <sys/eventfd.h>
 #include <time.h>
@@ -14,8 +14,8 @@ namespace {
 
 using std::chrono::nanoseconds;
 
-// Longer than any run, short enough that adding it to the clock cannot overflow.
-constexpr std::chrono::hours longestDelay{24 * 365 * 100};
+// Longer than any run; adding it to the clock cannot overflow.
+constexpr std::chrono::hours maxDelay{24 * 365 * 100};
 
 nanoseconds readClock(clockid_t clock) {
   timespec time{};
@@ -31,7 +31,7 @@ timespec toTimespec(nanoseconds duration) {
 }  // namespace
 
 // Touches only what it shares with the loop, so that it may outlive the loop.
-class PollLoop::Watch final : public DescriptorWatch {
+class EventLoop::Watch final : public DescriptorWatch {
  public:
   explicit Watch(std::shared_ptr<Watched> watched) : watched_(std::move(watched)) {}
   ~Watch() override { watched_->ended = true; }
@@ -40,35 +40,35 @@ class PollLoop::Watch final : public DescriptorWatch {
   std::shared_ptr<Watched> watched_;
 };
 
-nanoseconds PollLoop::now() const { return readClock(CLOCK_BOOTTIME); }
+nanoseconds EventLoop::now() const { return readClock(CLOCK_BOOTTIME); }
 
-nanoseconds PollLoop::systemUptime() const { return readClock(CLOCK_MONOTONIC); }
+nanoseconds EventLoop::systemUptime() const { return readClock(CLOCK_MONOTONIC); }
 
-void PollLoop::post(platform::Work work) {
+void EventLoop::post(platform::Work work) {
   const std::scoped_lock lock(mutex_);
   queue_.push_back(std::move(work));
-  // One wake-up for each sleep is enough; a full counter cannot happen.
+  // One wake-up for each sleep is enough, so the counter never gets full.
   if (std::exchange(sleeping_, false)) eventfd_write(wake_.get(), 1);
 }
 
-void PollLoop::postDelayed(std::chrono::milliseconds delay, platform::Work work) {
+void EventLoop::postDelayed(std::chrono::milliseconds delay, platform::Work work) {
   if (delay <= std::chrono::milliseconds::zero()) return post(std::move(work));
-  const nanoseconds wait = std::min<std::chrono::milliseconds>(delay, longestDelay);
+  const nanoseconds wait = std::min<std::chrono::milliseconds>(delay, maxDelay);
   delayed_.emplace(readClock(CLOCK_MONOTONIC) + wait, std::move(work));
 }
 
-std::unique_ptr<DescriptorWatch> PollLoop::watch(int descriptor, Readiness readiness,
-                                                 platform::Work ready) {
+std::unique_ptr<DescriptorWatch> EventLoop::watch(int descriptor, Readiness readiness,
+                                                  platform::Work onReady) {
   const short events = readiness == Readiness::readable ? POLLIN : POLLOUT;
-  watches_.push_back(std::make_shared<Watched>(Watched{descriptor, events, std::move(ready)}));
+  watches_.push_back(std::make_shared<Watched>(Watched{descriptor, events, std::move(onReady)}));
   return std::make_unique<Watch>(watches_.back());
 }
 
-void PollLoop::run() {
-  for (;;) turn();
+void EventLoop::run() {
+  for (;;) iterate();
 }
 
-void PollLoop::turn() {
+void EventLoop::iterate() {
   waitForSomething();
   queueDueWork();
   std::unique_lock lock(mutex_);
@@ -76,19 +76,19 @@ void PollLoop::turn() {
   lock.unlock();
   runReadyWatches();
   runQueued(count);
-  // Last: drawing takes its time, and the queued work has waited for its moment.
+  // Last, because drawing takes long and the queued work has been waiting.
   dispatchForeign();
 }
 
-void PollLoop::waitForSomething() {
+void EventLoop::waitForSomething() {
   listWatches();
-  const nanoseconds longestWait = prepareForeign();
+  const nanoseconds maxWait = prepareForeign();
   const bool mayWait = prepareToSleep();
   polled_.front().fd = wake_.get();
   const timespec timeout =
-      toTimespec(mayWait ? std::min(timeUntilDue(), longestWait) : nanoseconds::zero());
+      toTimespec(mayWait ? std::min(timeUntilDue(), maxWait) : nanoseconds::zero());
   if (ppoll(polled_.data(), polled_.size(), &timeout, nullptr) < 0) {
-    // Interrupted, or out of memory: nothing is known to be ready, the next turn asks again.
+    // Interrupted, or out of memory: nothing is known to be ready, the next iteration asks again.
     for (pollfd& entry : polled_) entry.revents = 0;
   }
   const std::scoped_lock lock(mutex_);
@@ -97,7 +97,7 @@ void PollLoop::waitForSomething() {
   if (polled_.front().revents != 0) eventfd_read(wake_.get(), &count);
 }
 
-void PollLoop::listWatches() {
+void EventLoop::listWatches() {
   std::erase_if(watches_, [](const auto& watched) { return watched->ended; });
   polled_.assign(1, {-1, POLLIN, 0});  // the wake, which may not be there yet
   for (const auto& watched : watches_) {
@@ -106,34 +106,34 @@ void PollLoop::listWatches() {
   polledWatches_ = watches_.size();
 }
 
-nanoseconds PollLoop::prepareForeign() {
+nanoseconds EventLoop::prepareForeign() {
   prepared_ = foreign_;
-  if (prepared_ == nullptr) return longestDelay;
-  return std::min<nanoseconds>(prepared_->prepare(polled_), longestDelay);
+  if (prepared_ == nullptr) return maxDelay;
+  return std::min<nanoseconds>(prepared_->prepare(polled_), maxDelay);
 }
 
-void PollLoop::dispatchForeign() {
-  // Work of this turn may have ended the service.
+void EventLoop::dispatchForeign() {
+  // Work of this iteration may have ended the service.
   if (prepared_ == nullptr || prepared_ != foreign_) return;
   prepared_->dispatch(std::span(polled_).subspan(1 + polledWatches_));
 }
 
-bool PollLoop::prepareToSleep() {
+bool EventLoop::prepareToSleep() {
   const std::scoped_lock lock(mutex_);
   if (!queue_.empty()) return false;
-  if (!wake_) wake_ = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!wake_) wake_ = posix::Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   // Without it a post from another thread would never be noticed.
   if (!wake_) std::abort();
   sleeping_ = true;
   return true;
 }
 
-nanoseconds PollLoop::timeUntilDue() const {
-  if (delayed_.empty()) return longestDelay;
+nanoseconds EventLoop::timeUntilDue() const {
+  if (delayed_.empty()) return maxDelay;
   return std::max(delayed_.begin()->first - readClock(CLOCK_MONOTONIC), nanoseconds::zero());
 }
 
-void PollLoop::queueDueWork() {
+void EventLoop::queueDueWork() {
   if (delayed_.empty()) return;
   const auto due = delayed_.upper_bound(readClock(CLOCK_MONOTONIC));
   const std::scoped_lock lock(mutex_);
@@ -142,16 +142,16 @@ void PollLoop::queueDueWork() {
   }
 }
 
-void PollLoop::runReadyWatches() {
-  // A handler may add watches, behind those that were polled, and end any.
+void EventLoop::runReadyWatches() {
+  // A callback may add watches, behind those that were polled, and end any.
   for (std::size_t i = 0; i < polledWatches_; ++i) {
     if (polled_[1 + i].revents == 0 || watches_[i]->ended) continue;
     const std::shared_ptr<Watched> watched = watches_[i];
-    watched->ready();
+    watched->onReady();
   }
 }
 
-void PollLoop::runQueued(std::size_t count) {
+void EventLoop::runQueued(std::size_t count) {
   for (; count > 0; --count) {
     std::unique_lock lock(mutex_);
     const platform::Work work = std::move(queue_.front());

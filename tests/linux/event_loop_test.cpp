@@ -1,4 +1,4 @@
-#include "platform/linux/poll_loop.h"
+#include "platform/linux/event_loop.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -15,9 +15,9 @@
 namespace parlen::test {
 namespace {
 
-using linux::PollLoop;
-using linux::Readiness;
 using linux::DescriptorWatch;
+using linux::EventLoop;
+using linux::Readiness;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 
@@ -28,8 +28,8 @@ posix::Pipe readyPipe() {
   return pipe;
 }
 
-TEST(PollLoop, RunsPostedWorkInItsOrder) {
-  PollLoop loop;
+TEST(EventLoop, RunsPostedWorkInItsOrder) {
+  EventLoop loop;
   std::vector<int> order;
   for (int i = 0; i < 3; ++i) loop.post([&order, i] { order.push_back(i); });
   loop.post(&leaveLoop);
@@ -39,19 +39,19 @@ TEST(PollLoop, RunsPostedWorkInItsOrder) {
   EXPECT_THAT(order, ElementsAre(0, 1, 2));
 }
 
-TEST(PollLoop, RunsWorkPostedDuringATurnInALaterTurn) {
-  PollLoop loop;
+TEST(EventLoop, RunsWorkPostedByWorkInALaterIteration) {
+  EventLoop loop;
   const posix::Pipe pipe = readyPipe();
-  int turns = 0;
+  int iterations = 0;
   std::vector<int> ranIn;
-  const auto watch = loop.watch(pipe.reading.get(), Readiness::readable, [&] { ++turns; });
+  const auto watch = loop.watch(pipe.reading.get(), Readiness::readable, [&] { ++iterations; });
   loop.post([&] {
-    ranIn.push_back(turns);
+    ranIn.push_back(iterations);
     loop.postDelayed(milliseconds(0), [&] {
-      ranIn.push_back(turns);
+      ranIn.push_back(iterations);
       leaveLoop();
     });
-    loop.post([&] { ranIn.push_back(turns); });
+    loop.post([&] { ranIn.push_back(iterations); });
   });
 
   serve(loop);
@@ -59,21 +59,21 @@ TEST(PollLoop, RunsWorkPostedDuringATurnInALaterTurn) {
   EXPECT_THAT(ranIn, ElementsAre(1, 2));
 }
 
-TEST(PollLoop, RunsWorkPostedByAWatchInALaterTurn) {
-  PollLoop loop;
+TEST(EventLoop, RunsWorkPostedByAWatchInALaterIteration) {
+  EventLoop loop;
   const posix::Pipe pipe = readyPipe();
-  int turns = 0;
+  int iterations = 0;
   const auto watch = loop.watch(pipe.reading.get(), Readiness::readable, [&] {
-    if (++turns == 1) loop.post([&] { leaveLoop(); });
+    if (++iterations == 1) loop.post([&] { leaveLoop(); });
   });
 
   serve(loop);
 
-  EXPECT_EQ(2, turns);
+  EXPECT_EQ(2, iterations);
 }
 
-TEST(PollLoop, RunsDelayedWorkByDeadlineThenBySubmission) {
-  PollLoop loop;
+TEST(EventLoop, RunsDelayedWorkByDeadlineThenBySubmission) {
+  EventLoop loop;
   std::vector<std::string> order;
   const auto note = [&](std::string name) { return [&order, name] { order.push_back(name); }; };
   loop.postDelayed(milliseconds(20), note("late"));
@@ -88,8 +88,8 @@ TEST(PollLoop, RunsDelayedWorkByDeadlineThenBySubmission) {
   EXPECT_THAT(order, ElementsAre("first", "second", "third", "early", "late"));
 }
 
-TEST(PollLoop, NeverRunsDelayedWorkEarly) {
-  PollLoop loop;
+TEST(EventLoop, NeverRunsDelayedWorkEarly) {
+  EventLoop loop;
   const auto begin = loop.systemUptime();
   std::chrono::nanoseconds ranAfter{};
   loop.postDelayed(milliseconds(15), [&] {
@@ -102,16 +102,16 @@ TEST(PollLoop, NeverRunsDelayedWorkEarly) {
   EXPECT_GE(ranAfter, milliseconds(15));
 }
 
-TEST(PollLoop, TakesAnyDelay) {
-  PollLoop loop;
+TEST(EventLoop, TakesAnyDelay) {
+  EventLoop loop;
   loop.postDelayed(milliseconds::max(), [] { FAIL() << "that was not 300 million years"; });
   loop.postDelayed(milliseconds(1), &leaveLoop);
 
   serve(loop);
 }
 
-TEST(PollLoop, WakesForAPostOfAnotherThread) {
-  PollLoop loop;
+TEST(EventLoop, WakesForAPostOfAnotherThread) {
+  EventLoop loop;
   std::thread other([&] { loop.post(&leaveLoop); });
 
   serve(loop);
@@ -119,9 +119,9 @@ TEST(PollLoop, WakesForAPostOfAnotherThread) {
   other.join();
 }
 
-TEST(PollLoop, KeepsTheOrderOfEveryPostingThread) {
+TEST(EventLoop, KeepsTheOrderOfEveryPostingThread) {
   constexpr int count = 2000;
-  PollLoop loop;
+  EventLoop loop;
   std::vector<int> seen[2];
   const auto send = [&](std::vector<int>& to) {
     for (int i = 0; i < count; ++i) {
@@ -144,8 +144,8 @@ TEST(PollLoop, KeepsTheOrderOfEveryPostingThread) {
   }
 }
 
-TEST(PollLoop, CallsAWatchAgainWhileItIsReady) {
-  PollLoop loop;
+TEST(EventLoop, CallsAWatchAgainWhileItIsReady) {
+  EventLoop loop;
   const posix::Pipe pipe = readyPipe();
   int calls = 0;
   const auto watch = loop.watch(pipe.reading.get(), Readiness::readable, [&] {
@@ -157,8 +157,8 @@ TEST(PollLoop, CallsAWatchAgainWhileItIsReady) {
   EXPECT_EQ(3, calls);
 }
 
-TEST(PollLoop, TellsOfRoomToWriteAndOfAnEnd) {
-  PollLoop loop;
+TEST(EventLoop, ReportsRoomToWriteAndAnEnd) {
+  EventLoop loop;
   posix::Pipe pipe = makePipe();
   std::vector<std::string> heard;
   std::unique_ptr<DescriptorWatch> writable;
@@ -177,8 +177,8 @@ TEST(PollLoop, TellsOfRoomToWriteAndOfAnEnd) {
   EXPECT_THAT(heard, ElementsAre("room", "end"));
 }
 
-TEST(PollLoop, LetsAHandlerEndAnyWatchAndAddNewOnes) {
-  PollLoop loop;
+TEST(EventLoop, LetsACallbackEndAnyWatchAndAddNewOnes) {
+  EventLoop loop;
   const posix::Pipe pipe = readyPipe();
   std::vector<std::string> heard;
   std::unique_ptr<DescriptorWatch> first;
@@ -200,8 +200,8 @@ TEST(PollLoop, LetsAHandlerEndAnyWatchAndAddNewOnes) {
   EXPECT_THAT(heard, ElementsAre("first", "third"));
 }
 
-TEST(PollLoop, LosesNothingWhenWorkThrows) {
-  PollLoop loop;
+TEST(EventLoop, LosesNothingWhenWorkThrows) {
+  EventLoop loop;
   bool ran = false;
   loop.post(&leaveLoop);
   loop.post([&] { ran = true; });
@@ -213,12 +213,12 @@ TEST(PollLoop, LosesNothingWhenWorkThrows) {
   EXPECT_TRUE(ran);
 }
 
-TEST(PollLoop, MayGoBeforeItsWorkAndItsWatches) {
+TEST(EventLoop, MayBeDestroyedBeforeItsWorkAndWatches) {
   const auto held = std::make_shared<int>(1);
   const posix::Pipe pipe = readyPipe();
   std::unique_ptr<DescriptorWatch> watch;
   {
-    PollLoop loop;
+    EventLoop loop;
     loop.post([held] { FAIL(); });
     loop.postDelayed(milliseconds(1), [held] { FAIL(); });
     watch = loop.watch(pipe.reading.get(), Readiness::readable, [] { FAIL(); });
@@ -227,24 +227,24 @@ TEST(PollLoop, MayGoBeforeItsWorkAndItsWatches) {
   watch.reset();
 }
 
-TEST(PollLoop, HasClocksThatNeverGoBack) {
-  const PollLoop loop;
+TEST(EventLoop, HasMonotonicClocks) {
+  const EventLoop loop;
   const auto uptime = loop.systemUptime();
   const auto now = loop.now();
 
   EXPECT_GE(loop.now(), now);
   EXPECT_GE(loop.systemUptime(), uptime);
-  EXPECT_GE(now, uptime) << "a clock that counts on in sleep was behind one that does not";
+  EXPECT_GE(now, uptime) << "CLOCK_BOOTTIME, which counts during sleep, was behind CLOCK_MONOTONIC";
 }
 
-// Another library's loop that watches one descriptor and notes what it is told.
+// Another library's loop that watches one descriptor and notes its calls.
 class RecordingForeignLoop final : public linux::ForeignLoop {
  public:
   explicit RecordingForeignLoop(int descriptor) : descriptor_(descriptor) {}
 
   std::chrono::nanoseconds prepare(std::vector<pollfd>& polled) override {
     polled.push_back({descriptor_, POLLIN, 0});
-    return longestWait;
+    return maxWait;
   }
   void dispatch(std::span<const pollfd> polled) override {
     ASSERT_EQ(1U, polled.size());
@@ -253,7 +253,7 @@ class RecordingForeignLoop final : public linux::ForeignLoop {
     if (dispatched) dispatched();
   }
 
-  std::chrono::nanoseconds longestWait = std::chrono::hours(1);
+  std::chrono::nanoseconds maxWait = std::chrono::hours(1);
   std::vector<bool> ready;
   platform::Work dispatched;
 
@@ -261,8 +261,8 @@ class RecordingForeignLoop final : public linux::ForeignLoop {
   int descriptor_;
 };
 
-TEST(PollLoop, ServesAForeignLoopAfterTheTurnsOwnWork) {
-  PollLoop loop;
+TEST(EventLoop, ServesAForeignLoopAfterItsOwnWork) {
+  EventLoop loop;
   const posix::Pipe pipe = readyPipe();
   RecordingForeignLoop foreign(pipe.reading.get());
   std::vector<bool> servedBeforeWork;
@@ -276,11 +276,11 @@ TEST(PollLoop, ServesAForeignLoopAfterTheTurnsOwnWork) {
   EXPECT_THAT(foreign.ready, ElementsAre(true));
 }
 
-TEST(PollLoop, WaitsNoLongerThanTheForeignLoopAllows) {
-  PollLoop loop;
+TEST(EventLoop, WaitsNoLongerThanTheForeignLoopAllows) {
+  EventLoop loop;
   const posix::Pipe pipe = makePipe();
   RecordingForeignLoop foreign(pipe.reading.get());
-  foreign.longestWait = milliseconds(1);
+  foreign.maxWait = milliseconds(1);
   foreign.dispatched = &leaveLoop;
   loop.serve(&foreign);
 
@@ -289,14 +289,14 @@ TEST(PollLoop, WaitsNoLongerThanTheForeignLoopAllows) {
   EXPECT_THAT(foreign.ready, ElementsAre(false));
 }
 
-TEST(PollLoop, KeepsItsOwnWatchesApartFromTheForeignLoops) {
-  PollLoop loop;
+TEST(EventLoop, KeepsItsOwnWatchesApartFromTheForeignLoops) {
+  EventLoop loop;
   const posix::Pipe own = readyPipe();
   const posix::Pipe quiet = makePipe();
   RecordingForeignLoop foreign(quiet.reading.get());
-  int turns = 0;
+  int iterations = 0;
   const auto watch = loop.watch(own.reading.get(), Readiness::readable, [&] {
-    if (++turns == 2) leaveLoop();
+    if (++iterations == 2) leaveLoop();
   });
   loop.serve(&foreign);
 
@@ -305,8 +305,8 @@ TEST(PollLoop, KeepsItsOwnWatchesApartFromTheForeignLoops) {
   EXPECT_THAT(foreign.ready, ElementsAre(false));
 }
 
-TEST(PollLoop, LeavesAForeignLoopAloneOnceItsServiceHasEnded) {
-  PollLoop loop;
+TEST(EventLoop, EndsTheServiceOfAForeignLoop) {
+  EventLoop loop;
   const posix::Pipe pipe = readyPipe();
   RecordingForeignLoop foreign(pipe.reading.get());
   loop.serve(&foreign);

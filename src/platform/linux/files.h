@@ -1,14 +1,16 @@
 #pragma once
 
+#include <cstdint>
+
 #include "platform/files.h"
 
 namespace parlen::linux {
 
 /// The file system through system calls. Stateless.
-class PosixFiles final : public platform::Files {
+class Files final : public platform::Files {
  public:
-  /// More than any file that is read whole may hold; a larger one is an error, not a full memory.
-  static constexpr std::uint64_t longestRead = std::uint64_t{256} << 20;
+  /// In bytes. Reading a larger file whole is an error, so that it cannot fill the memory.
+  static constexpr std::uint64_t maxRead = std::uint64_t{256} << 20;
 
   std::string currentDirectory() const override;
   bool exists(const std::string& path) const override;
@@ -17,7 +19,8 @@ class PosixFiles final : public platform::Files {
   std::optional<std::string> canonicalPath(const std::string& path) const override;
   platform::Result<std::uint64_t> length(const std::string& path) const override;
   platform::Result<std::string> read(const std::string& path) const override;
-  platform::Result<std::string> readStart(const std::string& path, std::size_t most) const override;
+  platform::Result<std::string> readStart(const std::string& path,
+                                          std::size_t maxBytes) const override;
   platform::Result<> write(const std::string& path, std::string_view bytes) override;
   platform::Result<> writeStart(const std::string& path, std::string_view bytes) override;
   platform::Result<std::unique_ptr<platform::AppendingFile>> createForAppending(
