@@ -49,15 +49,6 @@ Descriptor openExisting(const std::string& path, int access) {
   return Descriptor(::open(path.c_str(), access | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
 }
 
-Result<> writeAll(const Descriptor& to, std::string_view bytes, const std::string& path) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(to.get(), bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) return linux::error("write " + path, errno);
-    if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return {};
-}
-
 Result<> copyAll(const Descriptor& from, const Descriptor& to, const std::string& path) {
   constexpr std::size_t chunk = 65536;
   std::array<char, chunk> buffer{};
@@ -66,8 +57,10 @@ Result<> copyAll(const Descriptor& from, const Descriptor& to, const std::string
     if (count == 0) return {};
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return linux::error("copy the firmware's variables to " + path, errno);
-    const auto written = writeAll(to, {buffer.data(), static_cast<std::size_t>(count)}, path);
-    if (!written) return written;
+    std::string_view left(buffer.data(), static_cast<std::size_t>(count));
+    if (const int code = posix::writeAll(to.get(), left)) {
+      return linux::error("write " + path, code);
+    }
   }
 }
 
