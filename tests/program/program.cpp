@@ -14,22 +14,15 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
+
+#include "platform/posix/process.h"
+#include "support/posix_fixtures.h"
 
 namespace parlen::test {
 namespace {
 
-constexpr int patienceMs = 60'000;
-
-struct Pipe {
-  int readEnd = -1;
-  int writeEnd = -1;
-};
-
-Pipe makePipe() {
-  std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  return {ends[0], ends[1]};
-}
+constexpr int timeoutMs = 60'000;
 
 int makeErrorFile(std::string& path) {
   path = (std::filesystem::temp_directory_path() / "parlen-program-XXXXXX").string();
@@ -49,8 +42,8 @@ void applyEnvironment(const Environment& more) {
 
 Program::Program(const std::vector<std::string>& arguments, const Environment& more,
                  const std::function<void()>& inChild) {
-  const Pipe in = makePipe();
-  const Pipe out = makePipe();
+  posix::Pipe in = makePipe();
+  posix::Pipe out = makePipe();
   const int error = makeErrorFile(errorPath_);
   std::vector<std::string> words = {PARLEN_PROGRAM};
   words.insert(words.end(), arguments.begin(), arguments.end());
@@ -60,19 +53,18 @@ Program::Program(const std::vector<std::string>& arguments, const Environment& m
 
   pid_ = fork();
   if (pid_ == 0) {
-    dup2(in.readEnd, STDIN_FILENO);
-    dup2(out.writeEnd, STDOUT_FILENO);
+    dup2(in.reading.get(), STDIN_FILENO);
+    dup2(out.writing.get(), STDOUT_FILENO);
     dup2(error, STDERR_FILENO);
     applyEnvironment(more);
+    posix::resetSignals();  // what started the tests may ignore SIGHUP or SIGQUIT, as nohup does
     if (inChild) inChild();
     execv(PARLEN_PROGRAM, argv.data());
     _exit(127);
   }
-  close(in.readEnd);
-  close(out.writeEnd);
   close(error);
-  input_ = in.writeEnd;
-  output_ = out.readEnd;
+  input_ = std::move(in.writing);
+  output_ = std::move(out.reading);
 }
 
 Program::~Program() {
@@ -87,34 +79,19 @@ Program::~Program() {
 }
 
 void Program::send(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(input_, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
-    ASSERT_GT(written, 0) << "the program does not read";
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-}
-
-void Program::closeInput() {
-  if (input_ >= 0) close(input_);
-  input_ = -1;
-}
-
-void Program::closeOutput() {
-  if (output_ >= 0) close(output_);
-  output_ = -1;
+  ASSERT_EQ(posix::writeAll(input_.get(), bytes), 0) << "the program does not read";
 }
 
 void Program::signal(int number) const { kill(pid_, number); }
 
 bool Program::readMore() {
-  pollfd waiting{output_, POLLIN, 0};
-  if (poll(&waiting, 1, patienceMs) <= 0) {
+  pollfd waiting{output_.get(), POLLIN, 0};
+  if (poll(&waiting, 1, timeoutMs) <= 0) {
     ADD_FAILURE() << "nothing came for a minute; so far: " << buffer_;
     return false;
   }
   std::array<char, 65536> bytes{};
-  const ssize_t count = read(output_, bytes.data(), bytes.size());
+  const ssize_t count = read(output_.get(), bytes.data(), bytes.size());
   if (count <= 0) return false;
   buffer_.append(bytes.data(), static_cast<std::size_t>(count));
   return true;

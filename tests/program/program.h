@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/posix/descriptor.h"
+
 namespace parlen::test {
 
 /// How the program ended, as its parent sees it.
@@ -24,24 +26,24 @@ inline Exit killedBy(int signal) { return {std::nullopt, signal}; }
 
 using Environment = std::map<std::string, std::string>;
 
-/// The real program as a child with pipes for its standard streams. What it writes is waited for,
-/// for a minute at the most; a wait in vain fails the test.
+/// The real program as a child with pipes for its standard streams. Reading what it writes waits
+/// for a minute at most, then fails the test.
 class Program {
  public:
-  /// `inChild` runs in the child before the program starts; only async-signal-safe calls.
+  /// The program starts with default signal actions and none blocked. `inChild` runs in the child
+  /// before that; only async-signal-safe calls.
   explicit Program(const std::vector<std::string>& arguments, const Environment& more = {},
                    const std::function<void()>& inChild = {});
   ~Program();
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  /// Writes to the program's standard input, as much as it takes at once or all of it.
+  /// Writes to the program's standard input: all of it, unless the input was made non-blocking.
   void send(std::string_view bytes);
-  void closeInput();
-  void closeOutput();
+  void closeInput() { input_.close(); }
+  void closeOutput() { output_.close(); }
   void signal(int number) const;
   pid_t pid() const { return pid_; }
-  int inputDescriptor() const { return input_; }
 
   /// The next line of its standard output, without the line feed; "(end)" at its end.
   std::string event();
@@ -58,8 +60,8 @@ class Program {
   bool readMore();
 
   pid_t pid_ = -1;
-  int input_ = -1;
-  int output_ = -1;
+  posix::Descriptor input_;
+  posix::Descriptor output_;
   std::string errorPath_;
   std::string buffer_;
   std::optional<Exit> exit_;
