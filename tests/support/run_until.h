@@ -11,9 +11,9 @@ namespace parlen::test {
 /// longer than two minutes. Emulated guests on a busy machine take long.
 inline bool runUntil(platform::EventLoop& loop, const std::function<bool()>& condition) {
   struct Finished {};
-  constexpr std::chrono::minutes patience{2};
+  constexpr std::chrono::minutes timeout{2};
   constexpr std::chrono::milliseconds interval{1};
-  const auto deadline = loop.now() + patience;
+  const auto deadline = loop.now() + timeout;
   bool late = false;
   std::function<void()> check = [&] {
     late = loop.now() > deadline;

@@ -1,8 +1,127 @@
 #include "support/test_system.h"
 
+#include <algorithm>
+
 #include "support/real_system.h"
 
 namespace parlen::test {
+
+// ---- The loop ----
+
+void VirtualLoop::post(platform::Work work) {
+  const std::lock_guard lock(mutex_);
+  posted_.push_back(std::move(work));
+}
+
+void VirtualLoop::postDelayed(std::chrono::milliseconds delay, platform::Work work) {
+  if (delay.count() <= 0) return post(std::move(work));
+  delayed_.emplace(now_ + delay, std::move(work));
+}
+
+bool VirtualLoop::takePosted(platform::Work& work) {
+  const std::lock_guard lock(mutex_);
+  if (posted_.empty()) return false;
+  work = std::move(posted_.front());
+  posted_.pop_front();
+  return true;
+}
+
+bool VirtualLoop::runOne() {
+  platform::Work work;
+  if (!takePosted(work)) {
+    if (delayed_.empty()) return false;
+    auto next = delayed_.extract(delayed_.begin());
+    now_ = std::max(now_, next.key());
+    work = std::move(next.mapped());
+  }
+  work();
+  return true;
+}
+
+void VirtualLoop::runUntilIdle() {
+  while (runOne()) {
+  }
+}
+
+void VirtualLoop::run() {
+  runUntilIdle();
+  if (!returnsWhenIdle) throw LoopIdle{};
+}
+
+void VirtualLoop::advance(std::chrono::milliseconds duration) {
+  const auto end = now_ + duration;
+  for (platform::Work work;;) {
+    if (takePosted(work)) {
+      work();
+    } else if (!delayed_.empty() && delayed_.begin()->first <= end) {
+      runOne();
+    } else {
+      break;
+    }
+  }
+  now_ = std::max(now_, end);
+}
+
+// ---- The streams ----
+
+void CapturedStreams::writeOutput(std::string_view bytes) {
+  output += bytes;
+  ++outputWrites;
+}
+
+void CapturedStreams::send(std::string_view chunk) {
+  loop_.post([this, bytes = std::string(chunk)] { handler_(bytes); });
+}
+
+std::vector<std::string> CapturedStreams::lines() const {
+  std::vector<std::string> all;
+  std::size_t start = 0;
+  for (std::size_t end; (end = output.find('\n', start)) != std::string::npos; start = end + 1) {
+    all.push_back(output.substr(start, end - start));
+  }
+  return all;
+}
+
+// ---- The process ----
+
+class TestProcess::Source : public platform::SignalSource {
+ public:
+  Source(TestProcess& process, platform::TerminationSignal signal)
+      : process_(process), signal_(signal) {}
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+  ~Source() override { process_.handlers_.erase(signal_); }
+
+ private:
+  TestProcess& process_;
+  platform::TerminationSignal signal_;
+};
+
+std::unique_ptr<platform::SignalSource> TestProcess::watchSignal(platform::TerminationSignal signal,
+                                                                 platform::Work handler) {
+  watched.push_back(signal);
+  handlers_[signal] = std::move(handler);
+  return std::make_unique<Source>(*this, signal);
+}
+
+platform::Result<int> TestProcess::runAndWait(const std::string& program,
+                                              const std::vector<std::string>& arguments) {
+  programsRun.emplace_back(program, arguments);
+  if (programsCannotStart) {
+    return std::unexpected(platform::PlatformError{"test", 2, "could not start " + program});
+  }
+  return real_.runAndWait(program, arguments);
+}
+
+bool TestProcess::raise(platform::TerminationSignal signal) {
+  if (!handlers_.contains(signal)) return false;
+  loop_.post([this, signal] {
+    if (const auto found = handlers_.find(signal); found != handlers_.end()) found->second();
+  });
+  return true;
+}
+
+// ---- The system ----
 
 TestSystem::TestSystem() : real_(makeRealSystem()), process_(loop_, real_->process()) {}
 

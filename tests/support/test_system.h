@@ -1,14 +1,113 @@
 #pragma once
 
+#include <chrono>
+#include <deque>
+#include <map>
 #include <memory>
+#include <mutex>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "platform/platform.h"
-#include "support/captured_streams.h"
-#include "support/test_process.h"
-#include "support/virtual_loop.h"
 
 namespace parlen::test {
+
+/// Thrown by a loop that has nothing left to run: what the code waits for would never come.
+struct LoopIdle {};
+
+/// A main queue on a clock that only moves when a test moves it: a minute costs nothing.
+class VirtualLoop : public platform::EventLoop {
+ public:
+  void post(platform::Work work) override;
+  void postDelayed(std::chrono::milliseconds delay, platform::Work work) override;
+  /// Runs until nothing is queued, then throws LoopIdle, or returns if it was told to.
+  void run() override;
+  std::chrono::nanoseconds now() const override { return now_; }
+  std::chrono::nanoseconds systemUptime() const override { return now_; }
+
+  /// Runs the next piece of work that is due, moving the clock to it; false if nothing is queued.
+  bool runOne();
+  void runUntilIdle();
+  /// Runs everything that falls due within `duration` and leaves the clock at its end.
+  void advance(std::chrono::milliseconds duration);
+  /// Moves the clock, past whatever is due: time that passes while the main thread is busy.
+  void skip(std::chrono::nanoseconds duration) { now_ += duration; }
+
+  bool returnsWhenIdle = false;
+
+ private:
+  bool takePosted(platform::Work& work);
+
+  std::mutex mutex_;  // posting is allowed on any thread
+  std::deque<platform::Work> posted_;
+  std::multimap<std::chrono::nanoseconds, platform::Work> delayed_;  // equal keys keep their order
+  std::chrono::nanoseconds now_ = std::chrono::hours(1);
+};
+
+/// Standard streams whose other ends are the test's.
+class CapturedStreams : public platform::StandardStreams {
+ public:
+  explicit CapturedStreams(platform::EventLoop& loop) : loop_(loop) {}
+
+  void writeOutput(std::string_view bytes) override;
+  void writeError(std::string_view bytes) override { error += bytes; }
+  void readInput(InputHandler handler) override { handler_ = std::move(handler); }
+
+  /// Delivers a chunk to the reader in a later loop iteration, as the real streams do.
+  void send(std::string_view chunk);
+  void closeInput() { send(""); }
+  bool isRead() const { return handler_ != nullptr; }
+
+  /// What was written so far, cut at the line feeds.
+  std::vector<std::string> lines() const;
+
+  std::string output;
+  std::string error;
+  int outputWrites = 0;
+
+ private:
+  platform::EventLoop& loop_;
+  InputHandler handler_;
+};
+
+/// Thrown instead of ending the test's own process.
+struct ProcessEnded {
+  int status = 0;
+};
+struct ProcessTrapped {};
+
+/// A process whose ends and signals are the test's. Programs that it is told to run are the real
+/// process's.
+class TestProcess : public platform::Process {
+ public:
+  TestProcess(platform::EventLoop& loop, platform::Process& real) : loop_(loop), real_(real) {}
+
+  std::unique_ptr<platform::SignalSource> watchSignal(platform::TerminationSignal signal,
+                                                      platform::Work handler) override;
+  platform::Result<int> runAndWait(const std::string& program,
+                                   const std::vector<std::string>& arguments) override;
+
+  /// Delivers a signal, on the main queue; false if nobody watches it (the default action applies).
+  bool raise(platform::TerminationSignal signal);
+
+  /// The order in which signals came to be watched, and what was run.
+  std::vector<platform::TerminationSignal> watched;
+  std::vector<std::pair<std::string, std::vector<std::string>>> programsRun;
+  /// Stands in for the next program's start.
+  bool programsCannotStart = false;
+
+ private:
+  [[noreturn]] void endWith(int status) override { throw ProcessEnded{status}; }
+  [[noreturn]] void endInTrap() override { throw ProcessTrapped{}; }
+
+  class Source;
+
+  platform::EventLoop& loop_;
+  platform::Process& real_;
+  std::map<platform::TerminationSignal, platform::Work> handlers_;
+};
 
 /// The system of an in-process test: real files, virtual time, captured streams, ends that throw.
 class TestSystem : public platform::System {
