@@ -4,6 +4,7 @@
 
 #include "bundle/settings.h"
 #include "events/event_stream.h"
+#include "support/event_lines.h"
 #include "support/tool.h"
 
 namespace parlen::test {
@@ -30,10 +31,6 @@ class Clone : public testing::Test {
     const auto settings = loadSettings(VMBundle(path));
     EXPECT_TRUE(settings);
     return settings.value_or(VMSettings{});
-  }
-
-  std::string error(const std::string& code, const std::string& message) {
-    return R"({"type":"error","code":")" + code + R"(","message":)" + jsonEscape(message) + "}";
   }
 
   Tool tool_;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "events/event_stream.h"
+#include "support/event_lines.h"
 #include "support/tool.h"
 
 namespace parlen::test {
@@ -11,11 +11,8 @@ namespace {
 using Lines = std::vector<std::string>;
 
 const std::string malformed = "parlen-mac-vm: ignoring a malformed command line\n";
-const std::string paused = R"({"type":"guest-power","state":"paused"})";
 
-std::string inputFailed(const std::string& message) {
-  return R"({"type":"error","code":"input-failed","message":)" + jsonEscape(message) + "}";
-}
+std::string inputFailed(const std::string& message) { return error("input-failed", message); }
 
 const std::string needsGui =
     inputFailed("input verbs need --gui — a headless run has no VZVirtualMachineView to type into");

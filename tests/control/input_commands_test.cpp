@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "events/event_stream.h"
+#include "support/event_lines.h"
 #include "support/tool.h"
 
 namespace parlen::test {
@@ -10,12 +10,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-const std::string textDone = R"({"type":"input-done","input":"text"})";
-const std::string keyDone = R"({"type":"input-done","input":"key"})";
-
-std::string inputFailed(const std::string& message) {
-  return R"({"type":"error","code":"input-failed","message":)" + jsonEscape(message) + "}";
-}
+std::string inputFailed(const std::string& message) { return error("input-failed", message); }
 
 const std::string badDelay = inputFailed("delayMs must be an integer in [20, 1000]");
 

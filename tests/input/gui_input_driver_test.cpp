@@ -5,6 +5,7 @@
 #include "events/event_stream.h"
 #include "platform/key_codes.h"
 #include "platform/platform.h"
+#include "support/event_lines.h"
 #include "support/recording_desktop.h"
 #include "support/test_system.h"
 
@@ -17,8 +18,6 @@ using platform::KeyEventType;
 const KeyStroke a{vk::ansiA, {}, "a"};
 const KeyStroke upperA{vk::ansiA, {"shift"}, "A"};
 const KeyStroke commandQ{vk::ansiQ, {"cmd"}, "q"};
-const std::string textDone = R"({"type":"input-done","input":"text"})";
-const std::string keyDone = R"({"type":"input-done","input":"key"})";
 
 /// A driver for a view that is in a window and has the focus, unless a test changes that.
 class InputDriver : public testing::Test {

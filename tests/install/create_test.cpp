@@ -1,29 +1,14 @@
 #include <gtest/gtest.h>
 
 #include "bundle/settings.h"
-#include "events/event_stream.h"
 #include "install/create.h"
+#include "support/event_lines.h"
 #include "support/tool.h"
 
 namespace parlen::test {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-const std::string ready = R"({"type":"ready","proto":1})";
-const std::string starting = R"({"type":"state","state":"starting"})";
-
-std::string error(const std::string& code, const std::string& message) {
-  return R"({"type":"error","code":")" + code + R"(","message":)" + jsonEscape(message) + "}";
-}
-
-std::string progress(const std::string& fraction) {
-  return R"({"type":"progress","fraction":)" + fraction + "}";
-}
-
-std::string created(const std::string& bundle) {
-  return R"({"type":"created","bundle":)" + jsonEscape(bundle) + "}";
-}
 
 /// A world in which the given scenario holds, and a `create` of the bundle "b" out of the image
 /// "image".

@@ -19,15 +19,13 @@ TEST(TheProgram, CreatesReportsClonesAndRunsAGuest) {
   const World world;
   world.write("image", R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1"})");
 
-  const Finished created = finish(
+  const Finished creation = finish(
       {"create", "--ipsw", world.path("image"), "--bundle", world.path("vm"), "--disk-gb", "80"});
-  EXPECT_EQ(created.exit, exitedWith(0));
-  EXPECT_THAT(created.events, ElementsAre(ready, R"({"type":"progress","fraction":0.0000})",
-                                          starting, R"({"type":"progress","fraction":0.2500})",
-                                          R"({"type":"progress","fraction":0.5000})",
-                                          R"({"type":"progress","fraction":0.7500})",
-                                          R"({"type":"progress","fraction":1.0000})",
-                                          StartsWith(R"({"type":"created","bundle":"\/)")));
+  EXPECT_EQ(creation.exit, exitedWith(0));
+  EXPECT_THAT(creation.events,
+              ElementsAre(ready, progress("0.0000"), starting, progress("0.2500"),
+                          progress("0.5000"), progress("0.7500"), progress("1.0000"),
+                          StartsWith(R"({"type":"created","bundle":"\/)")));
 
   const Finished status = finish({"status", "--bundle", world.path("vm")});
   EXPECT_EQ(status.exit, exitedWith(0));
@@ -44,9 +42,9 @@ TEST(TheProgram, CreatesReportsClonesAndRunsAGuest) {
   Program run({"run", "--bundle", world.path("copy")}, world.environment());
   run.eventsUntil(running);
   run.send("{\"type\":\"pause\"}\n");
-  EXPECT_EQ(run.event(), R"({"type":"guest-power","state":"paused"})");
+  EXPECT_EQ(run.event(), paused);
   run.send("{\"type\":\"resume\"}\n");
-  EXPECT_EQ(run.event(), R"({"type":"guest-power","state":"resumed"})");
+  EXPECT_EQ(run.event(), resumed);
   run.send("{\"type\":\"stop\"}\n");
   EXPECT_THAT(run.remainingEvents(), ElementsAre(HasSubstr("after host stop request")));
   EXPECT_EQ(run.wait(), exitedWith(0));
@@ -74,9 +72,7 @@ TEST(TheProgram, RefusesAnUnknownHostBeforeAnythingElse) {
   for (const Lines& words : {Lines{}, Lines{"run", "--bundle", "/none"}, Lines{"status"}}) {
     const Finished finished = finish(words, {{"PARLEN_HOST", "cloud"}});
     EXPECT_EQ(finished.exit, exitedWith(1));
-    EXPECT_EQ(
-        finished.events,
-        Lines{R"({"type":"error","code":"bad-usage","message":"unknown PARLEN_HOST 'cloud'"})"});
+    EXPECT_EQ(finished.events, Lines{error("bad-usage", "unknown PARLEN_HOST 'cloud'")});
   }
 }
 
@@ -91,10 +87,10 @@ TEST(TheProgram, RefusesAnUnusableScenarioBeforeAnythingElse) {
 TEST(TheProgram, AbortsWithoutAnEventOnANumberThatNothingCanHold) {
   const World world;
   world.write("image", R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1"})");
-  const Finished created = finish(
+  const Finished creation = finish(
       {"create", "--ipsw", world.path("image"), "--bundle", world.path("vm"), "--disk-gb", "-1"});
-  EXPECT_EQ(created.exit, killedBy(SIGABRT));
-  EXPECT_THAT(created.events, ElementsAre(ready));
+  EXPECT_EQ(creation.exit, killedBy(SIGABRT));
+  EXPECT_THAT(creation.events, ElementsAre(ready));
 
   const Finished window = finish({"window-size-check", "--visible", "0,0,9,9", "--guest", "0x5"});
   EXPECT_EQ(window.exit, killedBy(SIGABRT));

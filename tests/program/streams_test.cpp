@@ -12,8 +12,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-const std::string paused = R"({"type":"guest-power","state":"paused"})";
-
 TEST(StandardInput, IsDrainedWhileTheParentDoesNotRead) {
   // Refusals of 100 bytes fill the output's pipe long before the last command has been sent.
   const World world;

@@ -6,15 +6,10 @@
 #include <string_view>
 
 #include "program.h"
+#include "support/event_lines.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
-
-inline const std::string ready = R"({"type":"ready","proto":1})";
-inline const std::string starting = R"({"type":"state","state":"starting"})";
-inline const std::string running = R"({"type":"state","state":"running"})";
-inline const std::string hardStop =
-    R"({"type":"state","state":"stopped","crashed":false,"reason":"host requested stop"})";
 
 /// Files for the real program: a scenario, a trace, an installed bundle.
 class World {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "events/event_stream.h"
 #include "input/gui_input_driver.h"
 #include "platform/host.h"
+#include "support/event_lines.h"
 #include "support/tool.h"
 #include "window/guest_window_controller.h"
 
@@ -13,9 +13,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-const std::string ready = R"({"type":"ready","proto":1})";
-const std::string starting = R"({"type":"state","state":"starting"})";
-const std::string running = R"({"type":"state","state":"running"})";
 const std::string show = "{\"type\":\"window\",\"show\":true,\"title\":\"t\"}\n";
 const std::string hide = "{\"type\":\"window\",\"show\":false}\n";
 
@@ -94,19 +91,15 @@ TEST(GuiRun, GoesOnWhenItsWindowIsClosed) {
   Tool tool(R"({"script":[{"atMs":100,"event":"closes-window"}]})");
   tool.sendAt(200, "{\"type\":\"text\",\"text\":\"a\"}\n");
   EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), stillRunning());
-  EXPECT_EQ(tool.events(),
-            (Lines{ready, starting, running, R"({"type":"input-done","input":"text"})"}));
+  EXPECT_EQ(tool.events(), (Lines{ready, starting, running, textDone}));
 }
 
 TEST(GuiRun, EndsAsAFailedStartWithoutADesktop) {
   Tool tool;
   const WithoutDesktop given(tool);
   EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(1));
-  const std::string reason = jsonEscape("no display: \"DISPLAY\" is not set");
-  EXPECT_EQ(
-      tool.events(),
-      (Lines{ready, R"({"type":"error","code":"boot-failed","message":)" + reason + "}",
-             R"({"type":"state","state":"stopped","crashed":true,"reason":)" + reason + "}"}));
+  const std::string reason = "no display: \"DISPLAY\" is not set";
+  EXPECT_EQ(tool.events(), (Lines{ready, error("boot-failed", reason), stopped(reason, true)}));
   EXPECT_EQ(tool.calls(), Lines{"configuration.validate"});
   EXPECT_FALSE(tool.system().streams().isRead());
   EXPECT_EQ(tool.system().process().watched.size(), 0U);
@@ -117,8 +110,7 @@ TEST(GuiRun, NamesAnInvalidConfigurationBeforeAMissingDesktop) {
   const WithoutDesktop given(tool);
   EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(1));
   EXPECT_EQ(given.host.asked, 0);
-  EXPECT_EQ(tool.events().back(),
-            R"({"type":"error","code":"boot-failed","message":"invalid VM configuration: odd"})");
+  EXPECT_EQ(tool.events().back(), error("boot-failed", "invalid VM configuration: odd"));
 }
 
 TEST(HeadlessRunWithoutADesktop, WarnsOfEachShowAndGoesOn) {
@@ -128,7 +120,7 @@ TEST(HeadlessRunWithoutADesktop, WarnsOfEachShowAndGoesOn) {
   EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1")}), stillRunning());
   EXPECT_EQ(tool.warnings(),
             "parlen-mac-vm: cannot show the guest: no display: \"DISPLAY\" is not set\n");
-  EXPECT_EQ(tool.events().back(), R"({"type":"guest-power","state":"paused"})");
+  EXPECT_EQ(tool.events().back(), paused);
   EXPECT_EQ(tool.calls().back(), "machine.pause");
 }
 

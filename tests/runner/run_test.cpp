@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "events/event_stream.h"
+#include "support/event_lines.h"
 #include "support/tool.h"
 
 namespace parlen::test {
@@ -13,25 +13,9 @@ namespace {
 using Lines = std::vector<std::string>;
 using platform::TerminationSignal;
 
-const std::string ready = R"({"type":"ready","proto":1})";
-const std::string starting = R"({"type":"state","state":"starting"})";
-const std::string running = R"({"type":"state","state":"running"})";
-const std::string paused = R"({"type":"guest-power","state":"paused"})";
-const std::string resumed = R"({"type":"guest-power","state":"resumed"})";
 const std::string stop = "{\"type\":\"stop\"}\n";
 const std::string pause = "{\"type\":\"pause\"}\n";
 const std::string resume = "{\"type\":\"resume\"}\n";
-
-std::string stopped(const std::string& reason, bool crashed = false) {
-  return R"({"type":"state","state":"stopped","crashed":)" +
-         std::string(crashed ? "true" : "false") + R"(,"reason":)" + jsonEscape(reason) + "}";
-}
-
-std::string error(const std::string& code, const std::string& message) {
-  return R"({"type":"error","code":")" + code + R"(","message":)" + jsonEscape(message) + "}";
-}
-
-const std::string hardStop = stopped("host requested stop");
 
 /// A bundle in a world where the given scenario holds; a headless run of it.
 class HeadlessRun {

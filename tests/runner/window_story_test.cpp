@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "support/event_lines.h"
 #include "support/tool.h"
 
 namespace parlen::test {
@@ -7,17 +8,9 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-const std::string textDone = R"({"type":"input-done","input":"text"})";
-const std::string keyDone = R"({"type":"input-done","input":"key"})";
-const std::string later = R"({"type":"window-action","action":"later"})";
-const std::string done = R"({"type":"window-action","action":"done"})";
-
-std::string state(const std::string& word) { return R"({"type":"state","state":")" + word + "\"}"; }
-
 std::string stoppedAfter(int seconds) {
-  return R"({"type":"state","state":"stopped","crashed":false,"reason":)"
-         R"("guest stopped after host stop request after )" +
-         std::to_string(seconds) + "s (was running)\"}";
+  return stopped("guest stopped after host stop request after " + std::to_string(seconds) +
+                 "s (was running)");
 }
 
 /// Whole sessions, down to every byte that comes out and every call that the host sees when. The
@@ -72,9 +65,10 @@ TEST_F(WindowStory, OfAGuestThatIsShownAndHiddenOnRequest) {
   run({});
   expectTrace("shown_on_request.jsonl");
   EXPECT_EQ(tool_->events(),
-            (Lines{R"({"type":"ready","proto":1})", state("starting"), state("running"),
-                   R"({"type":"error","code":"input-failed","message":"input verbs need --gui )"
-                   R"(— a headless run has no VZVirtualMachineView to type into"})",
+            (Lines{ready, starting, running,
+                   error("input-failed",
+                         "input verbs need --gui — a headless run has no VZVirtualMachineView to "
+                         "type into"),
                    later, done, later, stoppedAfter(1)}));
   EXPECT_EQ(tool_->warnings(), "");
 }
@@ -94,8 +88,7 @@ TEST_F(WindowStory, OfAGuestThatIsShownAtOnceAndTypedInto) {
   run({"--gui"});
   expectTrace("typed_into.jsonl");
   EXPECT_EQ(tool_->events(),
-            (Lines{R"({"type":"ready","proto":1})", state("starting"), state("running"), textDone,
-                   keyDone, keyDone, stoppedAfter(2)}));
+            (Lines{ready, starting, running, textDone, keyDone, keyDone, stoppedAfter(2)}));
   EXPECT_EQ(tool_->warnings(),
             "parlen-mac-vm: input: firstResponder=display\n"
             "parlen-mac-vm: input: firstResponder=display\n"

@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "support/event_lines.h"
 #include "window_fixture.h"
 
 namespace parlen::test {
@@ -16,9 +17,6 @@ using platform::BarText;
 using platform::FontFace;
 using platform::FontSize;
 using platform::NamedColor;
-
-const std::string later = R"({"type":"window-action","action":"later"})";
-const std::string done = R"({"type":"window-action","action":"done"})";
 
 /// The controller of a headless run, unless a test takes its machine away.
 class GuestWindow : public WindowFixture {
