@@ -41,6 +41,43 @@ TEST(ImageHeader, OfAnythingElseIsNoDisk) {
   EXPECT_FALSE(looksLikeDisk(withBytes(510, "\x55\xaa").substr(0, 511)));
 }
 
+/// A header whose partition table, in block 1, names this last usable block.
+std::string withGpt(std::size_t blockLength, std::uint64_t lastUsableBlock) {
+  std::string header = withBytes(blockLength, "EFI PART");
+  for (std::size_t i = 0; i < 8; ++i) {
+    header[blockLength + 48 + i] = static_cast<char>(lastUsableBlock >> (8 * i));
+  }
+  return header;
+}
+
+TEST(ImageHeader, NamesTheEndOfItsPartitions) {
+  EXPECT_EQ(requiredLength(withGpt(512, 2047)), 2048U * 512U);
+  EXPECT_EQ(requiredLength(withGpt(4096, 1'000'000)), 1'000'001U * 4096U);
+  EXPECT_EQ(requiredLength(withGpt(512, ~0ULL)), ~0ULL - 511);
+  EXPECT_EQ(requiredLength(withGpt(512, 0)), 1024U);  // its own block
+  EXPECT_EQ(requiredLength(withGpt(512, 2047).substr(0, 520)), 1024U);
+}
+
+TEST(ImageHeader, WithoutAPartitionTableNamesNoEnd) {
+  EXPECT_EQ(requiredLength(""), 0U);
+  EXPECT_EQ(requiredLength(withBytes(510, "\x55\xaa")), 0U);
+  EXPECT_EQ(requiredLength(withGpt(512, 2047).substr(0, 519)), 0U);
+}
+
+TEST(ImageHeader, NamesTheEndOnlyIfItsBootRecordIsProtective) {
+  std::string header = withGpt(512, 2047);
+  header.replace(510, 2, "\x55\xaa");
+
+  EXPECT_EQ(requiredLength(header), 0U);
+  for (const std::size_t entry : {0U, 1U, 2U, 3U}) {
+    std::string hybrid = header;
+    hybrid[450 + 16 * entry] = '\xee';
+    EXPECT_EQ(requiredLength(hybrid), 2048U * 512U) << entry;
+  }
+  header[449] = '\xee';  // not a type
+  EXPECT_EQ(requiredLength(header), 0U);
+}
+
 TEST(ImageHeader, OfACompleteImageReachesNothingElse) {
   EXPECT_EQ(reachesOutside(""), std::nullopt);
   EXPECT_EQ(reachesOutside(qcow2(2)), std::nullopt);

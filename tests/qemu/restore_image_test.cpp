@@ -1,6 +1,10 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <random>
+#include <string>
+#include <vector>
+
 #include "host_fixture.h"
 
 namespace parlen::qemu {
@@ -129,6 +133,105 @@ TEST_F(RestoreImageTest, IsWholeInAFormatWhoseCheckDoesNotLook) {
     EXPECT_EQ(errorOf("good." + format), "") << format;
   }
 }
+
+TEST_F(RestoreImageTest, HasAllBlocksThatItsPartitionTableNames) {
+  // A partition table in block 1 whose last usable block is number 0x1fde, 33 before the end: these
+  // hold the copy of the table.
+  constexpr std::size_t usable = 0x1fdfUL * 512UL;
+  std::string disk(usable + 33UL * 512UL, '\0');
+  disk.replace(512, 8, "EFI PART").replace(560, 2, "\xde\x1f");
+  ASSERT_TRUE(files().write(path("whole"), disk));
+  ASSERT_TRUE(files().write(path("without the copy"), disk.substr(0, usable)));
+  ASSERT_TRUE(files().write(path("cut"), disk.substr(0, usable - 1)));
+
+  EXPECT_EQ(errorOf("whole"), "");
+  EXPECT_EQ(errorOf("without the copy"), "");
+  EXPECT_EQ(errorOf("cut"), sentence("cut", "is damaged: the end of its data is missing"));
+}
+
+/// Images that qemu-img makes out of `raw`.
+struct ImageKind {
+  std::string name;
+  std::string format;
+  std::string commands;  // make `image`
+
+  friend void PrintTo(const ImageKind& kind, std::ostream* out) { *out << kind.name; }
+};
+
+class CutImageTest : public RestoreImageTest, public testing::WithParamInterface<ImageKind> {
+ protected:
+  void SetUp() override {
+    RestoreImageTest::SetUp();
+    if (IsSkipped()) return;
+    makeRawDisk("raw");
+    // What cannot be compressed, and what can.
+    shell("head -c 300000 /dev/urandom | dd of=raw bs=64K seek=20 conv=notrunc status=none");
+    shell("yes compressible | head -c 192K | dd of=raw bs=64K seek=30 conv=notrunc status=none");
+    shell(GetParam().commands);
+    shell("qemu-img convert -f " + GetParam().format + " -O raw image contents");
+  }
+  /// Whether the image has been written to a guest's disk as it was before it was cut.
+  bool isInstalledWhole(const platform::RestoreImage& image, const std::string& guest) {
+    const auto result = install(image, guest);
+    EXPECT_TRUE(result) << result.error().description;
+    return files()
+        .read(path(guest + "/disk"))
+        .value()
+        .starts_with(files().read(path("contents")).value());
+  }
+};
+
+TEST_P(CutImageTest, IsNeverInstalledWithoutItsEnd) {
+  const Loaded whole = load("image");
+  ASSERT_TRUE(whole) << whole.error().description;
+  EXPECT_TRUE(isInstalledWhole(**whole, "guest"));
+  const std::string image = files().read(path("image")).value();
+  std::minstd_rand random;  // the same numbers each time
+  std::vector<std::size_t> cuts{1, 512, 4096, 65536};
+  for (int i = 0; i < 6; ++i) cuts.push_back(1 + random() % (image.size() - 1));
+
+  for (const std::size_t cut : cuts) {
+    const std::string name = "without " + std::to_string(cut);
+    ASSERT_TRUE(files().write(path(name), image.substr(0, image.size() - cut)));
+    const Loaded loaded = load(name);
+    if (loaded) {
+      EXPECT_TRUE(isInstalledWhole(**loaded, "guest " + name)) << name;
+    } else {
+      EXPECT_THAT(loaded.error().description,
+                  testing::ContainsRegex("is damaged: |cannot be (read|checked): "));
+    }
+  }
+}
+
+std::string convert(const std::string& options) {
+  return "qemu-img convert -f raw " + options + " raw image";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , CutImageTest,
+    testing::Values(
+        ImageKind{"Plain", "qcow2", convert("-O qcow2")},
+        ImageKind{"Compressed", "qcow2", convert("-c -O qcow2")},
+        ImageKind{"WithMetadata", "qcow2", convert("-O qcow2 -o preallocation=metadata")},
+        ImageKind{"Preallocated", "qcow2", convert("-O qcow2 -o preallocation=full")},
+        ImageKind{"WithSmallClusters", "qcow2", convert("-O qcow2 -o cluster_size=4096")},
+        ImageKind{"WithSubclusters", "qcow2", convert("-O qcow2 -o extended_l2=on")},
+        ImageKind{"OfTheFirstVersion", "qcow2", convert("-O qcow2 -o compat=0.10")},
+        ImageKind{"WithSnapshots", "qcow2",
+                  convert("-c -O qcow2") + " && qemu-img snapshot -c one image && "
+                                           "qemu-io -f qcow2 -c 'write -P 7 1M 200k' image && "
+                                           "qemu-img snapshot -c two image"},
+        ImageKind{"Grown", "qcow2",
+                  convert("-O qcow2 -o cluster_size=512") +
+                      " && qemu-img resize -f qcow2 image 8M && "
+                      "qemu-io -f qcow2 -c 'write 7M 1k' image"},
+        ImageKind{"Shrunk", "qcow2",
+                  convert("-O qcow2") + " && qemu-img resize -f qcow2 --shrink image 2100224"},
+        ImageKind{"Qed", "qed", convert("-O qed")},
+        ImageKind{"GrownQed", "qed",
+                  convert("-O qed") + " && qemu-img resize -f qed image 8M && "
+                                      "qemu-io -f qed -c 'write 7M 1k' image"}),
+    [](const testing::TestParamInfo<ImageKind>& kind) { return kind.param.name; });
 
 TEST_F(RestoreImageTest, WithABrokenHeaderIsRefusedWithAReason) {
   ASSERT_TRUE(files().write(path("broken"),

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
+#include <limits>
 
+#include "platform/qemu/bytes.h"
 #include "text/json_reader.h"
 
 namespace parlen::qemu {
@@ -12,17 +14,6 @@ namespace {
 using text::JsonValue;
 
 // ---- image headers ----
-
-/// The big-endian uint64 at offset `at`; 0 past the end.
-std::uint64_t bigEndian(std::string_view header, std::size_t at) {
-  constexpr std::size_t width = 8;
-  if (at > header.size() || header.size() - at < width) return 0;
-  std::uint64_t value = 0;
-  for (const char byte : header.substr(at, width)) {
-    value = value << 8U | static_cast<unsigned char>(byte);
-  }
-  return value;
-}
 
 bool holds(std::string_view header, std::size_t at, std::string_view bytes) {
   return at <= header.size() && header.substr(at).starts_with(bytes);
@@ -39,6 +30,20 @@ bool isVmdkDescriptor(std::string_view header) {
     if (end == std::string_view::npos || (spaces < line.size() && line[0] != '#')) return false;
     header.remove_prefix(end + 1);
   }
+}
+
+/// A master boot record without a partition of type 0xEE is not a protective one (UEFI 5.2.3): what
+/// looks like a GPT header behind it is left over from an earlier use of the disk.
+bool isGptInForce(std::string_view header) {
+  constexpr std::string_view bootSignature = "\x55\xaa";
+  constexpr std::size_t firstType = 450;
+  constexpr std::size_t partitionLength = 16;
+  constexpr std::size_t signatureOffset = 510;
+  if (!holds(header, signatureOffset, bootSignature)) return true;
+  for (std::size_t at = firstType; at < signatureOffset; at += partitionLength) {
+    if (holds(header, at, "\xee")) return true;
+  }
+  return false;
 }
 
 // ---- output of qemu-img ----
@@ -118,6 +123,20 @@ bool looksLikeDisk(std::string_view header) {
   };
   return std::ranges::any_of(
       marks, [header](const Mark& mark) { return holds(header, mark.offset, mark.bytes); });
+}
+
+std::uint64_t requiredLength(std::string_view header) {
+  // UEFI specification, 5.3.2: the header is in block 1, its signature at 0, LastUsableLBA at 48.
+  constexpr std::string_view signature = "EFI PART";
+  constexpr std::size_t lastUsableBlock = 48;
+  if (!isGptInForce(header)) return 0;
+  for (const std::uint64_t blockLength : {512UL, 4096UL}) {
+    if (!holds(header, blockLength, signature)) continue;
+    const std::uint64_t maxBlocks = std::numeric_limits<std::uint64_t>::max() / blockLength;
+    const std::uint64_t last = littleEndian(header, blockLength + lastUsableBlock);
+    return std::clamp(last, std::uint64_t{1}, maxBlocks - 1) * blockLength + blockLength;
+  }
+  return 0;
 }
 
 std::expected<std::string, std::string> usableFormat(std::string_view json) {

@@ -23,6 +23,12 @@ std::optional<std::string> reachesOutside(std::string_view header);
 /// partition table, or a volume descriptor of ISO 9660.
 bool looksLikeDisk(std::string_view header);
 
+/// The length in bytes that a raw image with this header has at least if it is whole: up to the
+/// last block that its GUID partition table gives to partitions. 0 if it has no such table. The
+/// copy of the table behind that block holds no contents, and systems make it anew when it is
+/// missing.
+std::uint64_t requiredLength(std::string_view header);
+
 /// `path` as an argument of qemu-img that can only mean the regular file there: never an option, a
 /// protocol ("nbd:") or a description ("json:").
 inline std::string fileNode(const std::string& path) { return "file:" + path; }

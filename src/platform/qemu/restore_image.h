@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -12,6 +13,8 @@
 #include "platform/error.h"
 #include "platform/host.h"
 #include "platform/linux/event_loop.h"
+#include "platform/posix/descriptor.h"
+#include "platform/qemu/qcow2.h"
 #include "platform/qemu/subprocess.h"
 
 namespace parlen::qemu {
@@ -79,9 +82,21 @@ class ImageExamination {
   void askWhereDataEnds();
   void onMap(const SubprocessExit& exit);
   void ask(std::vector<std::string> arguments, Subprocess::ExitHandler answered);
+  void walkTables();
+  void readTable();
   void accept();
   void reject(const std::string& predicate);  // the sentence begins with the path
+  void rejectEnd();
   void finish(Found found);
+
+  /// Of the file, in bytes, when its header was read.
+  std::uint64_t length() const { return static_cast<std::uint64_t>(header_.stamp.length); }
+
+  /// What is known of a qcow2 image's tables.
+  struct TableWalk {
+    posix::Descriptor file;
+    Qcow2Walk tables;
+  };
 
   linux::EventLoop& loop_;
   std::string path_;
@@ -90,6 +105,7 @@ class ImageExamination {
   std::string format_;
   std::string output_;  // of the tool that runs
   std::unique_ptr<Subprocess> run_;
+  std::shared_ptr<TableWalk> walk_;
 };
 
 }  // namespace parlen::qemu
