@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import pty
+import shutil
 import signal
 import subprocess
 import tempfile
@@ -36,18 +37,22 @@ class EndingTest(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         self.bundle = self.folder / "guest"
         # The MBR's boot signature 55 AA and nothing to boot: the guest stays in its firmware.
-        image = self.folder / "image"
-        image.write_bytes(bytes(510) + b"\x55\xaa" + bytes(1 << 20))
+        self.image = self.folder / "image"
+        self.image.write_bytes(bytes(510) + b"\x55\xaa" + bytes(1 << 20))
         self.environment = {name: value for name, value in os.environ.items()
                             if not name.startswith("PARLEN_")}
-        subprocess.run([PROGRAM, "create", "--ipsw", image, "--bundle", self.bundle,
+        subprocess.run([PROGRAM, "create", "--ipsw", self.image, "--bundle", self.bundle,
                         "--disk-gb", "1"], check=True, capture_output=True, env=self.environment)
 
-    def run_guest(self, **options):
+    def start(self, **options):
         tool = subprocess.Popen([PROGRAM, "run", "--bundle", self.bundle],
                                 stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                                 env=self.environment, **{"stdin": subprocess.PIPE} | options)
         self.addCleanup(self.clean, tool)
+        return tool
+
+    def run_guest(self, **options):
+        tool = self.start(**options)
         while json.loads(tool.stdout.readline()) != {"type": "state", "state": "running"}:
             pass
         [qemu] = children(tool.pid)
@@ -112,12 +117,36 @@ class EndingTest(unittest.TestCase):
         self.assertEqual(tool.wait(), 0)
         self.assertTrue(is_gone(qemu))
 
+    def test_a_killed_creation_leaves_nothing_to_run(self):
+        tools = self.folder / "bin"
+        tools.mkdir()
+        waiting = self.folder / "waiting"
+        real = shutil.which("qemu-img")
+        (tools / "qemu-img").write_text(
+            f'#!/bin/sh\ncase $1 in convert) : >"{waiting}"; exec sleep 600;; esac\nexec {real} "$@"\n')
+        (tools / "qemu-img").chmod(0o755)
+        self.bundle = self.folder / "half"
+        creation = subprocess.Popen([PROGRAM, "create", "--ipsw", self.image, "--bundle", self.bundle],
+                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                    env=self.environment | {"PATH": f"{tools}:{os.environ['PATH']}"})
+        self.addCleanup(self.clean, creation)
+        until(waiting.exists, "the installation begins")
+        creation.kill()
+        creation.wait()
+
+        tool = self.start()
+        events = []
+        while not events or events[-1].get("state") not in ("running", "stopped"):
+            events.append(json.loads(tool.stdout.readline()))
+        *_, error, stopped = events
+        self.assertEqual((error["type"], error.get("code")), ("error", "boot-failed"))
+        self.assertIn("installation was not finished", error["message"])
+        self.assertEqual((stopped["state"], stopped["crashed"]), ("stopped", True))
+        self.assertEqual(tool.wait(), 1)
+
     def test_a_second_run_of_a_bundle_fails_alone(self):
         first, _ = self.run_guest()
-        second = subprocess.Popen([PROGRAM, "run", "--bundle", self.bundle],
-                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                  stderr=subprocess.DEVNULL, env=self.environment)
-        self.addCleanup(self.clean, second)
+        second = self.start()
         *_, error, stopped = self.events(second)
         self.assertIn("lock", error["message"])
         self.assertTrue(stopped["crashed"])

@@ -89,13 +89,62 @@ class Storage : public testing::Test {
   GuestPlatform platform_{};
 };
 
-TEST_F(Storage, IsCreatedAsACopyOfTheFirmwaresVariables) {
+TEST_F(Storage, IsCreatedUnfinished) {
   const GuestPlatform& platform = firmware();
 
   ASSERT_TRUE(createAuxiliaryStorage(path("aux"), platform));
 
+  const auto checked = checkAuxiliaryStorage(path("aux"), platform);
+  ASSERT_FALSE(checked);
+  EXPECT_EQ(checked.error().description,
+            "the guest's installation was not finished: its auxiliary storage " + path("aux") +
+                " is incomplete");
+}
+
+TEST_F(Storage, HoldsTheFirmwaresVariablesOnceItIsFinished) {
+  const GuestPlatform& platform = firmware();
+  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), platform));
+
+  ASSERT_TRUE(setInstallation(Installation::finished, path("aux"), platform));
+
   EXPECT_EQ(files().read(path("aux")), files().read(path("variables")));
   EXPECT_TRUE(checkAuxiliaryStorage(path("aux"), platform));
+}
+
+TEST_F(Storage, KeepsAGuestsVariablesWhenItBecomesUnfinished) {
+  const GuestPlatform& platform = firmware();
+  std::string used = files().read(path("variables")).value();
+  used.replace(100, 8, "variable");
+  ASSERT_TRUE(files().write(path("aux"), used));
+
+  ASSERT_TRUE(setInstallation(Installation::unfinished, path("aux"), platform));
+  EXPECT_FALSE(checkAuxiliaryStorage(path("aux"), platform));
+  ASSERT_TRUE(setInstallation(Installation::finished, path("aux"), platform));
+
+  EXPECT_EQ(files().read(path("aux")).value(), used);
+}
+
+TEST_F(Storage, IsUnfinishedHoweverLittleOfItThereIs) {
+  const GuestPlatform& platform = firmware();
+  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), platform));
+  ASSERT_TRUE(files().setLength(path("aux"), 44));
+
+  const auto checked = checkAuxiliaryStorage(path("aux"), platform);
+
+  ASSERT_FALSE(checked);
+  EXPECT_THAT(checked.error().description, HasSubstr("was not finished"));
+  EXPECT_FALSE(setInstallation(Installation::finished, path("aux"), platform));
+}
+
+TEST_F(Storage, IsNotCreatedOutOfAnythingElse) {
+  const GuestPlatform& platform = firmware();
+  ASSERT_TRUE(files().write(path("variables"), std::string(1000, 'x')));
+
+  const auto created = createAuxiliaryStorage(path("aux"), platform);
+
+  ASSERT_FALSE(created);
+  EXPECT_THAT(created.error().description, HasSubstr(path("variables") + " is damaged"));
+  EXPECT_FALSE(files().exists(path("aux")));
 }
 
 TEST_F(Storage, IsNotCreatedOverALink) {
@@ -119,6 +168,7 @@ TEST_F(Storage, OfAnotherLengthOrContentIsDamaged) {
     const auto checked = checkAuxiliaryStorage(path("aux"), platform);
     ASSERT_FALSE(checked);
     EXPECT_THAT(checked.error().description, HasSubstr(path("aux") + " is damaged"));
+    EXPECT_FALSE(setInstallation(Installation::finished, path("aux"), platform));
   }
 }
 

@@ -30,6 +30,7 @@ platform::MachineConfiguration HostTest::makeGuest(const std::string& folder) {
   configuration.machineIdentifier = host_.identities().newMachineIdentifier();
   configuration.auxiliaryStorage =
       host_.machines().createAuxiliaryStorage(root + "/aux", *model).value();
+  EXPECT_TRUE(setInstallation(Installation::finished, root + "/aux", *model->platform()));
   configuration.cpuCount = 1;
   configuration.memorySize = 128 * mebibyte;
   configuration.storageDevices = {{host_.machines().attachDisk(root + "/disk", false).value()}};

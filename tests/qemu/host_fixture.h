@@ -31,7 +31,7 @@ class HostTest : public testing::Test {
   /// Serves the main queue until `condition` holds; the test fails if that takes too long.
   void runUntil(const std::function<bool()>& condition);
 
-  /// A small machine with a disk of its own, its files in `folder`.
+  /// A small machine with an empty disk of its own that counts as installed, its files in `folder`.
   platform::MachineConfiguration makeGuest(const std::string& folder);
   std::unique_ptr<platform::VirtualMachine> machineOf(
       const platform::MachineConfiguration& configuration, test::MachineStory& story);

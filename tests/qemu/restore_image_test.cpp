@@ -6,10 +6,12 @@
 #include <vector>
 
 #include "host_fixture.h"
+#include "support/path_variable.h"
 
 namespace parlen::qemu {
 namespace {
 
+using test::MachineStory;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -41,7 +43,11 @@ class RestoreImageTest : public HostTest {
     ASSERT_TRUE(files().write(path(name), disk));
   }
   platform::Result<> install(const platform::RestoreImage& image, const std::string& guest) {
-    const auto machine = host().machines().createMachine(makeGuest(guest));
+    return install(image, guest, makeGuest(guest));
+  }
+  platform::Result<> install(const platform::RestoreImage& image, const std::string& guest,
+                             const platform::MachineConfiguration& configuration) {
+    const auto machine = host().machines().createMachine(configuration);
     EXPECT_TRUE(files().setLength(path(guest + "/disk"), 8UL * 1024UL * 1024UL));
     const auto installer = host().restoration().createInstaller(*machine, image);
     std::optional<platform::Result<>> result;
@@ -258,6 +264,48 @@ TEST_F(RestoreImageTest, IsInstalledOnlyAsItWasExamined) {
 
   EXPECT_THAT(install(**image, "late").error().description,
               EndsWith("has changed since it was examined"));
+}
+
+TEST_F(RestoreImageTest, LeavesAnUnfinishedGuestIfItsInstallationIsCutOff) {
+  makeRawDisk("raw");
+  const Loaded image = load("raw");
+  ASSERT_TRUE(image) << image.error().description;
+  const auto configuration = makeGuest("guest");
+  shell(
+      "mkdir bin && printf '#!/bin/sh\\nkill -KILL $$\\n' >bin/qemu-img && chmod +x bin/qemu-img");
+  {
+    const test::PathVariable searchPath(path("bin") + ":/usr/bin:/bin");
+    EXPECT_THAT(install(**image, "guest", configuration).error().description,
+                EndsWith("it was ended by signal 9 (Killed)"));
+  }
+
+  MachineStory story;
+  const auto machine = machineOf(configuration, story);
+  machine->start(story.tell("start"));
+  runUntil([&] { return !story.happened.empty(); });
+  EXPECT_THAT(story.happened, testing::ElementsAre("start failed"));
+  EXPECT_THAT(story.lastError, HasSubstr("installation was not finished"));
+
+  EXPECT_TRUE(install(**image, "guest", configuration));
+  const auto repaired = machineOf(configuration, story);
+  repaired->start(story.tell("started"));
+  runUntil([&] { return story.has("started"); });
+}
+
+TEST_F(RestoreImageTest, IsWhatAGuestNeedsToStart) {
+  auto configuration = makeGuest("guest");
+  const auto& model = static_cast<const HardwareModel&>(*configuration.hardwareModel);
+  configuration.auxiliaryStorage =
+      host().machines().createAuxiliaryStorage(path("new"), model).value();
+  MachineStory story;
+  const auto machine = machineOf(configuration, story);
+
+  machine->start(story.tell("start"));
+
+  runUntil([&] { return !story.happened.empty(); });
+  EXPECT_THAT(story.happened, testing::ElementsAre("start failed"));
+  EXPECT_EQ(story.lastError, "the guest's installation was not finished: its auxiliary storage " +
+                                 path("new") + " is incomplete");
 }
 
 TEST_F(RestoreImageTest, KeepsTheHolesOfTheDisk) {

@@ -49,14 +49,44 @@ Descriptor openExisting(const std::string& path, int access) {
   return Descriptor(::open(path.c_str(), access | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
 }
 
-Result<> copyAll(const Descriptor& from, const Descriptor& to, const std::string& path) {
+std::unexpected<platform::PlatformError> damaged(const std::string& path) {
+  return error("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
+}
+
+/// A variable store is a firmware volume (UEFI PI specification, volume 3,
+/// EFI_FIRMWARE_VOLUME_HEADER), whose signature is "_FVH" at offset 40. Until its guest is
+/// installed it has another one, so that nothing takes the file for a volume.
+constexpr std::size_t signatureOffset = 40;
+constexpr std::size_t signatureLength = 4;
+
+constexpr std::string_view signatureFor(Installation installation) {
+  return installation == Installation::finished ? "_FVH" : "_fvh";
+}
+
+Result<Installation> readInstallation(const Descriptor& store, const std::string& path) {
+  std::array<char, signatureLength> bytes{};
+  const ssize_t count = ::pread(store.get(), bytes.data(), bytes.size(), signatureOffset);
+  if (count < 0) return linux::error("read " + path, errno);
+  const std::string_view signature(bytes.data(), static_cast<std::size_t>(count));
+  for (const auto installation : {Installation::unfinished, Installation::finished}) {
+    if (signature == signatureFor(installation)) return installation;
+  }
+  return damaged(path);
+}
+
+/// Copies a finished store as an unfinished one.
+Result<> copyStore(const Descriptor& from, const Descriptor& to, const std::string& path) {
   constexpr std::size_t chunk = 65536;
   std::array<char, chunk> buffer{};
+  bool atStart = true;
   while (true) {
     const ssize_t count = ::read(from.get(), buffer.data(), buffer.size());
     if (count == 0) return {};
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return linux::error("copy the firmware's variables to " + path, errno);
+    if (std::exchange(atStart, false)) {
+      std::ranges::copy(signatureFor(Installation::unfinished), buffer.begin() + signatureOffset);
+    }
     std::string_view left(buffer.data(), static_cast<std::size_t>(count));
     if (const int code = posix::writeAll(to.get(), left)) {
       return linux::error("write " + path, code);
@@ -71,15 +101,35 @@ off_t lengthOf(const Descriptor& file) {
   return status.st_size;
 }
 
-/// A variable store is a firmware volume (UEFI PI specification, volume 3,
-/// EFI_FIRMWARE_VOLUME_HEADER): "_FVH" at offset 40.
-bool hasVolumeHeader(const Descriptor& file) {
-  constexpr std::string_view signature = "_FVH";
-  constexpr off_t signatureOffset = 40;
-  std::array<char, signature.size()> bytes{};
-  const ssize_t count = ::pread(file.get(), bytes.data(), bytes.size(), signatureOffset);
-  return count == static_cast<ssize_t>(bytes.size()) &&
-         std::string_view(bytes.data(), bytes.size()) == signature;
+struct Store {
+  Descriptor file;
+  Installation installation;
+};
+
+Result<Store> openStore(const std::string& path) {
+  Descriptor file = openExisting(path, O_RDWR);
+  if (!file) return linux::error("open the auxiliary storage " + path, errno);
+  const auto installation = readInstallation(file, path);
+  if (!installation) return std::unexpected(installation.error());
+  return Store{.file = std::move(file), .installation = *installation};
+}
+
+/// Whether the store is as long as the one that comes with the firmware.
+Result<> checkLength(const Store& store, const std::string& path, const GuestPlatform& platform) {
+  const std::string original = platform.firmwareVariables;
+  const Descriptor reference = openExisting(original, O_RDONLY);
+  if (!reference) return linux::error("read " + original, errno);
+  if (lengthOf(store.file) != lengthOf(reference)) return damaged(path);
+  return {};
+}
+
+Result<> writeInstallation(const Store& store, Installation installation, const std::string& path) {
+  const std::string_view signature = signatureFor(installation);
+  bool done = ::pwrite(store.file.get(), signature.data(), signature.size(), signatureOffset) ==
+              static_cast<ssize_t>(signature.size());
+  if (installation == Installation::unfinished) done = done && ::fdatasync(store.file.get()) == 0;
+  if (!done) return linux::error("write " + path, errno);
+  return {};
 }
 
 }  // namespace
@@ -138,22 +188,30 @@ Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& pl
   const std::string original = platform.firmwareVariables;
   const Descriptor from = openExisting(original, O_RDONLY);
   if (!from) return linux::error("read " + original, errno);
+  if (readInstallation(from, original) != Installation::finished) return damaged(original);
   constexpr mode_t mode = 0666;  // before the umask
   Descriptor to(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   if (!to) return linux::error("create " + path, errno);
-  const auto copied = copyAll(from, to, path);
+  const auto copied = copyStore(from, to, path);
   if (copied && !to.close()) return linux::error("write " + path, errno);
   return copied;
 }
 
+Result<> setInstallation(Installation installation, const std::string& path,
+                         const GuestPlatform& platform) {
+  const auto store = openStore(path);
+  if (!store) return std::unexpected(store.error());
+  const auto whole = checkLength(*store, path, platform);
+  if (!whole || store->installation == installation) return whole;
+  return writeInstallation(*store, installation, path);
+}
+
 Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform) {
-  const std::string original = platform.firmwareVariables;
-  const Descriptor file = openExisting(path, O_RDWR);
-  if (!file) return linux::error("open the auxiliary storage " + path, errno);
-  const Descriptor reference = openExisting(original, O_RDONLY);
-  if (!reference) return linux::error("read " + original, errno);
-  if (lengthOf(file) == lengthOf(reference) && hasVolumeHeader(file)) return {};
-  return error("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
+  const auto store = openStore(path);
+  if (!store) return std::unexpected(store.error());
+  if (store->installation == Installation::finished) return checkLength(*store, path, platform);
+  return error("the guest's installation was not finished: its auxiliary storage " + path +
+               " is incomplete");
 }
 
 Result<DiskAttachment> attachDisk(const std::string& path, DiskAccess access) {

@@ -84,11 +84,21 @@ class Identities : public platform::GuestIdentities {
   platform::MacAddress randomMacAddress() override;
 };
 
-/// Copies the firmware's initial variable store to `path`, which must not exist.
+/// How far a guest's installation is. It is kept in the signature of the guest's variable store, so
+/// that it changes with one small write and a copy of the guest has it as well.
+enum class Installation { unfinished, finished };
+
+/// Copies the firmware's initial variable store to `path`, which must not exist. The installation
+/// is unfinished from the first byte on.
 platform::Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& platform);
 
-/// Checks that the file at `path` is a variable store of `platform`, by its length and volume
-/// header.
+/// Sets how far the installation is, in an existing variable store of `platform`. That it is
+/// unfinished is on stable storage when the call returns.
+platform::Result<> setInstallation(Installation installation, const std::string& path,
+                                   const GuestPlatform& platform);
+
+/// Checks that the file at `path` is a variable store of `platform`, by its length and signature,
+/// and that the installation of its guest is finished.
 platform::Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform);
 
 /// Opens the image as QEMU will, so that an error shows now, and closes it again.

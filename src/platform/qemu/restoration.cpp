@@ -30,12 +30,23 @@ std::string nodeOf(const DiskAttachment& disk) {
   return disk.kind() == DiskKind::file ? fileNode(disk.path()) : deviceNode(disk.path());
 }
 
-/// Writes a restore image to a guest's disk, with qemu-img.
+/// Where a guest goes.
+struct Target {
+  std::shared_ptr<const DiskAttachment> disk;
+  std::string auxiliaryStorage;  // path
+  const GuestPlatform* platform;
+
+  Result<> set(Installation installation) const {
+    return setInstallation(installation, auxiliaryStorage, *platform);
+  }
+};
+
+/// Writes a restore image to a guest's disk, with qemu-img. The auxiliary storage says from before
+/// the first write until after the last that the installation is unfinished.
 class Installer : public platform::Installer {
  public:
-  /// If `disk` is an error, `install` fails with it.
-  Installer(linux::EventLoop& loop, RestoreImage image,
-            platform::Result<std::shared_ptr<const DiskAttachment>> disk);
+  /// If `target` is an error, `install` fails with it.
+  Installer(linux::EventLoop& loop, RestoreImage image, platform::Result<Target> target);
 
   double fractionCompleted() const override { return fraction_; }
   std::unique_ptr<platform::ProgressObservation> observeProgress(
@@ -47,10 +58,11 @@ class Installer : public platform::Installer {
   void onOutput(std::string_view output);
   void setFraction(double fraction);
   void onExit(const SubprocessExit& exit);
+  platform::Result<> finish(const SubprocessExit& exit);
 
   linux::EventLoop& loop_;
   RestoreImage image_;
-  platform::Result<std::shared_ptr<const DiskAttachment>> disk_;
+  platform::Result<Target> target_;
   double fraction_ = 0;
   std::vector<std::weak_ptr<const std::function<void()>>> observers_;
   ConvertProgress progress_;
@@ -58,9 +70,8 @@ class Installer : public platform::Installer {
   std::unique_ptr<Subprocess> run_;
 };
 
-Installer::Installer(linux::EventLoop& loop, RestoreImage image,
-                     Result<std::shared_ptr<const DiskAttachment>> disk)
-    : loop_(loop), image_(std::move(image)), disk_(std::move(disk)) {}
+Installer::Installer(linux::EventLoop& loop, RestoreImage image, Result<Target> target)
+    : loop_(loop), image_(std::move(image)), target_(std::move(target)) {}
 
 std::unique_ptr<platform::ProgressObservation> Installer::observeProgress(
     std::function<void()> changed) {
@@ -80,17 +91,18 @@ void Installer::install(Completion done) {
 }
 
 Result<> Installer::startConversion() {
-  if (!disk_) return std::unexpected(disk_.error());
+  if (!target_) return std::unexpected(target_.error());
   if (stampOf(image_.path()) != image_.stamp()) {
     return error("the restore image " + image_.path() + " has changed since it was examined");
   }
   auto tool = requireProgram(imageTool);
   if (!tool) return std::unexpected(std::move(tool).error());
+  if (const auto marked = target_->set(Installation::unfinished); !marked) return marked;
   auto run =
       Subprocess::start(loop_,
                         {.program = *std::move(tool),
                          .arguments = {"convert", "-p", "-n", "-f", image_.format(), "-O", "raw",
-                                       "--", fileNode(image_.path()), nodeOf(**disk_)},
+                                       "--", fileNode(image_.path()), nodeOf(*target_->disk)},
                          .onOutput = [this](std::string_view bytes) { onOutput(bytes); },
                          .descriptors = {}},
                         [this](const SubprocessExit& exit) { onExit(exit); });
@@ -114,22 +126,29 @@ void Installer::setFraction(double fraction) {
 
 void Installer::onExit(const SubprocessExit& exit) {
   const auto done = std::move(done_);
-  if (exit.succeeded()) {
-    setFraction(1);
-    return done({});
-  }
-  done(error("could not write the restore image " + image_.path() + " to " + (*disk_)->path() +
-             ": " + exit.reason()));
+  const auto finished = finish(exit);
+  if (finished) setFraction(1);
+  done(finished);
 }
 
-platform::Result<std::shared_ptr<const DiskAttachment>> firstDisk(
-    const platform::VirtualMachine& machine) {
+Result<> Installer::finish(const SubprocessExit& exit) {
+  if (exit.succeeded()) return target_->set(Installation::finished);
+  return error("could not write the restore image " + image_.path() + " to " +
+               target_->disk->path() + ": " + exit.reason());
+}
+
+Result<Target> targetOf(const platform::VirtualMachine& machine) {
   const auto* ours = dynamic_cast<const Machine*>(&machine);
   if (ours == nullptr || ours->configuration().storageDevices.empty()) {
     return error("the machine has no disk");
   }
-  return std::static_pointer_cast<const DiskAttachment>(
-      ours->configuration().storageDevices.front().attachment);
+  const platform::MachineConfiguration& configuration = ours->configuration();
+  const auto& model = static_cast<const HardwareModel&>(*configuration.hardwareModel);
+  const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration.auxiliaryStorage);
+  return Target{.disk = std::static_pointer_cast<const DiskAttachment>(
+                    configuration.storageDevices.front().attachment),
+                .auxiliaryStorage = storage.path(),
+                .platform = model.platform()};
 }
 
 }  // namespace
@@ -142,7 +161,7 @@ void Restoration::loadRestoreImage(const std::string& path, Loaded done) {
 std::unique_ptr<platform::Installer> Restoration::createInstaller(
     platform::VirtualMachine& machine, const platform::RestoreImage& image) {
   return std::make_unique<Installer>(loop_, static_cast<const RestoreImage&>(image),
-                                     firstDisk(machine));
+                                     targetOf(machine));
 }
 
 }  // namespace parlen::qemu
