@@ -22,7 +22,8 @@ void handle(std::string_view chunk, LineSplitter& lines, VMRunner& runner) {
 void readCommands(const std::shared_ptr<VMRunner>& runner) {
   platform::system().streams().readInput(
       [weak = std::weak_ptr(runner), lines = LineSplitter()](std::string_view chunk) mutable {
-        if (const auto alive = weak.lock()) handle(chunk, lines, *alive);
+        const auto alive = weak.lock();
+        if (alive && alive->takesCommands()) handle(chunk, lines, *alive);
       });
 }
 

@@ -31,16 +31,6 @@ platform::MachineConfiguration validConfiguration(const VMBundle& bundle,
   return *std::move(configuration);
 }
 
-/// The desktop, for a run with a window. If it cannot be opened, the run ends as if the machine had
-/// failed to start: --gui never runs a guest that nobody sees.
-platform::WindowSystem& openWindowSystem() {
-  const auto windows = platform::host().windowSystem();
-  if (windows) return **windows;
-  emitError(errorCode::bootFailed, windows.error().description);
-  emitStopped(/*crashed=*/true, windows.error().description);
-  platform::system().process().exit(1);
-}
-
 /// From now on SIGTERM and SIGINT stop the runner's machine hard, whatever it is doing. `runner`
 /// must live as long as the process.
 void installTerminationHandlers(VMRunner& runner) {
@@ -52,12 +42,26 @@ void installTerminationHandlers(VMRunner& runner) {
   }
 }
 
-/// Keeps the process off the desktop; a `window` command shows the guest later.
-void goHeadless(platform::VirtualMachine& machine) {
+/// Starts the machine and shows it in the returned window. Without a desktop the run ends, because
+/// --gui never runs a guest that nobody sees; the window is then null.
+std::unique_ptr<platform::Window> startInWindow(VMRunner& runner, const std::string& title) {
+  const auto windows = platform::host().windowSystem();
+  if (!windows) {
+    runner.abandonStart(windows.error());
+    return nullptr;
+  }
+  runner.start();
+  return presentWindow(**windows, runner.machine(), title);
+}
+
+/// Starts the machine and keeps the process off the desktop; a `window` command shows the guest
+/// later.
+void startHeadless(VMRunner& runner) {
+  runner.start();
   platform::Application& application = platform::host().application();
   application.setActivationPolicy(platform::ActivationPolicy::prohibited);
   application.disableAutomaticTermination("a Background Desktop is running");
-  guestWindow->virtualMachine = &machine;
+  guestWindow->virtualMachine = &runner.machine();
 }
 
 }  // namespace
@@ -68,17 +72,16 @@ void runVM(const RunOptions& options, const CommandReader& readCommands) {
   if (!bundle.exists()) die(errorCode::bundleMissing, "no VM bundle at " + options.bundlePath);
 
   const auto configuration = validConfiguration(bundle, options);
-  platform::WindowSystem* windows = options.gui ? &openWindowSystem() : nullptr;
   const auto runner =
       std::make_shared<VMRunner>(platform::host().machines().createMachine(configuration));
   readCommands(runner);
   installTerminationHandlers(*runner);
-  runner->start();
+  // Until here a signal ends the process without a `stopped` event, so what takes time comes now.
   std::unique_ptr<platform::Window> window;  // kept on screen; null if headless
-  if (windows != nullptr) {
-    window = presentWindow(*windows, runner->machine(), "Parlen VM — " + bundle.name());
+  if (options.gui) {
+    window = startInWindow(*runner, "Parlen VM — " + bundle.name());
   } else {
-    goHeadless(runner->machine());
+    startHeadless(*runner);
   }
   platform::host().application().run();
   platform::system().process().exit(0);

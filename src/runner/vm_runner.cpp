@@ -72,6 +72,15 @@ void VMRunner::start() {
   virtualMachine_->start(onMainQueue([this](const Result<>& result) { startCompleted(result); }));
 }
 
+void VMRunner::abandonStart(const PlatformError& error) {
+  startAbandoned_ = true;
+  platform::system().loop().post([this, error] {
+    if (stopping_) return;  // the completion of the stop ends the run
+    emitError(errorCode::bootFailed, error.description);
+    end(/*crashed=*/true, error.description, 1);
+  });
+}
+
 void VMRunner::startCompleted(const Result<>& result) {
   if (!result) {
     emitError(vmErrorCode(result.error()), result.error().description);

@@ -22,6 +22,10 @@ class VMRunner : public platform::VirtualMachineDelegate {
 
   /// Boots the guest. Called once.
   void start();
+  /// Instead of start(), for a machine that cannot be shown: ends the run as a failed start, from
+  /// the main queue. A signal that has come by then ends it as a hard stop; commands are not taken
+  /// any more.
+  void abandonStart(const platform::PlatformError& error);
   /// The orderly stop: asks the guest to shut down and waits without limit; where it cannot be
   /// asked, the machine is stopped hard. Only the first call counts.
   void requestStop();
@@ -29,6 +33,8 @@ class VMRunner : public platform::VirtualMachineDelegate {
   void forceStop();
   void pauseGuest();
   void resumeGuest();
+  /// Whether a command can still have an effect; if not, it is to be dropped.
+  bool takesCommands() const { return !startAbandoned_; }
 
   void guestDidStop() override;
   void didStopWithError(const platform::PlatformError& error) override;
@@ -41,6 +47,7 @@ class VMRunner : public platform::VirtualMachineDelegate {
   bool stopping_ = false;              // a stop was requested; never becomes false again
   std::chrono::nanoseconds bootedAt_;  // counts from construction, the start-up included
   bool sawRunning_ = false;            // the start completed
+  bool startAbandoned_ = false;
 };
 
 }  // namespace parlen

@@ -1,6 +1,7 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "input/gui_input_driver.h"
 #include "platform/host.h"
@@ -16,10 +17,11 @@ using Lines = std::vector<std::string>;
 const std::string show = "{\"type\":\"window\",\"show\":true,\"title\":\"t\"}\n";
 const std::string hide = "{\"type\":\"window\",\"show\":false}\n";
 
-/// A host on which everything works but its desktop.
-class HostWithoutDesktop : public platform::Host {
+/// The tool's host with a desktop of the test's: what happens while it is opened, and whether that
+/// fails.
+class HostWithSlowDesktop : public platform::Host {
  public:
-  explicit HostWithoutDesktop(platform::Host& host) : host_(host) {}
+  explicit HostWithSlowDesktop(platform::Host& host) : host_(host) {}
 
   platform::HostCapabilities& capabilities() override { return host_.capabilities(); }
   platform::GuestIdentities& identities() override { return host_.identities(); }
@@ -28,22 +30,36 @@ class HostWithoutDesktop : public platform::Host {
   platform::Application& application() override { return host_.application(); }
   platform::Result<platform::WindowSystem*> windowSystem() override {
     ++asked;
+    if (whileItOpens) whileItOpens();
+    if (opens) return host_.windowSystem();
     return std::unexpected(platform::PlatformError{"", 1, "no display: \"DISPLAY\" is not set"});
   }
 
+  platform::Work whileItOpens;
+  bool opens = false;
   int asked = 0;
 
  private:
   platform::Host& host_;
 };
 
-/// Takes the desktop away from the tool's host.
+/// Takes the desktop away from the tool's host; finding that out takes as long as `meanwhile`.
 class WithoutDesktop {
  public:
-  explicit WithoutDesktop(Tool& tool) : host(platform::host()) {
+  explicit WithoutDesktop(Tool& tool, platform::Work meanwhile = nullptr) : host(platform::host()) {
+    host.whileItOpens = std::move(meanwhile);
     platform::usePlatform(&tool.system(), &host);
   }
-  HostWithoutDesktop host;
+  HostWithSlowDesktop host;
+};
+
+/// Makes the desktop of the tool's host take as long as `meanwhile`.
+class WithSlowDesktop : public WithoutDesktop {
+ public:
+  WithSlowDesktop(Tool& tool, platform::Work meanwhile)
+      : WithoutDesktop(tool, std::move(meanwhile)) {
+    host.opens = true;
+  }
 };
 
 std::size_t count(const Lines& lines, const std::string& line) {
@@ -94,15 +110,63 @@ TEST(GuiRun, GoesOnWhenItsWindowIsClosed) {
   EXPECT_EQ(tool.events(), (Lines{ready, starting, running, textDone}));
 }
 
+TEST(GuiRun, OpensItsDesktopOnceItHearsItsParentAndSignals) {
+  Tool tool;
+  const WithSlowDesktop given(tool, [&] {
+    EXPECT_EQ(tool.calls(), (Lines{"configuration.validate", "machine.create"}));
+    EXPECT_TRUE(tool.system().streams().isRead());
+    EXPECT_EQ(tool.system().process().watched.size(), 2U);
+  });
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), stillRunning());
+  EXPECT_EQ(given.host.asked, 1);
+}
+
 TEST(GuiRun, EndsAsAFailedStartWithoutADesktop) {
   Tool tool;
   const WithoutDesktop given(tool);
   EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(1));
   const std::string reason = "no display: \"DISPLAY\" is not set";
   EXPECT_EQ(tool.events(), (Lines{ready, error("boot-failed", reason), stopped(reason, true)}));
-  EXPECT_EQ(tool.calls(), Lines{"configuration.validate"});
-  EXPECT_FALSE(tool.system().streams().isRead());
-  EXPECT_EQ(tool.system().process().watched.size(), 0U);
+  EXPECT_EQ(tool.calls(), (Lines{"configuration.validate", "machine.create", "application.run"}));
+}
+
+TEST(GuiRun, StopsOnASignalFromWhileItsDesktopOpens) {
+  for (const auto signal :
+       {platform::TerminationSignal::terminate, platform::TerminationSignal::interrupt}) {
+    Tool tool;
+    const WithSlowDesktop given(
+        tool, [&] { EXPECT_TRUE(tool.system().process().raise(signal)) << "it would be killed"; });
+    EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(0));
+    EXPECT_EQ(tool.events(), (Lines{ready, starting, hardStop}));
+  }
+}
+
+TEST(GuiRun, StopsOnASignalEvenIfItsDesktopCannotBeOpened) {
+  Tool tool;
+  const WithoutDesktop given(tool, [&] {
+    EXPECT_TRUE(tool.system().process().raise(platform::TerminationSignal::terminate));
+  });
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(0));
+  EXPECT_EQ(tool.events(), (Lines{ready, hardStop}));
+}
+
+TEST(GuiRun, CarriesOutWhatWasSentWhileItsDesktopOpened) {
+  Tool tool;
+  const WithSlowDesktop given(
+      tool, [&] { tool.system().streams().send("{\"type\":\"text\",\"text\":\"a\"}\n"); });
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), stillRunning());
+  EXPECT_EQ(tool.events(), (Lines{ready, starting, running, textDone}));
+}
+
+TEST(GuiRun, DropsWhatWasSentIfItsDesktopCannotBeOpened) {
+  Tool tool;
+  const WithoutDesktop given(tool, [&] {
+    tool.system().streams().send("{\"type\":\"text\",\"text\":\"a\"}\n{\"type\":\"stop\"}\n");
+    tool.system().streams().closeInput();
+  });
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(1));
+  ASSERT_EQ(tool.events().size(), 3U);
+  EXPECT_THAT(tool.events()[1], testing::StartsWith(R"({"type":"error","code":"boot-failed")"));
 }
 
 TEST(GuiRun, NamesAnInvalidConfigurationBeforeAMissingDesktop) {
