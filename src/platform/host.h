@@ -136,7 +136,8 @@ class Host {
   virtual MachineFactory& machines() = 0;
   virtual Restoration& restoration() = 0;
   virtual Application& application() = 0;
-  /// The desktop; owned by the host. The first call opens it; the error says what is missing.
+  /// The desktop; owned by the host. The first call opens it; the error says what is missing. A
+  /// display that does not answer is waited for at most some seconds.
   virtual Result<WindowSystem*> windowSystem() = 0;
 };
 

@@ -5,6 +5,7 @@ import dataclasses
 import json
 import os
 import queue
+import socket
 import subprocess
 import threading
 import time
@@ -80,6 +81,27 @@ class Display:
         lines = self.run("xdotool", "getwindowgeometry", "--shell", window).splitlines()
         values = dict(line.split("=") for line in lines)
         return Box(*(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")))
+
+
+class SilentDisplay:
+    """Display servers that accept connections and never answer: an X server at a port of its own and
+    a Wayland compositor at a socket in `folder`."""
+
+    def __init__(self, folder):
+        self.x = socket.socket()
+        self.x.bind(("127.0.0.1", 0))
+        # An X display's number is its port's distance to 6000.
+        self.x_name = f"127.0.0.1:{self.x.getsockname()[1] - 6000}"
+        self.wayland = socket.socket(socket.AF_UNIX)
+        self.wayland_name = str(folder / "wayland")
+        self.wayland.bind(self.wayland_name)
+        for server in (self.x, self.wayland):
+            server.listen()
+            server.settimeout(TIMEOUT)
+
+    def close(self):
+        self.x.close()
+        self.wayland.close()
 
 
 @dataclasses.dataclass(frozen=True)

@@ -9,7 +9,7 @@ import subprocess
 import tempfile
 import unittest
 
-from desktop import Display, Tool, until
+from desktop import Display, SilentDisplay, Tool, until
 from window_parts import (BAR_TITLE, BORDER, done_button, gone, press_close, press_done,
                           press_later, shown, test_picture)
 
@@ -165,6 +165,53 @@ class WindowTest(unittest.TestCase):
         tool = self.run_tool("--gui", environment=self.environment | {"DISPLAY": ":4242"})
         self.assertEqual(1, tool.end())
         self.assertEqual("cannot open the display ':4242'", tool.events[1]["message"])
+
+    def silent_display(self):
+        display = SilentDisplay(self.folder)
+        self.addCleanup(display.close)
+        return display
+
+    def expect_stopped_by_signal(self, tool, server):
+        connection, _ = server.accept()  # the tool waits for an answer now
+        self.addCleanup(connection.close)
+        self.stop(tool)
+        self.assertEqual({"type": "state", "state": "stopped", "crashed": False,
+                          "reason": "host requested stop"}, tool.events[-1])
+
+    def test_signal_ends_a_run_whose_x_display_is_silent(self):
+        display = self.silent_display()
+        tool = self.run_tool("--gui", environment=self.environment | {"DISPLAY": display.x_name})
+        self.expect_stopped_by_signal(tool, display.x)
+        self.assertEqual(["ready", "state"], [event["type"] for event in tool.events])
+
+    def test_signal_ends_a_run_whose_wayland_display_is_silent(self):
+        display = self.silent_display()
+        environment = self.environment | {"WAYLAND_DISPLAY": display.wayland_name}
+        del environment["DISPLAY"]
+        tool = self.run_tool("--gui", environment=environment)
+        self.expect_stopped_by_signal(tool, display.wayland)
+
+    def test_signal_ends_a_headless_run_that_waits_for_its_display(self):
+        display = self.silent_display()
+        tool = self.running(environment=self.environment | {"DISPLAY": display.x_name})
+        tool.send(type="window", show=True)
+        self.expect_stopped_by_signal(tool, display.x)
+
+    def test_silent_display_is_named_and_asked_only_once(self):
+        display = self.silent_display()
+        tool = self.running(environment=self.environment | {"DISPLAY": display.x_name})
+        for _ in range(3):
+            tool.send(type="window", show=True)
+        tool.send(type="pause")
+        tool.wait_for(type="guest-power", state="paused")
+        connection, _ = display.x.accept()
+        connection.close()
+        display.x.setblocking(False)
+        with self.assertRaises(BlockingIOError):
+            display.x.accept()
+        self.stop(tool)
+        self.assertEqual(["parlen-mac-vm: cannot show the guest: the display "
+                          f"'{display.x_name}' does not answer"] * 3, tool.errors)
 
     def test_without_the_module_a_window_command_is_a_warning(self):
         program = self.folder / "parlen-mac-vm"

@@ -5,12 +5,15 @@
 #include <signal.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "platform/gtk/desktop.h"
+#include "platform/gtk/display_probe.h"
 
 namespace parlen::gtk {
 namespace {
@@ -74,6 +77,21 @@ std::string displayName() {
   return name != nullptr ? name : "";
 }
 
+/// Whether the display server can be asked without waiting for ever. An attempt that it has left
+/// without an answer is not made anew: the next call only looks whether there is one by now.
+bool displayAnswers() {
+  constexpr std::chrono::seconds timeout{10};
+  static std::optional<DisplayProbe> unanswered;
+  if (unanswered) {
+    if (!unanswered->hasResult(std::chrono::seconds(0))) return false;
+    unanswered.reset();
+  }
+  const DisplayProbe probe;
+  if (probe.hasResult(timeout)) return true;
+  unanswered = probe;
+  return false;
+}
+
 bool initialize() {
   gtk_disable_setlocale();  // the program's numbers and messages are those of the C locale
   // X first, because only X lets a program place its windows; Wayland desktops have it as well.
@@ -84,6 +102,7 @@ bool initialize() {
 
 platform::Result<std::unique_ptr<WindowSystem>> openDesktop(const ModuleContext& context) {
   redirectLog(context.warn);
+  if (!displayAnswers()) return error("the display '" + displayName() + "' does not answer");
   if (!initialize()) return error("cannot open the display '" + displayName() + "'");
   keepBrokenPipeSignal();
   return std::make_unique<Desktop>(context);
