@@ -9,7 +9,7 @@ import subprocess
 import tempfile
 import unittest
 
-from desktop import Display, SilentDisplay, Tool, until
+from desktop import TIMEOUT, Display, SilentDisplay, Tool, until
 from window_parts import (BAR_TITLE, BORDER, done_button, gone, press_close, press_done,
                           press_later, shown, test_picture)
 
@@ -234,6 +234,33 @@ class WindowTest(unittest.TestCase):
         press_done(self.display, window)
         self.expect_action(tool, "done")
         self.stop(tool)
+
+    def expect_ended_by_broken_pipe(self, *options, display, warning):
+        """The pipe of the events is closed after this warning."""
+        process = subprocess.Popen([PROGRAM, "run", "--bundle", self.bundle, *options],
+                                   env=self.environment | {"DISPLAY": display},
+                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE)
+        for cleanup in (process.stdin.close, process.stderr.close, process.wait, process.kill):
+            self.addCleanup(cleanup)
+        process.stdin.write(b'{"type":"window","show":true}\n')
+        process.stdin.flush()
+        while warning not in process.stderr.readline():
+            pass
+
+        process.stdout.close()
+        process.stdin.write(b'{"type":"resume"}\n')
+        process.stdin.flush()
+
+        self.assertEqual(-signal.SIGPIPE, process.wait(timeout=TIMEOUT))
+
+    def test_run_with_a_window_ends_when_nobody_reads(self):
+        # It has its window by the time it refuses another.
+        self.expect_ended_by_broken_pipe("--gui", display=self.display.name,
+                                         warning=b"ignoring window")
+
+    def test_run_without_its_window_ends_when_nobody_reads(self):
+        self.expect_ended_by_broken_pipe(display=":4242", warning=b"cannot show the guest")
 
     def test_run_outlives_its_display(self):
         tool = self.running()

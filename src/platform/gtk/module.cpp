@@ -61,15 +61,22 @@ void redirectLog(const platform::WarningSink& warn) {
   static_cast<void>(sink);
 }
 
-/// GLib sets SIGPIPE to be ignored in the whole process when it first uses its socket class. That
-/// class is initialized here and the signal's action put back: the program must end with SIGPIPE
-/// when nobody reads its events.
-void keepBrokenPipeSignal() {
-  struct sigaction before{};
-  sigaction(SIGPIPE, nullptr, &before);
-  g_type_class_unref(g_type_class_ref(G_TYPE_SOCKET));
-  sigaction(SIGPIPE, &before, nullptr);
-}
+/// Keeps SIGPIPE's action while a desktop is opened: the program must end with that signal when
+/// nobody reads its events. GTK sets it to be ignored in the whole process when it is initialized,
+/// and GLib when it first uses its socket class, which is therefore initialized here.
+class BrokenPipeSignalKept {
+ public:
+  BrokenPipeSignalKept() {
+    sigaction(SIGPIPE, nullptr, &before_);
+    g_type_class_ref(G_TYPE_SOCKET);  // never given back: the class is not initialized again
+  }
+  ~BrokenPipeSignalKept() { sigaction(SIGPIPE, &before_, nullptr); }
+  BrokenPipeSignalKept(const BrokenPipeSignalKept&) = delete;
+  BrokenPipeSignalKept& operator=(const BrokenPipeSignalKept&) = delete;
+
+ private:
+  struct sigaction before_{};
+};
 
 std::string displayName() {
   const char* name = std::getenv("DISPLAY");
@@ -102,9 +109,9 @@ bool initialize() {
 
 platform::Result<std::unique_ptr<WindowSystem>> openDesktop(const ModuleContext& context) {
   redirectLog(context.warn);
+  const BrokenPipeSignalKept brokenPipe;
   if (!displayAnswers()) return error("the display '" + displayName() + "' does not answer");
   if (!initialize()) return error("cannot open the display '" + displayName() + "'");
-  keepBrokenPipeSignal();
   return std::make_unique<Desktop>(context);
 }
 
