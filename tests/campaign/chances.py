@@ -121,7 +121,7 @@ def await_answers(world, tool, seconds):
 
 
 def check_turns(world, tool):
-    """On a host that works, a guest is paused and resumed by turns."""
+    """On a host that works, a guest is paused and resumed alternately."""
     powers = [event["state"] for event in tool.events if event["type"] == "guest-power"]
     expected = ["paused", "resumed"] * len(powers)
-    world.require(powers == expected[:len(powers)], f"not paused and resumed by turns: {powers}")
+    world.require(powers == expected[:len(powers)], f"not paused and resumed alternately: {powers}")

@@ -226,7 +226,7 @@ class Tool:
     # ---- its end ----
 
     def finish(self):
-        """Brings the program to its end, in the parent's usual way, and checks what it did."""
+        """Brings the program to its end, the way a parent does, and checks what it did."""
         self.reads = dict.fromkeys(self.reads, True)
         if any(sent.number == signal.SIGSTOP for sent in self.sent):
             self.signal(signal.SIGCONT)

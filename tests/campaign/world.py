@@ -67,9 +67,9 @@ class World:
     def pick(self, *choices):
         return self.rng.choice(choices)
 
-    def moment(self, longest=0.4):
+    def moment(self, max_seconds=0.4):
         """Seconds; each order of magnitude as likely as the others."""
-        return min(longest, 0.0005 * 10 ** self.rng.uniform(0, 3.2))
+        return min(max_seconds, 0.0005 * 10 ** self.rng.uniform(0, 3.2))
 
     # ---- the story ----
 

@@ -25,7 +25,7 @@ inline std::string quoted(std::string_view text) {
 
 /// The shortest JSON number that parses to `value`; "null" if it is infinite or not a number.
 inline std::string number(double value) {
-  // Adding 0.0 turns -0.0 into 0.0.
+  // -0.0 + 0.0 is 0.0.
   return text::writeCompactSorted(value + 0.0).value_or("null");
 }
 

@@ -7,7 +7,7 @@ import tool as tools
 def attempt(world):
     world.shelf.put_bundle(world.inside / "guest", "qemu")
     world.pick(regular, regular, regular, irregular, irregular, irregular, ending, ending, start,
-               noise, deaf)(world)
+               noise, monitor_closed)(world)
 
 
 def run(world, behaviour):
@@ -94,7 +94,7 @@ def noise(world):
     tool.finish()
 
 
-def deaf(world):
+def monitor_closed(world):
     """It closes the control socket, or sleeps: it ends with the run; and a run whose emulator can
     never be heard again ends on its own."""
     thing = world.pick("close-qmp", "sleep", "sleep")
