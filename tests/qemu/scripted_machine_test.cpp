@@ -358,7 +358,7 @@ TEST_F(ScriptedMachineTest, IsPausedIfADiskFailsAgainDuringAResumption) {
     read -r end <&3)");
   runUntilState(*machine, MachineState::paused);
 
-  for (const std::size_t count : {2, 3}) {
+  for (const std::size_t count : {std::size_t{2}, std::size_t{3}}) {
     machine->resume(story.tell("resumed"));
     runUntilHappened(count);
     EXPECT_EQ(stateOf(*machine), MachineState::paused);
