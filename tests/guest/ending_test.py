@@ -148,7 +148,7 @@ class EndingTest(unittest.TestCase):
         first, _ = self.run_guest()
         second = self.start()
         *_, error, stopped = self.events(second)
-        self.assertIn("lock", error["message"])
+        self.assertEqual(error["message"], "the guest is in use by another process")
         self.assertTrue(stopped["crashed"])
         self.assertEqual(second.wait(), 1)
         first.send_signal(signal.SIGTERM)

@@ -292,6 +292,39 @@ TEST_F(RestoreImageTest, LeavesAnUnfinishedGuestIfItsInstallationIsCutOff) {
   runUntil([&] { return story.has("started"); });
 }
 
+TEST_F(RestoreImageTest, IsNotInstalledOnADiskInUse) {
+  makeRawDisk("raw");
+  const Loaded image = load("raw");
+  ASSERT_TRUE(image) << image.error().description;
+  MachineStory story;
+  const auto machine = runningMachine(story);
+  auto configuration = makeGuest("other");
+  configuration.storageDevices = {
+      {host().machines().attachDisk(path("guest/disk"), false).value()}};
+
+  EXPECT_EQ(install(**image, "other", configuration).error().description,
+            "could not write the restore image " + path("raw") + " to " + path("guest/disk") +
+                ": the guest is in use by another process");
+}
+
+TEST_F(RestoreImageTest, IsNotReadWhileAGuestUsesIt) {
+  makeRawDisk("raw");
+  shell("qemu-img convert -f raw -O qcow2 raw image");
+  const Loaded image = load("image");
+  ASSERT_TRUE(image) << image.error().description;
+  auto configuration = makeGuest("guest");
+  const auto other = makeGuest("other");
+  configuration.storageDevices = {{host().machines().attachDisk(path("image"), false).value()}};
+  MachineStory story;
+  const auto machine = machineOf(configuration, story);
+  machine->start(story.tell("started"));
+  runUntil([&] { return story.has("started"); });
+
+  EXPECT_EQ(errorOf("image"), sentence("image", "cannot be read: another process uses it"));
+  EXPECT_THAT(install(**image, "other", other).error().description,
+              EndsWith(": another process uses the restore image"));
+}
+
 TEST_F(RestoreImageTest, IsWhatAGuestNeedsToStart) {
   auto configuration = makeGuest("guest");
   const auto& model = static_cast<const HardwareModel&>(*configuration.hardwareModel);

@@ -17,4 +17,7 @@ inline std::unexpected<platform::PlatformError> error(std::string sentence) {
   return platform::error(errorDomain, 1, std::move(sentence));
 }
 
+/// What people are told when QEMU or qemu-img finds a guest's files locked.
+inline constexpr const char* guestInUse = "the guest is in use by another process";
+
 }  // namespace parlen::qemu

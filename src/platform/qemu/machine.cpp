@@ -286,6 +286,7 @@ std::optional<std::string> endError(const SubprocessExit& end, std::string_view 
 }
 
 std::string startError(const SubprocessExit& end) {
+  if (end.foundImageInUse()) return guestInUse;
   // The message says more than the status.
   if (end.exit.status && !end.lastMessage.empty()) return "QEMU cannot start: " + end.lastMessage;
   return withMessage(exitText(end.exit), end.lastMessage) + " while it was starting";

@@ -133,8 +133,11 @@ void Installer::onExit(const SubprocessExit& exit) {
 
 Result<> Installer::finish(const SubprocessExit& exit) {
   if (exit.succeeded()) return target_->set(Installation::finished);
-  return error("could not write the restore image " + image_.path() + " to " +
-               target_->disk->path() + ": " + exit.reason());
+  const std::string attempt =
+      "could not write the restore image " + image_.path() + " to " + target_->disk->path() + ": ";
+  const bool isImageFree = exit.lastMessage.find("[" + image_.path() + "]") == std::string::npos;
+  if (!exit.foundImageInUse()) return error(attempt + exit.reason());
+  return error(attempt + (isImageFree ? guestInUse : "another process uses the restore image"));
 }
 
 Result<Target> targetOf(const platform::VirtualMachine& machine) {

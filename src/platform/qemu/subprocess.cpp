@@ -61,7 +61,14 @@ void LastMessage::endLine() {
   previous_ = std::exchange(last_, std::exchange(line_, {}));
 }
 
+bool SubprocessExit::foundImageInUse() const {
+  // QEMU block/file-posix.c, raw_check_lock_bytes: Failed to get [shared ]"write" lock
+  const std::size_t attempt = lastMessage.find("Failed to get ");
+  return attempt != std::string::npos && lastMessage.find("\" lock", attempt) != std::string::npos;
+}
+
 std::string SubprocessExit::reason() const {
+  if (foundImageInUse()) return "another process uses it";
   return lastMessage.empty() ? "it " + describe(exit) : lastMessage;
 }
 

@@ -42,7 +42,9 @@ struct SubprocessExit {
   std::string lastMessage;
 
   bool succeeded() const { return exit.status == 0; }
-  /// The last message; without one, how the subprocess ended.
+  /// Whether it failed because another process uses one of its images.
+  bool foundImageInUse() const;
+  /// The last message, or a plain sentence instead; without one, how the subprocess ended.
   std::string reason() const;
 };
 
