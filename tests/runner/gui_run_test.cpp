@@ -197,6 +197,16 @@ TEST(HeadlessRunWithoutADesktop, AsksForNoneUntilTheGuestIsToBeShown) {
   EXPECT_EQ(tool.warnings(), "");
 }
 
+TEST(HeadlessRun, TellsThatItsWindowIsClosedBeforeItHides) {
+  Tool tool(R"({"script":[{"atMs":100,"event":"closes-window"}]})");
+  tool.sendAt(10, show);
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1")}), stillRunning());
+  const Lines recording = tool.recording();
+  ASSERT_GE(recording.size(), 3U);
+  EXPECT_EQ(Lines(recording.end() - 3, recording.end()),
+            (Lines{later, "window.orderOut", "application.setActivationPolicy"}));
+}
+
 TEST(HeadlessRun, GivesTheWindowItsMachineAndHasNoDriver) {
   Tool tool;
   EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1")}), stillRunning());

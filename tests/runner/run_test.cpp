@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "support/event_lines.h"
 #include "support/tool.h"
@@ -170,6 +171,24 @@ TEST(RunEnds, NotWhileTheGuestIgnoresTheStop) {
   EXPECT_EQ(given.eventsAfterRunning(), Lines{});
 }
 
+TEST(RunEnds, WithoutACrashOnAnErrorAfterASignal) {
+  HeadlessRun given(R"({"machine":{"stopMs":null},
+               "script":[{"atMs":100,"event":"stops-with-error","error":{"description":"burnt"}}]})");
+  given.tool.raiseAt(10, TerminationSignal::terminate);
+  EXPECT_EQ(given.run(), endedWith(0));
+  EXPECT_EQ(given.eventsAfterRunning(),
+            (Lines{error("boot-failed", "burnt"), stopped("burnt", false)}));
+}
+
+TEST(RunEnds, AfterARequestIfItsGuestShutsDownAfterASignal) {
+  HeadlessRun given(
+      R"({"machine":{"stopMs":null},"script":[{"atMs":3000,"event":"guest-stops"}]})");
+  given.tool.raiseAt(10, TerminationSignal::interrupt);
+  EXPECT_EQ(given.run(), endedWith(0));
+  EXPECT_EQ(given.eventsAfterRunning(),
+            Lines{stopped("guest stopped after host stop request after 3s (was running)")});
+}
+
 TEST(RunEnds, AtTheEndOfInputAsAfterAStopCommand) {
   HeadlessRun given;
   given.tool.closeInputAt(10);
@@ -181,6 +200,15 @@ TEST(RunEnds, AtTheEndOfInputAsAfterAStopCommand) {
 TEST(RunEnds, SayingThatTheGuestNeverRanIfItStopsBefore) {
   HeadlessRun given(
       R"({"machine":{"startMs":1000},"script":[{"atMs":500,"event":"guest-stops"}]})");
+  EXPECT_EQ(given.run(), endedWith(0));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, starting,
+                   stopped("guest stopped on its own after 0s (never reached running)")}));
+}
+
+TEST(RunEnds, BeforeItSaysThatItRunsIfTheGuestStopsAtOnce) {
+  // The guest's end is queued before the run goes on behind the start's completion.
+  HeadlessRun given(R"({"script":[{"atMs":0,"event":"guest-stops"}]})");
   EXPECT_EQ(given.run(), endedWith(0));
   EXPECT_EQ(given.tool.events(),
             (Lines{ready, starting,
@@ -305,12 +333,14 @@ TEST(Starting, ValidatesBeforeAnythingStarts) {
   EXPECT_FALSE(given.tool.system().streams().isRead());
 }
 
-TEST(Starting, AsksTheHostInThisOrder) {
+TEST(Starting, GoesOnInThisOrder) {
   HeadlessRun given;
   EXPECT_EQ(given.run(), stillRunning());
-  EXPECT_EQ(given.tool.calls(), (Lines{"configuration.validate", "machine.create", "machine.start",
-                                       "application.setActivationPolicy",
-                                       "process.disableAutomaticTermination", "application.run"}));
+  EXPECT_EQ(
+      given.tool.recording(),
+      (Lines{ready, "configuration.validate", "machine.create", "reads input", "watches a signal",
+             "watches a signal", starting, "machine.start", "application.setActivationPolicy",
+             "process.disableAutomaticTermination", "application.run", running}));
   EXPECT_EQ(given.tool.trace()[3],
             R"({"call":"application.setActivationPolicy","policy":"prohibited"})");
   EXPECT_EQ(
@@ -318,12 +348,26 @@ TEST(Starting, AsksTheHostInThisOrder) {
       R"({"call":"process.disableAutomaticTermination","reason":"a Background Desktop is running"})");
 }
 
-TEST(Starting, WatchesBothSignalsBeforeTheMachineStarts) {
+TEST(Starting, WatchesBothSignals) {
   HeadlessRun given;
   EXPECT_EQ(given.run(), stillRunning());
   EXPECT_EQ(given.tool.system().process().watched,
             (std::vector{TerminationSignal::terminate, TerminationSignal::interrupt}));
   EXPECT_EQ(terminationSources.size(), 2U);
+}
+
+TEST(Starting, MakesNoSharesForABundleThatItCannotRun) {
+  for (const std::string missing : {"", "/HardwareModel", "/MachineIdentifier", "/Disk.img"}) {
+    HeadlessRun given;
+    std::filesystem::remove_all(given.bundle + missing);
+    const std::string share = given.tool.path("share");
+    const std::string logs = given.tool.path("logs");
+    EXPECT_EQ(
+        given.tool.run({"run", "--bundle", given.bundle, "--share", share, "--logs-share", logs}),
+        endedWith(1));
+    EXPECT_FALSE(given.tool.system().files().exists(share)) << missing;
+    EXPECT_FALSE(given.tool.system().files().exists(logs)) << missing;
+  }
 }
 
 TEST(Starting, StopsAMachineWhoseInputHasEndedBeforeItRan) {

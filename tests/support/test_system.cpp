@@ -67,6 +67,12 @@ void VirtualLoop::advance(std::chrono::milliseconds duration) {
 void CapturedStreams::writeOutput(std::string_view bytes) {
   output += bytes;
   ++outputWrites;
+  if (recorder) recorder(bytes.substr(0, bytes.find('\n')));
+}
+
+void CapturedStreams::readInput(InputHandler handler) {
+  handler_ = std::move(handler);
+  if (recorder) recorder("reads input");
 }
 
 void CapturedStreams::send(std::string_view chunk) {
@@ -101,6 +107,7 @@ std::unique_ptr<platform::SignalSource> TestProcess::watchSignal(platform::Termi
                                                                  platform::Work handler) {
   watched.push_back(signal);
   handlers_[signal] = std::move(handler);
+  if (recorder) recorder("watches a signal");
   return std::make_unique<Source>(*this, signal);
 }
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -46,6 +47,10 @@ class VirtualLoop : public platform::EventLoop {
   std::chrono::nanoseconds now_ = std::chrono::hours(1);
 };
 
+/// Is told what the program does to its surroundings, at the moment that it does: each event line,
+/// "reads input", "watches a signal".
+using Recorder = std::function<void(std::string_view what)>;
+
 /// Standard streams whose other ends are the test's.
 class CapturedStreams : public platform::StandardStreams {
  public:
@@ -53,7 +58,7 @@ class CapturedStreams : public platform::StandardStreams {
 
   void writeOutput(std::string_view bytes) override;
   void writeError(std::string_view bytes) override { error += bytes; }
-  void readInput(InputHandler handler) override { handler_ = std::move(handler); }
+  void readInput(InputHandler handler) override;
 
   /// Delivers a chunk to the reader in a later loop iteration, as the real streams do.
   void send(std::string_view chunk);
@@ -66,6 +71,7 @@ class CapturedStreams : public platform::StandardStreams {
   std::string output;
   std::string error;
   int outputWrites = 0;
+  Recorder recorder;  // may be null
 
  private:
   platform::EventLoop& loop_;
@@ -97,6 +103,7 @@ class TestProcess : public platform::Process {
   std::vector<std::pair<std::string, std::vector<std::string>>> programsRun;
   /// Stands in for the next program's start.
   bool programsCannotStart = false;
+  Recorder recorder;  // may be null
 
  private:
   [[noreturn]] void endWith(int status) override { throw ProcessEnded{status}; }

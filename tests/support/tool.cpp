@@ -36,6 +36,11 @@ Tool::Tool(std::string_view scenario) {
   EXPECT_TRUE(host.has_value()) << host.error();
   host_ = *std::move(host);
   platform::usePlatform(&system_, host_.get());
+  const auto record = [this](std::string_view what) {
+    recorded_.push_back({std::string(what), calls().size()});
+  };
+  system_.streams().recorder = record;
+  system_.process().recorder = record;
 }
 
 Tool::~Tool() {
@@ -81,6 +86,18 @@ std::vector<std::string> Tool::calls() {
     names.push_back(line.substr(before.size(), line.find('"', before.size()) - before.size()));
   }
   return names;
+}
+
+std::vector<std::string> Tool::recording() {
+  const std::vector<std::string> traced = calls();
+  std::vector<std::string> all;
+  std::size_t taken = 0;
+  for (const auto& [what, callsBefore] : recorded_) {
+    for (; taken < callsBefore; ++taken) all.push_back(traced[taken]);
+    all.push_back(what);
+  }
+  all.insert(all.end(), traced.begin() + static_cast<std::ptrdiff_t>(taken), traced.end());
+  return all;
 }
 
 void Tool::write(const std::string& name, std::string_view bytes) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,6 +52,8 @@ class Tool {
   std::vector<std::string> trace();
   /// Only their names.
   std::vector<std::string> calls();
+  /// In one order: the event lines, the names of the calls, and what a Recorder is told.
+  std::vector<std::string> recording();
 
   TestSystem& system() { return system_; }
   /// A path in a directory of the test's own.
@@ -68,6 +71,12 @@ class Tool {
   TemporaryDirectory directory_;
   TestSystem system_;
   std::unique_ptr<platform::Host> host_;
+
+  struct Recorded {
+    std::string what;
+    std::size_t callsBefore;  // how many calls had been traced by then
+  };
+  std::vector<Recorded> recorded_;
 };
 
 }  // namespace parlen::test
