@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -72,6 +73,35 @@ TEST_F(EventStream, WritesEachLineInOnePiece) {
   emit("{}");
   EXPECT_EQ(system_.streams().outputWrites, 1);
   EXPECT_EQ(written(), "{}\n");
+}
+
+/// Knows whether work of its own is running.
+class WatchedQueue : public platform::SerialQueue {
+ public:
+  explicit WatchedQueue(bool& isBusy) : isBusy_(isBusy) {}
+  void sync(const platform::Work& work) override {
+    isBusy_ = true;
+    work();
+    isBusy_ = false;
+  }
+
+ private:
+  bool& isBusy_;
+};
+
+TEST_F(EventStream, WritesEveryLineOnItsQueue) {
+  bool isBusy = false;
+  int lines = 0;
+  outputQueue = std::make_unique<WatchedQueue>(isBusy);
+  system_.streams().recorder = [&](std::string_view line) {
+    EXPECT_TRUE(isBusy) << line;
+    ++lines;
+  };
+  emit("{}");
+  emitError("vm-limit", "");
+  emitStopped(false, "");
+  EXPECT_TRUE(emitStatus({}));
+  EXPECT_EQ(lines, 4);
 }
 
 TEST_F(EventStream, WritesTheFixedLinesToTheByte) {
