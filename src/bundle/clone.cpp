@@ -1,8 +1,9 @@
 #include "bundle/clone.h"
 
-#include <optional>
+#include <array>
 #include <string_view>
 
+#include "bundle/directory.h"
 #include "bundle/settings.h"
 #include "bundle/vm_bundle.h"
 #include "events/error_code.h"
@@ -43,25 +44,25 @@ void refuseCopyInside(const VMBundle& source, const VMBundle& copy) {
   }
 }
 
-/// Whether `member` is a link whose target is not part of the copy. Links are copied as links, so
-/// the target may belong to the source.
-bool leadsOutside(const VMBundle& copy, const std::string& member) {
-  return platform::system().files().isSymbolicLink(member) && !liesIn(member, copy.root());
+/// A run needs these two before all else. They are copied last, so that a copy that was cut off is
+/// no guest, whatever it has of the disk.
+Result<> copyMembers(const VMBundle& source, const VMBundle& copy) {
+  constexpr std::array last = {VMBundle::machineIdentifierName, VMBundle::hardwareModelName};
+  return platform::system().files().copyDirectory(source.root(), copy.root(), last);
 }
 
-/// Where the disk or the auxiliary storage is such a link, two guests use one file.
-void warnOfSharedFiles(const VMBundle& copy) {
-  for (const std::string& member : {copy.disk(), copy.auxiliaryStorage()}) {
-    if (leadsOutside(copy, member)) {
-      warn(member + " is a link out of the bundle: the copy shares that file with its source");
-    }
-  }
+/// Links are copied as links, so what a link leads to may belong to the source. Where the disk or
+/// the auxiliary storage is such a link, two guests use one file.
+void warnIfShared(const VMBundle& copy, const std::string& member, std::string_view consequence) {
+  if (!platform::system().files().isSymbolicLink(member) || liesIn(member, copy.root())) return;
+  warn(member + " is a link out of the bundle: the copy shares " + std::string(consequence));
 }
 
-/// Removes `member` if it is a link out of the copy, so that writing it leaves the target alone.
-Result<> detach(const VMBundle& copy, const std::string& member) {
-  if (leadsOutside(copy, member)) return platform::system().files().removeFile(member);
-  return {};
+void warnOfSharedMembers(const VMBundle& copy) {
+  warnIfShared(copy, copy.disk(), "that file with its source");
+  warnIfShared(copy, copy.auxiliaryStorage(), "that file with its source");
+  warnIfShared(copy, copy.share(),
+               "that directory with its source, and a parlen-vm.json stays in it");
 }
 
 VMSettings settingsForCopy(const VMBundle& copy, const platform::MacAddress& address) {
@@ -76,39 +77,34 @@ VMSettings settingsForCopy(const VMBundle& copy, const platform::MacAddress& add
 
 void writeNewSettings(const VMBundle& copy, const platform::MacAddress& address) {
   const VMSettings settings = settingsForCopy(copy, address);
-  orDie(detach(copy, copy.settings()));
-  orDie(saveSettings(settings, copy));
+  orDie(saveSettings(settings, copy, MemberFile::replaced));
 }
 
 void writeNewIdentifier(const VMBundle& copy) {
   const auto identifier = platform::host().identities().newMachineIdentifier();
-  orDie(detach(copy, copy.machineIdentifier()));
-  orDie(
-      platform::system().files().write(copy.machineIdentifier(), identifier->dataRepresentation()));
+  orDie(platform::system().files().replace(copy.machineIdentifier(),
+                                           identifier->dataRepresentation()));
 }
 
 void resetShare(const VMBundle& copy) {
   platform::Files& files = platform::system().files();
   // The configuration is the source guest's. A copy without one is no error.
-  if (liesIn(copy.share(), copy.root())) (void)files.removeFile(copy.guestConfig());
+  if (liesIn(copy.share(), copy.root())) (void)files.remove(copy.guestConfig());
   orDie(files.createDirectories(copy.share()));
 }
 
 }  // namespace
 
 void cloneVM(const std::string& from, const std::string& to, MachineIdChoice machineId) {
-  platform::Files& files = platform::system().files();
   const VMBundle source(from);
   const VMBundle copy(to);
   if (!source.exists()) die(errorCode::bundleMissing, "no VM bundle at " + from);
-  if (copy.exists()) {
-    die(errorCode::bundleExists, to + " already exists — VMs are pets, not cattle");
-  }
+  refuseExisting(copy, to);
 
   refuseCopyInside(source, copy);
-  orDie(files.createDirectories(parentOf(copy.root())));
-  orDie(files.copyDirectory(source.root(), copy.root()));
-  warnOfSharedFiles(copy);
+  createDirectory(copy, to, errorCode::cloneFailed);
+  orDie(copyMembers(source, copy));
+  warnOfSharedMembers(copy);
   makeWritable(copy.root());
   const platform::MacAddress address = platform::host().identities().randomMacAddress();
   writeNewSettings(copy, address);

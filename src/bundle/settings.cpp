@@ -28,7 +28,8 @@ std::optional<VMSettings> loadSettings(const VMBundle& bundle) {
   return decode(*json);
 }
 
-platform::Result<> saveSettings(const VMSettings& settings, const VMBundle& bundle) {
+platform::Result<> saveSettings(const VMSettings& settings, const VMBundle& bundle,
+                                MemberFile file) {
   const auto bytes =
       text::writePrettySorted(text::JsonObject{{"cpuCount", settings.cpuCount},
                                                {"diskGb", settings.diskGb},
@@ -38,7 +39,9 @@ platform::Result<> saveSettings(const VMSettings& settings, const VMBundle& bund
     return std::unexpected(platform::PlatformError{
         "ParlenSettingsErrorDomain", 1, "could not encode the settings: the address is not UTF-8"});
   }
-  return platform::system().files().write(bundle.settings(), *bytes);
+  platform::Files& files = platform::system().files();
+  return file == MemberFile::created ? files.create(bundle.settings(), *bytes)
+                                     : files.replace(bundle.settings(), *bytes);
 }
 
 std::int64_t defaultCpuCount() {

@@ -23,8 +23,13 @@ struct VMSettings {
 /// or of the wrong type. Other members are ignored.
 std::optional<VMSettings> loadSettings(const VMBundle& bundle);
 
-/// Overwrites the bundle's settings file in place. A failure can leave a truncated file.
-platform::Result<> saveSettings(const VMSettings& settings, const VMBundle& bundle);
+/// Whether a file is new in a bundle, or takes the place of what the bundle was copied with.
+enum class MemberFile { created, replaced };
+
+/// Writes the bundle's settings file, which must not exist if it is to be `created`. A failure can
+/// leave a part of the file, or none.
+platform::Result<> saveSettings(const VMSettings& settings, const VMBundle& bundle,
+                                MemberFile file);
 
 /// Half of the host's processors, at least 2 and the host's minimum, at most the host's maximum,
 /// which wins.

@@ -29,8 +29,10 @@ class VMBundle {
   /// The variable store of the guest's firmware, in the host's format.
   std::string auxiliaryStorage() const { return member("AuxiliaryStorage"); }
   /// Two opaque records of the host, stored as they are.
-  std::string hardwareModel() const { return member("HardwareModel"); }
-  std::string machineIdentifier() const { return member("MachineIdentifier"); }
+  static constexpr std::string_view hardwareModelName = "HardwareModel";
+  static constexpr std::string_view machineIdentifierName = "MachineIdentifier";
+  std::string hardwareModel() const { return member(hardwareModelName); }
+  std::string machineIdentifier() const { return member(machineIdentifierName); }
   /// The file that VMSettings is kept in.
   std::string settings() const { return member("vm.json"); }
   /// The exchange folder that the parent may share with the guest.

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "bundle/configuration.h"
+#include "bundle/directory.h"
 #include "bundle/settings.h"
 #include "bundle/vm_bundle.h"
 #include "events/error_code.h"
@@ -41,7 +42,7 @@ std::uint64_t diskLength(std::int64_t diskGb) {
 
 void createDisk(const VMBundle& bundle, std::int64_t diskGb) {
   platform::Files& files = platform::system().files();
-  files.createEmptyFile(bundle.disk());
+  orDie(files.create(bundle.disk(), ""));
   orDie(files.setLength(bundle.disk(), diskLength(diskGb)));
 }
 
@@ -54,23 +55,23 @@ VMSettings chosenSettings(const platform::ConfigurationRequirements& requirement
           .diskGb = diskGb};
 }
 
-/// Writes the bundle member by member; a failure leaves the members before it.
+/// Writes the new bundle member by member; a failure leaves the members before it. What has
+/// appeared in a member's place is not touched: it makes the creation fail.
 void layOut(const VMBundle& bundle, const platform::ConfigurationRequirements& requirements,
             std::int64_t diskGb) {
   platform::Files& files = platform::system().files();
   platform::GuestIdentities& identities = platform::host().identities();
   VMSettings settings = chosenSettings(requirements, diskGb);
 
-  orDie(files.createDirectories(bundle.root()));
-  orDie(files.createDirectories(bundle.share()));
+  orDie(files.createDirectory(bundle.share()));
   createDisk(bundle, diskGb);
-  orDie(files.write(bundle.hardwareModel(), requirements.hardwareModel->dataRepresentation()));
-  orDie(files.write(bundle.machineIdentifier(),
-                    identities.newMachineIdentifier()->dataRepresentation()));
+  orDie(files.create(bundle.hardwareModel(), requirements.hardwareModel->dataRepresentation()));
+  orDie(files.create(bundle.machineIdentifier(),
+                     identities.newMachineIdentifier()->dataRepresentation()));
   orDie(platform::host().machines().createAuxiliaryStorage(bundle.auxiliaryStorage(),
                                                            *requirements.hardwareModel));
   settings.macAddress = platform::toString(identities.randomMacAddress());
-  orDie(saveSettings(settings, bundle));
+  orDie(saveSettings(settings, bundle, MemberFile::created));
 }
 
 /// The configuration with which a run of the bundle will start.
@@ -111,8 +112,11 @@ void finish(const Result<>& result, const VMBundle& bundle) {
 /// One creation, from its loaded image on. Lives until the process ends. Main thread.
 class Creation {
  public:
-  Creation(std::string ipswPath, VMBundle bundle, std::int64_t diskGb)
-      : ipswPath_(std::move(ipswPath)), bundle_(std::move(bundle)), diskGb_(diskGb) {}
+  Creation(std::string ipswPath, std::string bundlePath, std::int64_t diskGb)
+      : ipswPath_(std::move(ipswPath)),
+        bundlePath_(std::move(bundlePath)),
+        bundle_(bundlePath_),
+        diskGb_(diskGb) {}
 
   /// Returns once the installation is under way; its end ends the process, as does every failure.
   void continueWith(const LoadedImage& image);
@@ -120,7 +124,8 @@ class Creation {
  private:
   void install(const platform::RestoreImage& image);
 
-  std::string ipswPath_;  // as typed
+  std::string ipswPath_;    // as typed
+  std::string bundlePath_;  // as typed
   VMBundle bundle_;
   std::int64_t diskGb_;
   std::unique_ptr<platform::VirtualMachine> machine_;
@@ -133,6 +138,7 @@ void Creation::continueWith(const LoadedImage& image) {
   if (!requirements) {
     die(errorCode::ipswUnsupported, "this host cannot run any configuration in " + ipswPath_);
   }
+  createDirectory(bundle_, bundlePath_, errorCode::createFailed);
   layOut(bundle_, *requirements, diskGb_);
   install(**image);
 }
@@ -156,16 +162,13 @@ void Creation::install(const platform::RestoreImage& image) {
 void createVM(const std::string& ipswPath, const std::string& bundlePath, std::int64_t diskGb) {
   platform::System& system = platform::system();
   emitReady();
-  const VMBundle bundle(bundlePath);
-  if (bundle.exists()) {
-    die(errorCode::bundleExists, bundlePath + " already exists — VMs are pets, not cattle");
-  }
+  refuseExisting(VMBundle(bundlePath), bundlePath);
   const std::string image = absolutePath(ipswPath);
   if (!system.files().exists(image)) {
     die(errorCode::ipswMissing, "no restore image at " + ipswPath);
   }
 
-  Creation creation(ipswPath, bundle, diskGb);
+  Creation creation(ipswPath, bundlePath, diskGb);
   platform::host().restoration().loadRestoreImage(image, [&system, &creation](LoadedImage loaded) {
     system.loop().post([&creation, loaded = std::move(loaded)] { creation.continueWith(loaded); });
   });

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -52,9 +53,14 @@ class Files {
   /// Like `read`, but at most the first `maxBytes` bytes.
   virtual Result<std::string> readStart(const std::string& path, std::size_t maxBytes) const = 0;
 
-  /// Creates or truncates the file and writes `bytes` into it. Not atomic: an error can leave a
-  /// truncated file. A FIFO does not block the call.
-  virtual Result<> write(const std::string& path, std::string_view bytes) = 0;
+  /// Creates the file with `bytes` in it. It is an error if anything exists at `path`, even a
+  /// dangling link. Another error can leave a file with a part of `bytes`.
+  virtual Result<> create(const std::string& path, std::string_view bytes) = 0;
+
+  /// Removes what is at `path`, if there is anything: a file of any kind, or a symbolic link but
+  /// not its target; a directory is an error. Then does as `create` does. The new file has the
+  /// owner and the mode of the regular file that it replaces, as far as the process may give them.
+  virtual Result<> replace(const std::string& path, std::string_view bytes) = 0;
 
   /// Overwrites the start of an existing regular file with `bytes` and keeps the rest of the file.
   /// With empty `bytes`, only checks that the file is writable.
@@ -66,24 +72,28 @@ class Files {
   /// Creates the directory and its missing ancestors. It is no error if the directory exists.
   virtual Result<> createDirectories(const std::string& path) = 0;
 
-  /// Creates an empty file, or truncates an existing one. Reports no error: a failure shows when
-  /// the file is used.
-  virtual void createEmptyFile(const std::string& path) = 0;
+  /// Creates the directory; its parent exists. It is an error if anything exists at `path`, even a
+  /// dangling link: of several calls for one path, one succeeds.
+  virtual Result<> createDirectory(const std::string& path) = 0;
 
   /// Sets the length of an existing file to `length` bytes. A file that grows gets a hole, not
   /// blocks of zeros.
   virtual Result<> setLength(const std::string& path, std::uint64_t length) = 0;
 
-  /// Copies the directory `from` (the target, if `from` is a symbolic link) to `to`. It is an error
-  /// if anything exists at `to`, even a dangling link, or if `to` lies inside `from`. Symbolic
-  /// links inside are copied as links, special files are created anew, and hard links among the
+  /// Copies what is in the directory `from` (the target, if `from` is a symbolic link) into `to`,
+  /// an empty directory that the caller has created, and gives `to` the attributes of `from`. The
+  /// members of `from` with the names `last` are copied in that order, after everything else. It is
+  /// an error if `to` lies inside `from`, or if anything appears in `to` that is to be copied.
+  /// Symbolic links are copied as links, special files are created anew, and hard links among the
   /// files are kept, as are holes, times, modes and extended attributes. The copy shares storage
   /// with the original where the file system can do so. An error leaves what has been copied so
   /// far.
-  virtual Result<> copyDirectory(const std::string& from, const std::string& to) = 0;
+  virtual Result<> copyDirectory(const std::string& from, const std::string& to,
+                                 std::span<const std::string_view> last) = 0;
 
-  /// Removes a file, or a symbolic link but not its target.
-  virtual Result<> removeFile(const std::string& path) = 0;
+  /// Removes a file of any kind, a symbolic link but not its target, or a directory with all that
+  /// is in it. An error can leave a part of a directory.
+  virtual Result<> remove(const std::string& path) = 0;
 };
 
 }  // namespace parlen::platform

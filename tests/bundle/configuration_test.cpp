@@ -76,9 +76,22 @@ TEST(Configuration, NamesTheIdentifierThird) {
 TEST(Configuration, NamesTheDiskLast) {
   Tool tool;
   const std::string bundle = tool.makeBundle("b");
-  ASSERT_TRUE(tool.system().files().removeFile(bundle + "/Disk.img"));
-  ASSERT_TRUE(tool.system().files().removeFile(bundle + "/AuxiliaryStorage"));
+  ASSERT_TRUE(tool.system().files().remove(bundle + "/Disk.img"));
+  ASSERT_TRUE(tool.system().files().remove(bundle + "/AuxiliaryStorage"));
   EXPECT_EQ(eventsAfterReady(tool, bundle + "//"), Lines{bundleMissing("no Disk.img in ", bundle)});
+}
+
+TEST(Configuration, CreatesNoSharesForABundleThatIsNone) {
+  for (const char* missing : {"HardwareModel", "MachineIdentifier", "Disk.img"}) {
+    Tool tool;
+    const std::string bundle = tool.makeBundle("b");
+    ASSERT_TRUE(tool.system().files().remove(bundle + "/" + missing));
+    EXPECT_EQ(tool.run({"run", "--bundle", bundle, "--share", tool.path("share"), "--logs-share",
+                        tool.path("logs")}),
+              endedWith(1));
+    EXPECT_FALSE(tool.system().files().exists(tool.path("share"))) << missing;
+    EXPECT_FALSE(tool.system().files().exists(tool.path("logs"))) << missing;
+  }
 }
 
 /// The configuration that a run of the bundle creates its machine from, as the host was given it.
@@ -125,7 +138,7 @@ TEST(Configuration, FallsBackToDefaultsWithoutSettings) {
 TEST(Configuration, FallsBackToDefaultsWithoutASettingsFile) {
   Tool tool;
   const std::string bundle = tool.makeBundle("b");
-  ASSERT_TRUE(tool.system().files().removeFile(bundle + "/vm.json"));
+  ASSERT_TRUE(tool.system().files().remove(bundle + "/vm.json"));
   const std::string configuration = created(tool);
   EXPECT_TRUE(configuration.contains(R"("cpuCount":4,"memorySize":4294967296)")) << configuration;
   EXPECT_TRUE(configuration.contains(R"("macAddress":null)")) << configuration;

@@ -79,7 +79,7 @@ TEST_F(Settings, TakeANegativeCpuCountForTheValidationToReject) {
 
 TEST_F(Settings, AreWrittenToTheByte) {
   const VMBundle bundle(tool_.path("b"));
-  ASSERT_TRUE(saveSettings({"0a:1b:2c:3d:4e:5f", 4, 4294967296, 80}, bundle));
+  ASSERT_TRUE(saveSettings({"0a:1b:2c:3d:4e:5f", 4, 4294967296, 80}, bundle, MemberFile::created));
   EXPECT_EQ(tool_.read("b/vm.json"),
             "{\n"
             "  \"cpuCount\" : 4,\n"
@@ -95,18 +95,25 @@ TEST_F(Settings, AreReadBackAsTheyWereWrittenAndDropOtherKeys) {
   for (const VMSettings& settings :
        {VMSettings{"a", 2, 1, 0}, VMSettings{"", INT64_MIN, UINT64_MAX, -1},
         VMSettings{"\"/é\n", 0, 0, INT64_MAX}}) {
-    ASSERT_TRUE(saveSettings(settings, bundle));
+    ASSERT_TRUE(saveSettings(settings, bundle, MemberFile::replaced));
     EXPECT_EQ(loadSettings(bundle), settings);
     EXPECT_FALSE(tool_.read("b/vm.json").contains("note"));
   }
 }
 
 TEST_F(Settings, AreNotWrittenWhereTheSystemDoesNotLetThem) {
-  const auto result = saveSettings({"a", 2, 1, 0}, VMBundle(tool_.path("none")));
+  const auto result =
+      saveSettings({"a", 2, 1, 0}, VMBundle(tool_.path("none")), MemberFile::created);
   ASSERT_FALSE(result);
   EXPECT_TRUE(result.error().description.contains(tool_.path("none/vm.json")))
       << result.error().description;
-  EXPECT_FALSE(saveSettings({"\xff", 2, 1, 0}, VMBundle(tool_.path("b"))));
+  EXPECT_FALSE(saveSettings({"\xff", 2, 1, 0}, VMBundle(tool_.path("b")), MemberFile::replaced));
+}
+
+TEST_F(Settings, OfANewBundleReplaceNothing) {
+  tool_.write("b/vm.json", "precious");
+  EXPECT_FALSE(saveSettings({"a", 2, 1, 0}, VMBundle(tool_.path("b")), MemberFile::created));
+  EXPECT_EQ(tool_.read("b/vm.json"), "precious");
 }
 
 struct CpuCase {

@@ -104,7 +104,7 @@ TEST(Status, ReportsTheDiskBehindALink) {
   Tool tool;
   const std::string bundle = tool.makeBundle("b");
   tool.write("disk", "12345");
-  ASSERT_TRUE(tool.system().files().removeFile(bundle + "/Disk.img"));
+  ASSERT_TRUE(tool.system().files().remove(bundle + "/Disk.img"));
   ASSERT_EQ(symlink("../disk", (bundle + "/Disk.img").c_str()), 0);
   EXPECT_EQ(tool.run({"status", "--bundle", bundle}), endedWith(0));
   EXPECT_TRUE(tool.events()[0].contains(R"("disk":true,"diskBytes":5,)")) << tool.events()[0];
@@ -113,7 +113,7 @@ TEST(Status, ReportsTheDiskBehindALink) {
 TEST(Status, ReportsNoDiskBehindALinkToNothing) {
   Tool tool;
   const std::string bundle = tool.makeBundle("b");
-  ASSERT_TRUE(tool.system().files().removeFile(bundle + "/Disk.img"));
+  ASSERT_TRUE(tool.system().files().remove(bundle + "/Disk.img"));
   ASSERT_EQ(symlink("nothing", (bundle + "/Disk.img").c_str()), 0);
   EXPECT_EQ(tool.run({"status", "--bundle", bundle}), endedWith(0));
   EXPECT_TRUE(tool.events()[0].contains(R"("disk":false,"diskGb":80)")) << tool.events()[0];

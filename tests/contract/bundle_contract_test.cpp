@@ -48,7 +48,7 @@ TEST_P(BundleContract, MakesRandomLocallyAdministeredAddresses) {
 
 TEST_P(BundleContract, DoesNotOverwriteAFileWithAuxiliaryStorage) {
   const auto model = hardwareModel();
-  ASSERT_TRUE(files().write(path("aux"), "precious"));
+  ASSERT_TRUE(files().replace(path("aux"), "precious"));
 
   const auto created = host().machines().createAuxiliaryStorage(path("aux"), *model);
 

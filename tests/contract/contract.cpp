@@ -23,7 +23,7 @@ void Contract::runAWhile() {
 
 std::string Contract::smallRestoreImage() {
   std::string image = path("small-image");
-  EXPECT_TRUE(files().write(image, underTest().smallRestoreImage()));
+  EXPECT_TRUE(files().replace(image, underTest().smallRestoreImage()));
   return image;
 }
 
@@ -65,7 +65,7 @@ Guest Contract::emptyGuest(const std::string& name, std::uint64_t diskLength) {
   Guest guest{
       .disk = path(name + ".disk"), .auxiliaryStorage = path(name + ".aux"), .configuration = {}};
   const auto model = hardwareModel();
-  files().createEmptyFile(guest.disk);
+  EXPECT_TRUE(files().create(guest.disk, ""));
   EXPECT_TRUE(files().setLength(guest.disk, diskLength));
 
   guest.configuration.hardwareModel = model;
@@ -78,7 +78,8 @@ Guest Contract::emptyGuest(const std::string& name, std::uint64_t diskLength) {
 
 Guest Contract::copyOf(const std::string& bundle, const std::string& name) {
   const std::string copy = path(name);
-  EXPECT_TRUE(files().copyDirectory(bundle, copy));
+  EXPECT_TRUE(files().createDirectory(copy));
+  EXPECT_TRUE(files().copyDirectory(bundle, copy, {}));
   Guest guest{.disk = copy + "/Disk.img",
               .auxiliaryStorage = copy + "/AuxiliaryStorage",
               .configuration = {}};

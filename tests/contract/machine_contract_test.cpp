@@ -198,7 +198,7 @@ TEST_P(MachineContract, ReportsOneEndAfterARequestedStop) {
 
 TEST_P(MachineContract, FailsToStartWithoutAuxiliaryStorage) {
   const Guest guest = installedGuest("guest");
-  ASSERT_TRUE(files().removeFile(guest.auxiliaryStorage));
+  ASSERT_TRUE(files().remove(guest.auxiliaryStorage));
   MachineStory story;
   const auto machine = machineOf(guest, story);
 
@@ -214,7 +214,7 @@ TEST_P(MachineContract, FailsToStartWithoutAuxiliaryStorage) {
 
 TEST_P(MachineContract, FailsToStartWithDamagedAuxiliaryStorage) {
   const Guest guest = installedGuest("guest");
-  ASSERT_TRUE(files().write(guest.auxiliaryStorage, "nothing that a firmware wrote"));
+  ASSERT_TRUE(files().replace(guest.auxiliaryStorage, "nothing that a firmware wrote"));
   MachineStory story;
   const auto machine = machineOf(guest, story);
 
@@ -228,7 +228,7 @@ TEST_P(MachineContract, FailsToStartWithDamagedAuxiliaryStorage) {
 
 TEST_P(MachineContract, FailsToStartWithoutItsDisk) {
   const Guest guest = installedGuest("guest");
-  ASSERT_TRUE(files().removeFile(guest.disk));
+  ASSERT_TRUE(files().remove(guest.disk));
   MachineStory story;
   const auto machine = machineOf(guest, story);
 

@@ -28,8 +28,8 @@ TEST_P(RestorationContract, LoadsAnImageAndReportsItsRequirements) {
 }
 
 TEST_P(RestorationContract, FailsToLoadAnythingElseAndNamesIt) {
-  ASSERT_TRUE(files().write(path("garbage"), "this is no image of anything\n"));
-  ASSERT_TRUE(files().write(path("empty"), ""));
+  ASSERT_TRUE(files().replace(path("garbage"), "this is no image of anything\n"));
+  ASSERT_TRUE(files().replace(path("empty"), ""));
   ASSERT_TRUE(files().createDirectories(path("directory")));
 
   for (const std::string name : {"garbage", "empty", "directory", "missing"}) {

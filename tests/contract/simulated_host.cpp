@@ -17,7 +17,7 @@ class SimulatedHost final : public HostUnderTest {
   }
   std::optional<std::string> obedientRestoreImage(const std::string& directory) override {
     std::string path = directory + "/obedient";
-    if (!system_->files().write(path, smallRestoreImage())) return std::nullopt;
+    if (!system_->files().replace(path, smallRestoreImage())) return std::nullopt;
     return path;
   }
   bool keepsMachinesApart() const override { return false; }

@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <utility>
 
 #include "bundle/settings.h"
 #include "install/create.h"
 #include "support/event_lines.h"
+#include "support/posix_fixtures.h"
 #include "support/tool.h"
 
 namespace parlen::test {
@@ -173,9 +177,61 @@ TEST(Create, FailsWhereAFileStandsInTheBundlesPlace) {
   Creation given;
   given.tool.write("b", "precious");
   EXPECT_EQ(given.create(), endedWith(1));
-  ASSERT_EQ(given.tool.events().size(), 2U);
-  EXPECT_TRUE(given.tool.events()[1].contains(R"("code":"create-failed")"));
+  const auto again = given.tool.system().files().createDirectory(given.bundle);
+  EXPECT_EQ(given.tool.events(), (Lines{ready, error("create-failed", again.error().description)}));
   EXPECT_EQ(given.tool.read("b"), "precious");
+}
+
+TEST(Create, FailsWhereADanglingLinkStandsInTheBundlesPlace) {
+  Creation given;
+  ASSERT_EQ(symlink("nowhere", given.bundle.c_str()), 0);
+  EXPECT_EQ(given.create(), endedWith(1));
+  const auto again = given.tool.system().files().createDirectory(given.bundle);
+  EXPECT_EQ(given.tool.events(), (Lines{ready, error("create-failed", again.error().description)}));
+  EXPECT_FALSE(given.tool.system().files().exists(given.tool.path("nowhere")));
+}
+
+TEST(Create, CreatesTheBundlesMissingParents) {
+  Creation given;
+  given.bundle = given.tool.path("deep/er/b");
+  EXPECT_EQ(given.create(), endedWith(0));
+  EXPECT_EQ(given.tool.events().back(), created(given.bundle));
+}
+
+// --- What appears after it has looked ---
+
+TEST(Create, NeverTouchesADirectoryThatAppears) {
+  Creation given(R"({"restoreImage":{"loadMs":500}})");
+  given.tool.system().loop().postDelayed(std::chrono::milliseconds(100), [&] {
+    given.tool.makeDirectory("b");
+    given.tool.write("b/Disk.img", "precious");
+  });
+  EXPECT_EQ(given.tool.run(
+                {"create", "--ipsw", given.tool.path("image"), "--bundle", given.bundle + "/"}),
+            endedWith(1));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, error("bundle-exists",
+                                given.bundle + "/ already exists — VMs are pets, not cattle")}));
+  EXPECT_EQ(given.tool.read("b/Disk.img"), "precious");
+  EXPECT_FALSE(given.tool.system().files().exists(given.bundle + "/share"));
+}
+
+TEST(Create, NeverTouchesAMemberThatAppears) {
+  // Before each call that makes one of them, somebody else makes it.
+  for (const char* member :
+       {"share", "Disk.img", "HardwareModel", "MachineIdentifier", "AuxiliaryStorage", "vm.json"}) {
+    Creation given;
+    const std::string path = given.bundle + "/" + member;
+    bool isThere = false;
+    given.tool.system().files().before = [&](std::string_view, const std::string& changed) {
+      if (changed == path && !std::exchange(isThere, true)) putFile(path, "precious");
+    };
+    EXPECT_EQ(given.create(), endedWith(1)) << member;
+    EXPECT_TRUE(isThere);
+    EXPECT_TRUE(given.tool.events().back().contains(R"("code":"create-failed")")) << member;
+    EXPECT_TRUE(given.tool.events().back().contains(member)) << given.tool.events().back();
+    EXPECT_EQ(fileContent(path), "precious");
+  }
 }
 
 TEST(Create, FailsInTheInstallerForADiskWithoutRoom) {

@@ -12,7 +12,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "platform/linux/event_loop.h"
 #include "platform/linux/files.h"
@@ -52,6 +55,13 @@ void expectTimes(const std::string& path, time_t modified) {
   EXPECT_EQ(987654321, status.st_mtim.tv_nsec) << path;
 }
 
+// Copies into a new directory `to`.
+platform::Result<> copyToNew(const std::string& from, const std::string& to,
+                             std::span<const std::string_view> last = {}) {
+  const auto created = linux::Files().createDirectory(to);
+  return created ? linux::Files().copyDirectory(from, to, last) : created;
+}
+
 class DirectoryCopyTest : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(0, mkdir(from().c_str(), 0755)); }
@@ -61,7 +71,7 @@ class DirectoryCopyTest : public testing::Test {
   std::string to(const std::string& name = "") const { return at("to") + slashed(name); }
 
   void copy() {
-    const auto result = linux::Files().copyDirectory(from(), to());
+    const auto result = copyToNew(from(), to());
     ASSERT_TRUE(result) << result.error().description;
   }
 
@@ -175,8 +185,7 @@ TEST_F(DirectoryCopyTest, CopiesWhatBelongsToOthersAsItsOwn) {
   ASSERT_EQ(0, chmod(from("file").c_str(), 04755));
   ASSERT_EQ(0, chmod(at("").c_str(), 0777));
 
-  const int status =
-      unprivileged([&] { return linux::Files().copyDirectory(from(), to()).has_value() ? 0 : 1; });
+  const int status = unprivileged([&] { return copyToNew(from(), to()).has_value() ? 0 : 1; });
 
   EXPECT_EQ(0, status);
   EXPECT_EQ("theirs", fileContent(to("file")));
@@ -193,8 +202,7 @@ TEST_F(DirectoryCopyTest, CopiesReadOnlyDirectoriesWithoutPrivileges) {
   ASSERT_EQ(0, chmod(from().c_str(), 0555));
   ASSERT_EQ(0, chmod(at("").c_str(), 0777));
 
-  const int status =
-      unprivileged([&] { return linux::Files().copyDirectory(from(), to()).has_value() ? 0 : 1; });
+  const int status = unprivileged([&] { return copyToNew(from(), to()).has_value() ? 0 : 1; });
 
   EXPECT_EQ(0, status);
   EXPECT_EQ("x", fileContent(to("locked/file")));
@@ -226,7 +234,7 @@ TEST_F(DirectoryCopyTest, CopiesTheDirectoryBehindALink) {
 
   for (const char* source : {"link", "link/"}) {
     const std::string target = at("to-of-") + (source[4] == '/' ? "slash" : "link");
-    ASSERT_TRUE(linux::Files().copyDirectory(at(source), target));
+    ASSERT_TRUE(copyToNew(at(source), target));
     EXPECT_TRUE(S_ISDIR(statusOf(target).st_mode));
     EXPECT_EQ("x", fileContent(target + "/file"));
   }
@@ -278,34 +286,74 @@ TEST_F(DirectoryCopyTest, KeepsHoles) {
   EXPECT_LE(statusOf(to("Disk.img")).st_blocks, statusOf(from("Disk.img")).st_blocks);
 }
 
-TEST_F(DirectoryCopyTest, FailsIfTheDestinationExistsInAnyForm) {
-  putFile(from("file"), "x");
-  putFile(at("file"), "kept");
-  ASSERT_EQ(0, mkdir(at("directory").c_str(), 0755));
-  ASSERT_EQ(0, symlink("nowhere", at("dangling").c_str()));
-  ASSERT_EQ(0, symlink("directory", at("link").c_str()));
+TEST_F(DirectoryCopyTest, CopiesTheNamedMembersLast) {
+  // Nothing can replace what is there already, so the copy stops at "Disk.img".
+  for (const char* name : {"HardwareModel", "a", "Disk.img", "z", "MachineIdentifier"}) {
+    putFile(from(name), name);
+  }
+  ASSERT_EQ(0, mkdir(from("share").c_str(), 0755));
+  putFile(from("share/HardwareModel"), "only a name");
+  const std::vector<std::string_view> last = {"Disk.img", "nothing", "MachineIdentifier",
+                                              "HardwareModel"};
+  ASSERT_EQ(0, mkdir(to().c_str(), 0755));
+  putFile(to("Disk.img"), "in the way");
 
-  for (const char* name : {"file", "directory", "dangling", "link", "directory/", "dangling/"}) {
-    const auto result = linux::Files().copyDirectory(from(), at(name));
+  const auto result = linux::Files().copyDirectory(from(), to(), last);
+
+  ASSERT_FALSE(result);
+  EXPECT_EQ(EEXIST, result.error().code);
+  EXPECT_THAT(result.error().description, HasSubstr(to("Disk.img")));
+  for (const char* name : {"a", "z", "share/HardwareModel"})
+    EXPECT_EQ(0, access(to(name).c_str(), F_OK));
+  for (const char* name : {"MachineIdentifier", "HardwareModel"}) {
+    EXPECT_NE(0, access(to(name).c_str(), F_OK)) << name;
+  }
+  ASSERT_TRUE(copyToNew(from(), at("whole"), last));
+  for (const char* name : {"Disk.img", "MachineIdentifier", "HardwareModel"}) {
+    EXPECT_EQ(name, fileContent(at("whole/") + name));
+  }
+}
+
+TEST_F(DirectoryCopyTest, NeverReplacesWhatIsInTheDestination) {
+  putFile(from("file"), "x");
+  ASSERT_EQ(0, mkdir(from("directory").c_str(), 0755));
+  ASSERT_EQ(0, symlink("file", from("link").c_str()));
+  ASSERT_EQ(0, mkfifo(from("fifo").c_str(), 0600));
+
+  for (const char* name : {"file", "directory", "link", "fifo"}) {
+    const std::string target = at("to-") + name;
+    ASSERT_EQ(0, mkdir(target.c_str(), 0755));
+    ASSERT_EQ(0, symlink("../precious", (target + "/" + name).c_str()));
+    const auto result = linux::Files().copyDirectory(from(), target, {});
     ASSERT_FALSE(result) << name;
     EXPECT_EQ(EEXIST, result.error().code) << name;
+    EXPECT_EQ("../precious", linkText(target + "/" + name));
   }
-  EXPECT_EQ("kept", fileContent(at("file")));
-  EXPECT_EQ(0, rmdir(at("directory").c_str())) << "something was put into it";
-  EXPECT_NE(0, access(at("nowhere").c_str(), F_OK));
+  EXPECT_NE(0, access(at("precious").c_str(), F_OK));
+}
+
+TEST_F(DirectoryCopyTest, KeepsOthersOutOfAnUnfinishedCopy) {
+  putFile(from("file"), "x");
+  ASSERT_EQ(0, mkdir(to().c_str(), 0777));
+  putFile(to("file"), "in the way");
+
+  ASSERT_FALSE(linux::Files().copyDirectory(from(), to(), {}));
+
+  EXPECT_EQ(0700U, statusOf(to()).st_mode & 07777);
 }
 
 TEST_F(DirectoryCopyTest, ReportsWhatItCouldNotDo) {
-  const auto result = linux::Files().copyDirectory(at("missing"), to());
+  const auto result = copyToNew(at("missing"), to());
 
   ASSERT_FALSE(result);
   EXPECT_EQ("NSPOSIXErrorDomain", result.error().domain);
   EXPECT_EQ(ENOENT, result.error().code);
   EXPECT_EQ("could not copy " + at("missing") + " to " + to() + ": No such file or directory",
             result.error().description);
-  EXPECT_EQ(ENOENT, linux::Files().copyDirectory(from(), at("no/where")).error().code);
+  EXPECT_EQ(ENOENT, linux::Files().copyDirectory(from(), at("nowhere"), {}).error().code);
   putFile(at("file"), "");
-  EXPECT_EQ(ENOTDIR, linux::Files().copyDirectory(at("file"), to()).error().code);
+  EXPECT_EQ(ENOTDIR, linux::Files().copyDirectory(at("file"), to(), {}).error().code);
+  EXPECT_EQ(ENOTDIR, linux::Files().copyDirectory(from(), at("file"), {}).error().code);
 }
 
 TEST_F(DirectoryCopyTest, NamesTheEntryThatFailed) {
@@ -316,7 +364,7 @@ TEST_F(DirectoryCopyTest, NamesTheEntryThatFailed) {
   const posix::Pipe pipe = makePipe();
 
   unprivileged([&] {
-    const auto result = linux::Files().copyDirectory(from(), to());
+    const auto result = copyToNew(from(), to());
     const std::string text = result ? "it worked" : result.error().description;
     return write(pipe.writing.get(), text.data(), text.size()) > 0 ? 0 : 1;
   });
@@ -337,16 +385,15 @@ TEST_F(DirectoryCopyTest, FailsToCopyADirectoryIntoItself) {
   for (const std::string& inside :
        {from("copy"), from("a/copy"), from("a/../copy"), at("way-in/copy"), from("copy/")}) {
     for (const std::string& source : {from(), at("same"), from() + "/."}) {
-      const auto result = linux::Files().copyDirectory(source, inside);
+      const auto result = copyToNew(source, inside);
       ASSERT_FALSE(result) << inside;
       EXPECT_EQ(EINVAL, result.error().code) << inside;
       EXPECT_THAT(result.error().description, HasSubstr("The copy would lie inside its source"));
+      EXPECT_EQ(0, rmdir(inside.c_str())) << "something was copied";
     }
   }
-  EXPECT_EQ(0, rmdir(from("a").c_str())) << "something was copied";
-  EXPECT_TRUE(linux::Files().copyDirectory(from(), at("from-elsewhere/copy")));
-  EXPECT_TRUE(linux::Files().copyDirectory(from(), at("from2")))
-      << "a name that only begins the same";
+  EXPECT_TRUE(copyToNew(from(), at("from-elsewhere/copy")));
+  EXPECT_TRUE(copyToNew(from(), at("from2"))) << "a name that only begins the same";
 }
 
 TEST_F(DirectoryCopyTest, StopsAtAMountThatLeadsIntoTheCopy) {
@@ -360,7 +407,7 @@ TEST_F(DirectoryCopyTest, StopsAtAMountThatLeadsIntoTheCopy) {
     if (mount(at("elsewhere").c_str(), mounted.c_str(), nullptr, MS_BIND, nullptr) != 0) {
       return noMounts;
     }
-    const auto result = linux::Files().copyDirectory(from(), at("elsewhere/copy"));
+    const auto result = copyToNew(from(), at("elsewhere/copy"));
     return !result && result.error().code == ELOOP ? 0 : 1;
   });
   if (WEXITSTATUS(status) == noMounts) GTEST_SKIP() << "this process may not mount";

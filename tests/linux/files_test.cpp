@@ -100,22 +100,78 @@ TEST_F(FilesTest, ReturnsTheLogicalLength) {
 }
 
 TEST_F(FilesTest, ReadsBackWhatItWrote) {
+  ASSERT_TRUE(files_.create(at("new"), "new"));
+  EXPECT_EQ("new", files_.read(at("new")));
   for (const std::string& content :
-       {std::string(), std::string("a\0b", 3), std::string(300000, 'x')}) {
-    ASSERT_TRUE(files_.write(at("file"), content));
+       {std::string(), std::string("a\0b", 3), std::string(300000, 'x'), std::string("short")}) {
+    ASSERT_TRUE(files_.replace(at("file"), content));
     EXPECT_EQ(content, files_.read(at("file")));
   }
-  ASSERT_TRUE(files_.write(at("file"), "short"));
-  EXPECT_EQ("short", files_.read(at("file")));
+}
+
+TEST_F(FilesTest, CreatesOnlyWhatIsNotThere) {
+  putFile(at("file"), "precious");
+  ASSERT_EQ(0, mkdir(at("directory").c_str(), 0700));
+  ASSERT_EQ(0, mkfifo(at("fifo").c_str(), 0600));
+  ASSERT_EQ(0, symlink("file", at("link").c_str()));
+  ASSERT_EQ(0, symlink("nowhere", at("dangling").c_str()));
+
+  for (const char* name : {"file", "directory", "fifo", "link", "dangling"}) {
+    EXPECT_EQ(posixError(EEXIST, "could not create the file " + at(name) + ": File exists"),
+              files_.create(at(name), "x").error());
+    EXPECT_EQ(posixError(EEXIST, "could not create the directory " + at(name) + ": File exists"),
+              files_.createDirectory(at(name)).error());
+  }
+  EXPECT_EQ("precious", fileContent(at("file")));
+  EXPECT_FALSE(files_.exists(at("nowhere")));
+  EXPECT_EQ(ENOENT, files_.createDirectory(at("no/where")).error().code);
+}
+
+TEST_F(FilesTest, ReplacesWhatIsThereAndNotWhatALinkLeadsTo) {
+  putFile(at("precious"), "precious");
+  putFile(at("file"), "old");
+  ASSERT_EQ(0, link(at("precious").c_str(), at("same").c_str()));
+  ASSERT_EQ(0, symlink("precious", at("link").c_str()));
+  ASSERT_EQ(0, symlink("nowhere", at("dangling").c_str()));
+  ASSERT_EQ(0, mkfifo(at("fifo").c_str(), 0600));
+  ASSERT_EQ(0, mkdir(at("directory").c_str(), 0700));
+
+  for (const char* name : {"file", "same", "link", "dangling", "fifo", "nothing"}) {
+    ASSERT_TRUE(files_.replace(at(name), "new")) << name;
+    EXPECT_TRUE(S_ISREG(statusOf(at(name)).st_mode)) << name;
+    EXPECT_EQ("new", fileContent(at(name)));
+  }
+  EXPECT_EQ("precious", fileContent(at("precious")));
+  EXPECT_FALSE(files_.exists(at("nowhere")));
+  EXPECT_EQ(posixError(EISDIR, "could not write the file " + at("directory") + ": Is a directory"),
+            files_.replace(at("directory"), "x").error());
+}
+
+TEST_F(FilesTest, GivesAReplacementTheModeAndTheOwnerOfTheFile) {
+  putFile(at("file"), "old");
+  ASSERT_EQ(0, chmod(at("file").c_str(), 0440));
+  const bool isRoot = geteuid() == 0;
+  const uid_t owner = isRoot ? 1234 : geteuid();
+  ASSERT_EQ(0, chown(at("file").c_str(), owner, static_cast<gid_t>(-1)));
+
+  ASSERT_TRUE(files_.replace(at("file"), "new"));
+
+  const struct stat status = statusOf(at("file"));
+  EXPECT_EQ(0440U, status.st_mode & 07777);
+  EXPECT_EQ(owner, status.st_uid);
 }
 
 TEST_F(FilesTest, CreatesFilesWithTheDefaultMode) {
   const mode_t mask = umask(027);
-  EXPECT_TRUE(files_.write(at("file"), ""));
+  EXPECT_TRUE(files_.create(at("created"), ""));
+  EXPECT_TRUE(files_.replace(at("file"), ""));
   EXPECT_TRUE(files_.createDirectories(at("a/b")));
+  EXPECT_TRUE(files_.createDirectory(at("c")));
   umask(mask);
 
+  EXPECT_EQ(0640U, statusOf(at("created")).st_mode & 07777);
   EXPECT_EQ(0640U, statusOf(at("file")).st_mode & 07777);
+  EXPECT_EQ(0750U, statusOf(at("c")).st_mode & 0777);
   EXPECT_EQ(0750U, statusOf(at("a")).st_mode & 0777);
   EXPECT_EQ(0750U, statusOf(at("a/b")).st_mode & 0777);
 }
@@ -158,23 +214,16 @@ TEST_F(FilesTest, ReadsRegularFilesOnly) {
 TEST_F(FilesTest, IsNotBlockedByAFifoThatItWrites) {
   ASSERT_EQ(0, mkfifo(at("fifo").c_str(), 0600));
 
-  EXPECT_EQ(ENXIO, files_.write(at("fifo"), "x").error().code);
   EXPECT_EQ(ENXIO, files_.createForAppending(at("fifo")).error().code);
   EXPECT_EQ(ENXIO, files_.setLength(at("fifo"), 0).error().code);
-  files_.createEmptyFile(at("fifo"));
-
-  // Nor by one that nobody empties.
-  const Descriptor reader(open(at("fifo").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  EXPECT_EQ(EAGAIN, files_.write(at("fifo"), std::string(1 << 20, 'x')).error().code);
 }
 
 TEST_F(FilesTest, ReportsWhyAFileCannotBeWritten) {
-  EXPECT_EQ(posixError(ENOENT,
-                       "could not write the file " + at("no/file") + ": No such file or directory"),
-            files_.write(at("no/file"), "x").error());
-  EXPECT_EQ(EISDIR, files_.write(at(""), "x").error().code);
-  EXPECT_EQ(posixError(ENOSPC, "could not write the file /dev/full: No space left on device"),
-            files_.write("/dev/full", "x").error());
+  const std::string attempt = "could not write the file ";
+  EXPECT_EQ(posixError(ENOENT, attempt + at("no/file") + ": No such file or directory"),
+            files_.replace(at("no/file"), "x").error());
+  EXPECT_EQ(ENOENT, files_.create(at("no/file"), "x").error().code);
+  EXPECT_EQ(EISDIR, files_.replace(at(""), "x").error().code);
 }
 
 TEST_F(FilesTest, WritesOverTheStart) {
@@ -258,16 +307,6 @@ TEST_F(FilesTest, CreatesDirectoriesThatOthersCreateAtTheSameTime) {
   EXPECT_TRUE(files_.isDirectory(deep));
 }
 
-TEST_F(FilesTest, CreatesAndTruncatesEmptyFiles) {
-  putFile(at("old"), "content");
-  files_.createEmptyFile(at("old"));
-  files_.createEmptyFile(at("new"));
-  files_.createEmptyFile(at("no/where"));
-
-  EXPECT_EQ(0U, files_.length(at("old")));
-  EXPECT_EQ(0U, files_.length(at("new")));
-}
-
 TEST_F(FilesTest, GrowsAFileSparsely) {
   putFile(at("disk"), "");
 
@@ -295,22 +334,36 @@ TEST_F(FilesTest, RemovesALinkRatherThanItsTarget) {
   putFile(at("file"), "x");
   ASSERT_EQ(0, symlink("file", at("link").c_str()));
 
-  EXPECT_TRUE(files_.removeFile(at("link")));
+  EXPECT_TRUE(files_.remove(at("link")));
   EXPECT_TRUE(files_.exists(at("file")));
-  EXPECT_TRUE(files_.removeFile(at("file")));
+  EXPECT_TRUE(files_.remove(at("file")));
   EXPECT_EQ(posixError(ENOENT, "could not remove " + at("file") + ": No such file or directory"),
-            files_.removeFile(at("file")).error());
-  EXPECT_FALSE(files_.removeFile(at("")));
+            files_.remove(at("file")).error());
+}
+
+TEST_F(FilesTest, RemovesADirectoryWithAllThatIsInIt) {
+  putFile(at("precious"), "x");
+  ASSERT_TRUE(files_.createDirectories(at("full/deep/er")));
+  putFile(at("full/deep/file"), "x");
+  ASSERT_EQ(0, symlink("../precious", at("full/link").c_str()));
+  ASSERT_EQ(0, symlink("..", at("full/up").c_str()));
+  ASSERT_EQ(0, mkfifo(at("full/fifo").c_str(), 0600));
+
+  EXPECT_TRUE(files_.remove(at("full")));
+
+  EXPECT_FALSE(files_.exists(at("full")));
+  EXPECT_EQ("x", fileContent(at("precious")));
 }
 
 TEST_F(FilesTest, LeavesNoDescriptorOpen) {
   const Descriptor before(open("/dev/null", O_RDONLY | O_CLOEXEC));
-  EXPECT_TRUE(files_.write(at("file"), "x"));
+  EXPECT_TRUE(files_.replace(at("file"), "x"));
   EXPECT_TRUE(files_.writeStart(at("file"), "y"));
   EXPECT_TRUE(files_.read(at("file")));
   EXPECT_FALSE(files_.read(at("")));
   EXPECT_TRUE(files_.setLength(at("file"), 5));
-  files_.createEmptyFile(at("file"));
+  EXPECT_FALSE(files_.create(at("file"), ""));
+  EXPECT_TRUE(files_.remove(at("file")));
   const Descriptor after(open("/dev/null", O_RDONLY | O_CLOEXEC));
 
   EXPECT_EQ(before.get() + 1, after.get());

@@ -77,7 +77,7 @@ class Storage : public testing::Test {
     variables_ = path("variables");
     std::string volume(1000, '\xff');
     volume.replace(40, 4, "_FVH");
-    EXPECT_TRUE(files().write(variables_, volume));
+    EXPECT_TRUE(files().replace(variables_, volume));
     platform_.firmwareVariables = variables_.c_str();
     return platform_;
   }
@@ -115,7 +115,7 @@ TEST_F(Storage, KeepsAGuestsVariablesWhenItBecomesUnfinished) {
   const GuestPlatform& platform = firmware();
   std::string used = files().read(path("variables")).value();
   used.replace(100, 8, "variable");
-  ASSERT_TRUE(files().write(path("aux"), used));
+  ASSERT_TRUE(files().replace(path("aux"), used));
 
   ASSERT_TRUE(setInstallation(Installation::unfinished, path("aux"), platform));
   EXPECT_FALSE(checkAuxiliaryStorage(path("aux"), platform));
@@ -138,7 +138,7 @@ TEST_F(Storage, IsUnfinishedHoweverLittleOfItThereIs) {
 
 TEST_F(Storage, IsNotCreatedOutOfAnythingElse) {
   const GuestPlatform& platform = firmware();
-  ASSERT_TRUE(files().write(path("variables"), std::string(1000, 'x')));
+  ASSERT_TRUE(files().replace(path("variables"), std::string(1000, 'x')));
 
   const auto created = createAuxiliaryStorage(path("aux"), platform);
 
@@ -164,7 +164,7 @@ TEST_F(Storage, OfAnotherLengthOrContentIsDamaged) {
   withoutSignature[40] = 'x';
 
   for (const std::string& bytes : {std::string(), good.substr(1), good + "x", withoutSignature}) {
-    ASSERT_TRUE(files().write(path("aux"), bytes));
+    ASSERT_TRUE(files().replace(path("aux"), bytes));
     const auto checked = checkAuxiliaryStorage(path("aux"), platform);
     ASSERT_FALSE(checked);
     EXPECT_THAT(checked.error().description, HasSubstr(path("aux") + " is damaged"));
@@ -181,7 +181,7 @@ TEST_F(Storage, ThatIsMissingIsNamedWithTheReason) {
 }
 
 TEST_F(Storage, AttachesAFileAsADisk) {
-  ASSERT_TRUE(files().write(path("disk"), ""));
+  ASSERT_TRUE(files().replace(path("disk"), ""));
 
   const auto disk = attachDisk(path("disk"), DiskAccess::readWrite);
 

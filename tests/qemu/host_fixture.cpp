@@ -21,7 +21,7 @@ platform::MachineConfiguration HostTest::makeGuest(const std::string& folder) {
   constexpr std::uint64_t diskLength = 1024UL * 1024UL;
   const std::string root = path(folder);
   EXPECT_TRUE(files().createDirectories(root));
-  files().createEmptyFile(root + "/disk");
+  EXPECT_TRUE(files().create(root + "/disk", ""));
   EXPECT_TRUE(files().setLength(root + "/disk", diskLength));
 
   const auto model = std::make_shared<HardwareModel>(*nativeGuestPlatform());

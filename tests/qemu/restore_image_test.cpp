@@ -40,7 +40,7 @@ class RestoreImageTest : public HostTest {
     std::string disk(length, '\0');
     disk.replace(510, 2, "\x55\xaa");
     disk.replace(length / 2, 100, std::string(100, 'x'));
-    ASSERT_TRUE(files().write(path(name), disk));
+    ASSERT_TRUE(files().replace(path(name), disk));
   }
   platform::Result<> install(const platform::RestoreImage& image, const std::string& guest) {
     return install(image, guest, makeGuest(guest));
@@ -83,8 +83,8 @@ TEST_F(RestoreImageTest, NeedsNothingInParticular) {
 }
 
 TEST_F(RestoreImageTest, IsADiskAndNotJustAnyFile) {
-  ASSERT_TRUE(files().write(path("text"), std::string(5000, 'x')));
-  ASSERT_TRUE(files().write(path("nothing"), ""));
+  ASSERT_TRUE(files().replace(path("text"), std::string(5000, 'x')));
+  ASSERT_TRUE(files().replace(path("nothing"), ""));
 
   EXPECT_EQ(errorOf("text"), sentence("text", "is not a disk image"));
   EXPECT_EQ(errorOf("nothing"), sentence("nothing", "is empty"));
@@ -146,9 +146,9 @@ TEST_F(RestoreImageTest, HasAllBlocksThatItsPartitionTableNames) {
   constexpr std::size_t usable = 0x1fdfUL * 512UL;
   std::string disk(usable + 33UL * 512UL, '\0');
   disk.replace(512, 8, "EFI PART").replace(560, 2, "\xde\x1f");
-  ASSERT_TRUE(files().write(path("whole"), disk));
-  ASSERT_TRUE(files().write(path("without the copy"), disk.substr(0, usable)));
-  ASSERT_TRUE(files().write(path("cut"), disk.substr(0, usable - 1)));
+  ASSERT_TRUE(files().replace(path("whole"), disk));
+  ASSERT_TRUE(files().replace(path("without the copy"), disk.substr(0, usable)));
+  ASSERT_TRUE(files().replace(path("cut"), disk.substr(0, usable - 1)));
 
   EXPECT_EQ(errorOf("whole"), "");
   EXPECT_EQ(errorOf("without the copy"), "");
@@ -198,7 +198,7 @@ TEST_P(CutImageTest, IsNeverInstalledWithoutItsEnd) {
 
   for (const std::size_t cut : cuts) {
     const std::string name = "without " + std::to_string(cut);
-    ASSERT_TRUE(files().write(path(name), image.substr(0, image.size() - cut)));
+    ASSERT_TRUE(files().replace(path(name), image.substr(0, image.size() - cut)));
     const Loaded loaded = load(name);
     if (loaded) {
       EXPECT_TRUE(isInstalledWhole(**loaded, "guest " + name)) << name;
@@ -240,8 +240,8 @@ INSTANTIATE_TEST_SUITE_P(
     [](const testing::TestParamInfo<ImageKind>& kind) { return kind.param.name; });
 
 TEST_F(RestoreImageTest, WithABrokenHeaderIsRefusedWithAReason) {
-  ASSERT_TRUE(files().write(path("broken"),
-                            "QFI\xfb" + std::string("\0\0\0\3", 4) + std::string(100, '\0')));
+  ASSERT_TRUE(files().replace(path("broken"),
+                              "QFI\xfb" + std::string("\0\0\0\3", 4) + std::string(100, '\0')));
 
   EXPECT_THAT(errorOf("broken"), HasSubstr(sentence("broken", "cannot be read: ")));
 }
@@ -260,7 +260,7 @@ TEST_F(RestoreImageTest, IsInstalledOnlyAsItWasExamined) {
   makeRawDisk("raw");
   const Loaded image = load("raw");
   ASSERT_TRUE(image) << image.error().description;
-  ASSERT_TRUE(files().write(path("raw"), "QFI\xfb"));
+  ASSERT_TRUE(files().replace(path("raw"), "QFI\xfb"));
 
   EXPECT_THAT(install(**image, "late").error().description,
               EndsWith("has changed since it was examined"));

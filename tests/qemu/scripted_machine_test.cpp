@@ -47,7 +47,7 @@ answer
     const std::string folder = "machine" + std::to_string(++machines_);
     auto configuration = makeGuest(folder);
     const std::string emulator = path(folder + "/" + std::string(nativeGuestPlatform()->emulator));
-    EXPECT_TRUE(files().write(emulator, script));
+    EXPECT_TRUE(files().replace(emulator, script));
     EXPECT_EQ(::chmod(emulator.c_str(), 0755), 0);
     held_ = emulator + ".held";
     const std::string fifo = emulator + ".release";
@@ -67,7 +67,7 @@ answer
   }
   /// Until the script is in `hold` and the machine has handled all that the script said before.
   void runUntilHeld() {
-    runUntil([this] { return files().removeFile(held_).has_value(); });
+    runUntil([this] { return files().remove(held_).has_value(); });
     int iterations = 5;
     runUntil([&iterations] { return --iterations == 0; });
   }

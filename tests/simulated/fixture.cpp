@@ -42,7 +42,7 @@ platform::MachineConfiguration HostTest::installedGuest() {
 }
 
 void HostTest::write(const std::string& name, const std::string& bytes) {
-  const auto written = system_.files().write(path(name), bytes);
+  const auto written = system_.files().replace(path(name), bytes);
   ASSERT_TRUE(written) << written.error().description;
 }
 

@@ -92,7 +92,7 @@ TEST_F(Machine, DoesNotStartWithAnotherModelsStorage) {
 
 TEST_F(Machine, DoesNotStartWithoutItsStorage) {
   given("{}");
-  ASSERT_TRUE(system_.files().removeFile(path("AuxiliaryStorage")));
+  ASSERT_TRUE(system_.files().remove(path("AuxiliaryStorage")));
   start();
   pass(0);
   ASSERT_EQ(story_.size(), 1U);

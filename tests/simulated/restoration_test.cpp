@@ -243,7 +243,7 @@ TEST_F(Installer, TakesADiskThatIsJustLongEnough) {
 TEST_F(Installer, ReportsADiskThatIsGoneAtTheEnd) {
   given(R"({"install":{"stepMs":5}})");
   install();
-  ASSERT_TRUE(system_.files().removeFile(path("Disk.img")));
+  ASSERT_TRUE(system_.files().remove(path("Disk.img")));
   system_.loop().runUntilIdle();
   ASSERT_EQ(story_.size(), 1U);
   EXPECT_TRUE(story_[0].starts_with("25 failed: ")) << story_[0];

@@ -113,6 +113,7 @@ std::unique_ptr<platform::SignalSource> TestProcess::watchSignal(platform::Termi
 
 platform::Result<int> TestProcess::runAndWait(const std::string& program,
                                               const std::vector<std::string>& arguments) {
+  beforeProgram();
   programsRun.emplace_back(program, arguments);
   if (programsCannotStart) {
     return std::unexpected(platform::PlatformError{"test", 2, "could not start " + program});
@@ -130,7 +131,8 @@ bool TestProcess::raise(platform::TerminationSignal signal) {
 
 // ---- The system ----
 
-TestSystem::TestSystem() : real_(makeRealSystem()), process_(loop_, real_->process()) {}
+TestSystem::TestSystem()
+    : real_(makeRealSystem()), files_(real_->files()), process_(loop_, real_->process()) {}
 
 TestSystem::~TestSystem() = default;
 

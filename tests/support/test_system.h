@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/platform.h"
+#include "support/watched_files.h"
 
 namespace parlen::test {
 
@@ -103,6 +104,8 @@ class TestProcess : public platform::Process {
   std::vector<std::pair<std::string, std::vector<std::string>>> programsRun;
   /// Stands in for the next program's start.
   bool programsCannotStart = false;
+  /// Called before each program is run.
+  std::function<void()> beforeProgram = [] {};
   Recorder recorder;  // may be null
 
  private:
@@ -122,7 +125,9 @@ class TestSystem : public platform::System {
   TestSystem();
   ~TestSystem() override;
 
-  platform::Files& files() override { return real_->files(); }
+  WatchedFiles& files() override { return files_; }
+  /// Calls on these are not watched.
+  platform::Files& realFiles() { return real_->files(); }
   CapturedStreams& streams() override { return streams_; }
   VirtualLoop& loop() override { return loop_; }
   TestProcess& process() override { return process_; }
@@ -132,6 +137,7 @@ class TestSystem : public platform::System {
 
  private:
   std::unique_ptr<platform::System> real_;
+  WatchedFiles files_;
   VirtualLoop loop_;
   CapturedStreams streams_{loop_};
   TestProcess process_;

@@ -101,7 +101,7 @@ std::vector<std::string> Tool::recording() {
 }
 
 void Tool::write(const std::string& name, std::string_view bytes) {
-  const auto written = system_.files().write(path(name), bytes);
+  const auto written = system_.files().replace(path(name), bytes);
   EXPECT_TRUE(written.has_value()) << written.error().description;
 }
 

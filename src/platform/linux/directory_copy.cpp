@@ -7,6 +7,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -147,6 +148,14 @@ int readLink(int directory, const char* name, std::string& text) {
   }
 }
 
+/// Moves those of `names` that `last` has to the end, in the order of `last`.
+void putLast(std::vector<std::string>& names, std::span<const std::string_view> last) {
+  for (const std::string_view name : last) {
+    const auto found = std::ranges::find(names, name);
+    if (found != names.end()) std::rotate(found, found + 1, names.end());
+  }
+}
+
 /// One copy of a directory with all that is in it into a new, empty one. The directories that are
 /// being copied are kept in a list rather than on the stack, so that no depth can overflow it.
 class TreeCopy {
@@ -154,7 +163,9 @@ class TreeCopy {
   /// The paths are for error messages, and must outlive the copy.
   TreeCopy(const std::string& from, const std::string& to) : from_(from), to_(to) {}
 
-  platform::Result<> run(Descriptor source, Descriptor target);
+  /// The entries of `source` that `last` names are copied after all others.
+  platform::Result<> run(Descriptor source, Descriptor target,
+                         std::span<const std::string_view> last);
 
  private:
   using FileId = std::pair<dev_t, ino_t>;
@@ -188,11 +199,13 @@ class TreeCopy {
   std::map<FileId, std::string> linked_;  // where the first of several links was copied to
 };
 
-Result<> TreeCopy::run(Descriptor source, Descriptor target) {
+Result<> TreeCopy::run(Descriptor source, Descriptor target,
+                       std::span<const std::string_view> last) {
   struct stat made{};
   if (fstat(target.get(), &made) != 0) return failed("", errno);
   top_ = idOf(made);
   if (const int code = enter(std::move(source), std::move(target), "")) return failed("", code);
+  putLast(levels_.front().names, last);
   while (!levels_.empty()) {
     Level& level = levels_.back();
     if (level.next == level.names.size()) {
@@ -323,31 +336,24 @@ bool liesInside(Descriptor directory, const struct stat& wanted) {
   return true;
 }
 
-/// The path of the directory that holds `path`, which has no trailing slash.
-std::string parentOf(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
-}
-
 }  // namespace
 
-Result<> copyDirectoryTree(const std::string& from, const std::string& to) {
+Result<> copyDirectoryTree(const std::string& from, const std::string& to,
+                           std::span<const std::string_view> last) {
   const std::string attempt = "copy " + from + " to " + to;
   const DescriptorAllowance allowance;
   Descriptor sourceTop(open(from.c_str(), directoryFlags & ~O_NOFOLLOW));
   struct stat status{};
   if (!sourceTop || fstat(sourceTop.get(), &status) != 0) return error(attempt, errno);
-  Descriptor parent(open(parentOf(to).c_str(), pathFlags));
-  if (!parent) return error(attempt, errno);
-  if (liesInside(std::move(parent), status)) {
-    return error(attempt, EINVAL, "The copy would lie inside its source");
-  }
-  // Fails if there is anything at all, a link that leads nowhere included.
-  if (mkdir(to.c_str(), ownDirectory) != 0) return error(attempt, errno);
   Descriptor targetTop(open(to.c_str(), directoryFlags));
   if (!targetTop) return error(attempt, errno);
-  return TreeCopy(from, to).run(std::move(sourceTop), std::move(targetTop));
+  Descriptor inner(openat(targetTop.get(), ".", pathFlags));
+  if (!inner) return error(attempt, errno);
+  if (liesInside(std::move(inner), status)) {
+    return error(attempt, EINVAL, "The copy would lie inside its source");
+  }
+  if (fchmod(targetTop.get(), ownDirectory) != 0) return error(attempt, errno);
+  return TreeCopy(from, to).run(std::move(sourceTop), std::move(targetTop), last);
 }
 
 }  // namespace parlen::linux

@@ -1,6 +1,7 @@
 #include "platform/linux/files.h"
 
 #include <fcntl.h>
+#include <ftw.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -72,6 +74,18 @@ Result<std::string> readUpTo(const RegularFile& file, std::size_t maxBytes,
   }
   content.resize(used);
   return content;
+}
+
+/// Fails if there is anything at all, a link that leads nowhere included.
+Descriptor openNew(const std::string& path) {
+  return Descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | safely, fileMode));
+}
+
+/// The owner as far as the process may. For another owner or group a file has no special bits.
+void giveAttributes(const struct stat& status, int file) {
+  constexpr mode_t modeBits = 0777;
+  [[maybe_unused]] const int owned = fchown(file, status.st_uid, status.st_gid);
+  [[maybe_unused]] const int changed = fchmod(file, status.st_mode & modeBits);
 }
 
 Result<> writeAndClose(Descriptor file, std::string_view bytes, std::string_view attempt) {
@@ -145,10 +159,21 @@ Result<std::string> Files::readStart(const std::string& path, std::size_t maxByt
   return readUpTo(*file, maxBytes, attempt);
 }
 
-Result<> Files::write(const std::string& path, std::string_view bytes) {
-  const std::string attempt = "write the file " + path;
-  Descriptor file(open(path.c_str(), creating, fileMode));
+Result<> Files::create(const std::string& path, std::string_view bytes) {
+  const std::string attempt = "create the file " + path;
+  Descriptor file = openNew(path);
   if (!file) return error(attempt, errno);
+  return writeAndClose(std::move(file), bytes, attempt);
+}
+
+Result<> Files::replace(const std::string& path, std::string_view bytes) {
+  const std::string attempt = "write the file " + path;
+  struct stat before{};
+  const bool exists = lstat(path.c_str(), &before) == 0;
+  if (exists && unlink(path.c_str()) != 0) return error(attempt, errno);
+  Descriptor file = openNew(path);
+  if (!file) return error(attempt, errno);
+  if (exists && S_ISREG(before.st_mode)) giveAttributes(before, file.get());
   return writeAndClose(std::move(file), bytes, attempt);
 }
 
@@ -164,10 +189,6 @@ Result<std::unique_ptr<platform::AppendingFile>> Files::createForAppending(
   Descriptor file(open(path.c_str(), creating | O_APPEND, fileMode));
   if (!file) return error("create the file " + path, errno);
   return std::make_unique<OpenFile>(std::move(file));
-}
-
-void Files::createEmptyFile(const std::string& path) {
-  const Descriptor file(open(path.c_str(), creating, fileMode));
 }
 
 Result<> Files::setLength(const std::string& path, std::uint64_t length) {
@@ -202,13 +223,23 @@ Result<> Files::createDirectories(const std::string& path) {
   return error("create the directory " + directory, code);
 }
 
-Result<> Files::copyDirectory(const std::string& from, const std::string& to) {
-  return copyDirectoryTree(withoutTrailingSlashes(from), withoutTrailingSlashes(to));
+Result<> Files::createDirectory(const std::string& path) {
+  if (mkdir(path.c_str(), directoryMode) != 0) return error("create the directory " + path, errno);
+  return {};
 }
 
-Result<> Files::removeFile(const std::string& path) {
-  if (unlink(path.c_str()) != 0) return error("remove " + path, errno);
-  return {};
+Result<> Files::copyDirectory(const std::string& from, const std::string& to,
+                              std::span<const std::string_view> last) {
+  return copyDirectoryTree(withoutTrailingSlashes(from), withoutTrailingSlashes(to), last);
+}
+
+Result<> Files::remove(const std::string& path) {
+  constexpr int maxDescriptors = 16;
+  const auto removeOne = [](const char* entry, const struct stat*, int, FTW*) {
+    return std::remove(entry);
+  };
+  if (nftw(path.c_str(), removeOne, maxDescriptors, FTW_DEPTH | FTW_PHYS) == 0) return {};
+  return error("remove " + path, errno);
 }
 
 }  // namespace parlen::linux

@@ -21,15 +21,17 @@ class Files final : public platform::Files {
   platform::Result<std::string> read(const std::string& path) const override;
   platform::Result<std::string> readStart(const std::string& path,
                                           std::size_t maxBytes) const override;
-  platform::Result<> write(const std::string& path, std::string_view bytes) override;
+  platform::Result<> create(const std::string& path, std::string_view bytes) override;
+  platform::Result<> replace(const std::string& path, std::string_view bytes) override;
   platform::Result<> writeStart(const std::string& path, std::string_view bytes) override;
   platform::Result<std::unique_ptr<platform::AppendingFile>> createForAppending(
       const std::string& path) override;
   platform::Result<> createDirectories(const std::string& path) override;
-  void createEmptyFile(const std::string& path) override;
+  platform::Result<> createDirectory(const std::string& path) override;
   platform::Result<> setLength(const std::string& path, std::uint64_t length) override;
-  platform::Result<> copyDirectory(const std::string& from, const std::string& to) override;
-  platform::Result<> removeFile(const std::string& path) override;
+  platform::Result<> copyDirectory(const std::string& from, const std::string& to,
+                                   std::span<const std::string_view> last) override;
+  platform::Result<> remove(const std::string& path) override;
 };
 
 }  // namespace parlen::linux

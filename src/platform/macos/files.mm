@@ -1,8 +1,13 @@
 #import "platform/macos/files.h"
 
 #import <Foundation/Foundation.h>
+#include <copyfile.h>
 #include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #import "platform/macos/bridge.h"
@@ -56,6 +61,13 @@ Result<> rejectFifo(const std::string& path) {
   return {};
 }
 
+Result<> writeWhole(const std::string& path, std::string_view bytes, NSDataWritingOptions options) {
+  NSError* error = nil;
+  if (![toData(bytes) writeToURL:toFileUrl(path) options:options error:&error])
+    return macos::error(error);
+  return {};
+}
+
 /// Opens an existing file; neither creates nor truncates it.
 Result<NSFileHandle*> openForWriting(const std::string& path) {
   NSError* error = nil;
@@ -83,19 +95,30 @@ class AppendingFile final : public platform::AppendingFile {
   NSFileHandle* handle_;
 };
 
-NSString* parentOf(const std::string& path) {
-  return toPath(path).stringByDeletingLastPathComponent;
-}
-
-/// Compares the items, not the paths, so links do not matter. False for a missing parent; the copy
+/// Compares the items, not the paths, so links do not matter. False for a missing item; the copy
 /// itself reports that.
-bool liesInside(const std::string& directory, NSString* parent) {
+bool liesInside(const std::string& directory, const std::string& item) {
   NSURLRelationship relationship = NSURLRelationshipOther;
   const BOOL known = [manager() getRelationship:&relationship
                                ofDirectoryAtURL:toFileUrl(directory)
-                                    toItemAtURL:[NSURL fileURLWithPath:parent]
+                                    toItemAtURL:toFileUrl(item)
                                           error:nil];
   return known && relationship != NSURLRelationshipOther;
+}
+
+/// The names in `directory`; those that `last` names come after all others, in its order.
+Result<std::vector<std::string>> membersOf(const std::string& directory,
+                                           std::span<const std::string_view> last) {
+  NSError* error = nil;
+  NSArray<NSString*>* names = [manager() contentsOfDirectoryAtPath:toPath(directory) error:&error];
+  if (names == nil) return macos::error(error);
+  std::vector<std::string> members;
+  for (NSString* name in names) members.push_back(fromText(name));
+  for (const std::string_view name : last) {
+    const auto found = std::ranges::find(members, name);
+    if (found != members.end()) std::rotate(found, found + 1, members.end());
+  }
+  return members;
 }
 
 }  // namespace
@@ -148,13 +171,27 @@ Result<std::string> Files::readStart(const std::string& path, std::size_t max) c
   return fromData(start);
 }
 
-Result<> Files::write(const std::string& path, std::string_view bytes) {
-  if (const auto usable = rejectFifo(path); !usable) return usable;
-  NSError* error = nil;
-  // Without NSDataWritingAtomic the file is truncated and written in place.
-  if (![toData(bytes) writeToURL:toFileUrl(path) options:0 error:&error])
-    return macos::error(error);
-  return {};
+Result<> Files::create(const std::string& path, std::string_view bytes) {
+  // Apple's NSDataWritingOptions page: fails if the file exists.
+  return writeWhole(path, bytes, NSDataWritingWithoutOverwriting);
+}
+
+Result<> Files::replace(const std::string& path, std::string_view bytes) {
+  struct stat before{};
+  const bool exists = lstat(path.c_str(), &before) == 0;
+  if (exists && S_ISDIR(before.st_mode))
+    return macos::error(EISDIR, couldNotUse(path, "it is a directory"));
+  if (exists) {
+    if (const auto removed = remove(path); !removed) return removed;
+  }
+  const auto created = create(path, bytes);
+  if (created && exists && S_ISREG(before.st_mode)) {
+    constexpr mode_t modeBits = 0777;
+    // Only root may give files away.
+    [[maybe_unused]] const int owned = lchown(path.c_str(), before.st_uid, before.st_gid);
+    [[maybe_unused]] const int changed = chmod(path.c_str(), before.st_mode & modeBits);
+  }
+  return created;
 }
 
 Result<> Files::writeStart(const std::string& path, std::string_view bytes) {
@@ -168,7 +205,10 @@ Result<> Files::writeStart(const std::string& path, std::string_view bytes) {
 
 Result<std::unique_ptr<platform::AppendingFile>> Files::createForAppending(
     const std::string& path) {
-  if (const auto created = write(path, ""); !created) return std::unexpected(created.error());
+  if (const auto usable = rejectFifo(path); !usable) return std::unexpected(usable.error());
+  // Without NSDataWritingAtomic the file is truncated in place.
+  if (const auto created = writeWhole(path, "", 0); !created)
+    return std::unexpected(created.error());
   const auto handle = openForWriting(path);
   if (!handle) return std::unexpected(handle.error());
   return std::make_unique<AppendingFile>(*handle);
@@ -186,8 +226,16 @@ Result<> Files::createDirectories(const std::string& path) {
   return {};
 }
 
-void Files::createEmptyFile(const std::string& path) {
-  [manager() createFileAtPath:toPath(path) contents:nil attributes:nil];
+Result<> Files::createDirectory(const std::string& path) {
+  NSError* error = nil;
+  // Without intermediate directories, an existing directory is an error.
+  if (![manager() createDirectoryAtPath:toPath(path)
+            withIntermediateDirectories:NO
+                             attributes:nil
+                                  error:&error]) {
+    return macos::error(error);
+  }
+  return {};
 }
 
 Result<> Files::setLength(const std::string& path, std::uint64_t length) {
@@ -199,24 +247,32 @@ Result<> Files::setLength(const std::string& path, std::uint64_t length) {
   return close(*handle);
 }
 
-Result<> Files::copyDirectory(const std::string& from, const std::string& to) {
+// One copy of the whole tree would have no order, so each member is copied by itself. A file shares
+// its storage with the original all the same (copyItemAtURL: clones on APFS).
+Result<> Files::copyDirectory(const std::string& from, const std::string& to,
+                              std::span<const std::string_view> last) {
   // A copy into itself would never end.
-  if (liesInside(from, parentOf(to)))
-    return macos::error(EINVAL, couldNotUse(to, "it lies inside " + from));
-  // copyItemAtURL: copies a link as a link, also when `from` itself is one.
+  if (liesInside(from, to)) return macos::error(EINVAL, couldNotUse(to, "it lies inside " + from));
   const std::string source = canonicalPath(from).value_or(from);
-  NSError* error = nil;
-  if (![manager() copyItemAtURL:toFileUrl(source) toURL:toFileUrl(to) error:&error]) {
-    return macos::error(error);
+  const auto members = membersOf(source, last);
+  if (!members) return std::unexpected(members.error());
+  for (const std::string& name : *members) {
+    NSError* error = nil;
+    if (![manager() copyItemAtURL:toFileUrl(source + "/" + name)
+                            toURL:toFileUrl(to + "/" + name)
+                            error:&error]) {
+      return macos::error(error);
+    }
   }
-  return {};
+  // copyfile(3): the mode, the times, the access list and the extended attributes.
+  if (copyfile(source.c_str(), to.c_str(), nullptr, COPYFILE_METADATA) == 0) return {};
+  const int code = errno;
+  return macos::error(code, couldNotUse(to, strerror(code)));
 }
 
-Result<> Files::removeFile(const std::string& path) {
-  // removeItemAtURL: would remove a directory with its contents; of a link it removes the link.
-  if (isDirectory(path) && !isSymbolicLink(path))
-    return macos::error(EISDIR, couldNotUse(path, "it is a directory"));
+Result<> Files::remove(const std::string& path) {
   NSError* error = nil;
+  // Removes a directory with its contents, and of a link the link.
   if (![manager() removeItemAtURL:toFileUrl(path) error:&error]) return macos::error(error);
   return {};
 }

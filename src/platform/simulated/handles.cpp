@@ -79,11 +79,7 @@ platform::MacAddress Identities::randomMacAddress() {
 
 platform::Result<> createAuxiliaryStorage(platform::Files& files, const std::string& path,
                                           const HardwareModel& model) {
-  if (files.exists(path)) {
-    return error("could not create the auxiliary storage " + path +
-                 ": something exists there already");
-  }
-  return files.write(path, storageContent(model));
+  return files.create(path, storageContent(model));
 }
 
 platform::Result<> checkGuestFiles(const platform::Files& files,

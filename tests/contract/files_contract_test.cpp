@@ -1,0 +1,86 @@
+#include <gmock/gmock.h>
+
+#include <array>
+#include <filesystem>
+
+#include "contract/contract.h"
+
+namespace parlen::test {
+namespace {
+
+using testing::HasSubstr;
+
+using FilesContract = Contract;
+INSTANTIATE_TEST_SUITE_P(Hosts, FilesContract, testing::ValuesIn(allHosts()), nameOf);
+
+TEST_P(FilesContract, CreatesOnlyWhatIsNotThere) {
+  ASSERT_TRUE(files().create(path("file"), "precious"));
+  ASSERT_TRUE(files().createDirectory(path("directory")));
+  std::filesystem::create_symlink("nowhere", path("dangling"));
+
+  for (const char* name : {"file", "directory", "dangling"}) {
+    const auto created = files().create(path(name), "x");
+    ASSERT_FALSE(created) << name;
+    EXPECT_THAT(created.error().description, HasSubstr(name));
+    EXPECT_FALSE(files().createDirectory(path(name))) << name;
+  }
+  EXPECT_EQ(files().read(path("file")), "precious");
+  EXPECT_FALSE(files().exists(path("nowhere")));
+  EXPECT_FALSE(files().createDirectory(path("no/where")));
+}
+
+TEST_P(FilesContract, ReplacesALinkAndNotItsTarget) {
+  ASSERT_TRUE(files().create(path("precious"), "precious"));
+  std::filesystem::create_symlink("precious", path("link"));
+  ASSERT_TRUE(files().createDirectory(path("directory")));
+
+  for (const char* name : {"link", "link", "nothing"}) {
+    ASSERT_TRUE(files().replace(path(name), "new")) << name;
+    EXPECT_EQ(files().read(path(name)), "new");
+  }
+  EXPECT_FALSE(files().replace(path("directory"), "new"));
+  EXPECT_EQ(files().read(path("precious")), "precious");
+}
+
+TEST_P(FilesContract, RemovesADirectoryWithAllThatIsInIt) {
+  ASSERT_TRUE(files().create(path("precious"), "precious"));
+  ASSERT_TRUE(files().createDirectories(path("full/deep")));
+  ASSERT_TRUE(files().create(path("full/deep/file"), ""));
+  std::filesystem::create_symlink("../precious", path("full/link"));
+
+  EXPECT_TRUE(files().remove(path("full")));
+
+  EXPECT_FALSE(files().exists(path("full")));
+  EXPECT_TRUE(files().exists(path("precious")));
+  EXPECT_FALSE(files().remove(path("full")));
+}
+
+TEST_P(FilesContract, CopiesTheNamedMembersLast) {
+  ASSERT_TRUE(files().createDirectories(path("from/share")));
+  for (const char* name : {"HardwareModel", "Disk.img", "share/HardwareModel"}) {
+    ASSERT_TRUE(files().create(path("from/") + name, name));
+  }
+  ASSERT_TRUE(files().createDirectory(path("to")));
+  ASSERT_TRUE(files().create(path("to/Disk.img"), "in the way"));
+  constexpr std::array<std::string_view, 3> last = {"Disk.img", "nothing", "HardwareModel"};
+
+  EXPECT_FALSE(files().copyDirectory(path("from"), path("to"), last));
+
+  EXPECT_EQ(files().read(path("to/Disk.img")), "in the way");
+  EXPECT_EQ(files().read(path("to/share/HardwareModel")), "share/HardwareModel");
+  EXPECT_FALSE(files().exists(path("to/HardwareModel")));
+  ASSERT_TRUE(files().createDirectory(path("whole")));
+  EXPECT_TRUE(files().copyDirectory(path("from"), path("whole"), last));
+  EXPECT_EQ(files().read(path("whole/HardwareModel")), "HardwareModel");
+}
+
+TEST_P(FilesContract, NeverCopiesADirectoryIntoItself) {
+  ASSERT_TRUE(files().createDirectories(path("from/inside")));
+
+  EXPECT_FALSE(files().copyDirectory(path("from"), path("from/inside"), {}));
+
+  EXPECT_TRUE(std::filesystem::is_empty(path("from/inside")));
+}
+
+}  // namespace
+}  // namespace parlen::test
