@@ -113,7 +113,8 @@ void emitWindowSize(const platform::Rect& content, const platform::Rect& frame);
 
 // --- For people -----------------------------------------------------------------------------
 
-/// Writes a prefixed line to standard error, past the queue and unordered with the events.
+/// Writes a prefixed line to standard error, past the queue and unordered with the events; dropped
+/// if nobody reads that stream.
 void warn(std::string_view text);
 
 }  // namespace parlen

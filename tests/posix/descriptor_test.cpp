@@ -6,6 +6,7 @@
 #include <sys/select.h>
 
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -85,6 +86,15 @@ TEST(WaitUntilReady, TakesNumbersThatSelectDoesNot) {
   waitUntilReady({&wait, 1});
 
   EXPECT_NE(0, wait.revents);
+}
+
+TEST(WaitUntilReady, EndsWithItsTimeout) {
+  const Pipe pipe = makePipe();
+  pollfd wait{pipe.reading.get(), POLLIN, 0};
+
+  waitUntilReady({&wait, 1}, std::chrono::milliseconds(0));
+
+  EXPECT_EQ(0, wait.revents);
 }
 
 TEST(WaitUntilReady, TakesANumberThatIsNotOpenForReady) {

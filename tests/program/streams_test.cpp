@@ -5,12 +5,14 @@
 #include <unistd.h>
 
 #include "program.h"
+#include "support/posix_fixtures.h"
 #include "world.h"
 
 namespace parlen::test {
 namespace {
 
 using Lines = std::vector<std::string>;
+using posix::Pipe;
 
 TEST(StandardInput, IsDrainedWhileTheParentDoesNotRead) {
   // Refusals of 100 bytes fill the output's pipe long before the last command has been sent.
@@ -85,6 +87,56 @@ TEST(StandardError, HasTheWarningsAndNothingElse) {
   EXPECT_EQ(program.warnings(),
             "parlen-mac-vm: ignoring a malformed command line\n"
             "parlen-mac-vm: ignoring an unknown command 'fly'\n");
+}
+
+constexpr int manyLines = 2'000;  // their warnings do not fit into a pipe
+
+std::string malformedLines() {
+  std::string lines;
+  for (int i = 0; i < manyLines; ++i) lines += "nonsense\n";
+  return lines;
+}
+
+TEST(StandardError, IsNotWaitedForWhenNobodyReadsIt) {
+  const World world;
+  const Pipe error = makePipe();
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment(),
+                  [&] { dup2(error.writing.get(), STDERR_FILENO); });
+  program.eventsUntil(running);
+
+  program.send(malformedLines() + "{\"type\":\"stop\"}\n");
+
+  EXPECT_THAT(program.remainingEvents(),
+              testing::ElementsAre(testing::HasSubstr("after host stop request")));
+  EXPECT_EQ(program.wait(), exitedWith(0));
+}
+
+TEST(StandardError, SaysHowManyWarningsWereDropped) {
+  const World world;
+  Pipe error = makePipe();
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment(),
+                  [&] { dup2(error.writing.get(), STDERR_FILENO); });
+  program.eventsUntil(running);
+  program.send(malformedLines() + "{\"type\":\"pause\"}\n");
+  program.eventsUntil(paused);
+  error.writing.close();
+  constexpr std::string_view warning = "parlen-mac-vm: ignoring a malformed command line\n";
+
+  // The pipe is full: this much is in it, and makes room for what follows.
+  std::string early(16 * 4096, '\0');
+  early.resize(static_cast<std::size_t>(read(error.reading.get(), early.data(), early.size())));
+  program.send("{\"type\":\"fly\"}\n");
+  program.closeInput();
+  program.remainingEvents();
+  const std::string all = early + readAll(error.reading.get());
+
+  std::string expected;
+  int written = 0;
+  for (; all.compare(expected.size(), warning.size(), warning) == 0; ++written) expected += warning;
+  EXPECT_LT(written, manyLines);
+  EXPECT_EQ(all.substr(expected.size()), "parlen-mac-vm: " + std::to_string(manyLines - written) +
+                                             " warnings were dropped because nobody read them\n"
+                                             "parlen-mac-vm: ignoring an unknown command 'fly'\n");
 }
 
 }  // namespace

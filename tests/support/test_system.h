@@ -58,7 +58,7 @@ class CapturedStreams : public platform::StandardStreams {
   explicit CapturedStreams(platform::EventLoop& loop) : loop_(loop) {}
 
   void writeOutput(std::string_view bytes) override;
-  void writeError(std::string_view bytes) override { error += bytes; }
+  void writeError(std::string_view line) override { error += line; }
   void readInput(InputHandler handler) override;
 
   /// Delivers a chunk to the reader in a later loop iteration, as the real streams do.

@@ -9,6 +9,17 @@
 namespace parlen::posix {
 namespace {
 
+using Timeout = std::optional<std::chrono::milliseconds>;
+
+timeval asTimeval(std::chrono::milliseconds timeout) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
+  const std::chrono::microseconds rest = timeout - seconds;
+  timeval value{};
+  value.tv_sec = static_cast<decltype(value.tv_sec)>(seconds.count());
+  value.tv_usec = static_cast<decltype(value.tv_usec)>(rest.count());
+  return value;
+}
+
 // select(2) of Linux blocks on numbers that are not open if they are above all that are.
 bool findClosed(std::span<pollfd> waits) {
   bool found = false;
@@ -20,7 +31,7 @@ bool findClosed(std::span<pollfd> waits) {
   return found;
 }
 
-void waitBySelect(std::span<pollfd> waits) {
+void waitBySelect(std::span<pollfd> waits, Timeout timeout) {
   if (findClosed(waits)) return;
   fd_set readable;
   fd_set writable;
@@ -32,7 +43,9 @@ void waitBySelect(std::span<pollfd> waits) {
     FD_SET(wait.fd, wait.events == POLLIN ? &readable : &writable);
     highest = std::max(highest, wait.fd);
   }
-  if (select(highest + 1, &readable, &writable, nullptr, nullptr) <= 0) return;
+  timeval limit = asTimeval(timeout.value_or(std::chrono::milliseconds(0)));
+  timeval* const noLaterThan = timeout ? &limit : nullptr;
+  if (select(highest + 1, &readable, &writable, nullptr, noLaterThan) <= 0) return;
   for (pollfd& wait : waits) {
     if (wait.fd < 0) continue;
     const bool ready = FD_ISSET(wait.fd, wait.events == POLLIN ? &readable : &writable);
@@ -63,11 +76,12 @@ int writeAll(int descriptor, std::string_view& bytes) {
 
 // poll(2) of macOS is made of kqueue, which does not tell the end of a FIFO and does not know most
 // devices. select(2) does, but takes no number from FD_SETSIZE on.
-void waitUntilReady(std::span<pollfd> waits) {
+void waitUntilReady(std::span<pollfd> waits, Timeout timeout) {
   for (pollfd& wait : waits) wait.revents = 0;
   if (std::ranges::all_of(waits, [](const pollfd& wait) { return wait.fd < FD_SETSIZE; })) {
-    waitBySelect(waits);
-  } else if (poll(waits.data(), static_cast<nfds_t>(waits.size()), -1) < 0) {
+    waitBySelect(waits, timeout);
+  } else if (const int limit = timeout ? static_cast<int>(timeout->count()) : -1;
+             poll(waits.data(), static_cast<nfds_t>(waits.size()), limit) < 0) {
     for (pollfd& wait : waits) wait.revents = 0;
   }
 }

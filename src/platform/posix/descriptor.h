@@ -3,6 +3,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -45,8 +47,9 @@ int writeAll(int descriptor, std::string_view& bytes);
 
 /// Waits until at least one descriptor is ready for its `events` (POLLIN or POLLOUT) and sets the
 /// `revents` of those that are. An end, an error and a number that is not open are readiness: the
-/// next call on the descriptor returns them. A signal handler that runs may end the wait with none
-/// ready. Negative numbers are passed over.
-void waitUntilReady(std::span<pollfd> waits);
+/// next call on the descriptor returns them. The end of `timeout` or a signal handler that runs
+/// ends the wait with none ready. Negative numbers are passed over.
+void waitUntilReady(std::span<pollfd> waits,
+                    std::optional<std::chrono::milliseconds> timeout = std::nullopt);
 
 }  // namespace parlen::posix

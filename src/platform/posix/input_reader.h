@@ -18,7 +18,7 @@
 
 namespace parlen::posix {
 
-/// Lets the reader see that a write to a standard stream has not returned yet. Any thread.
+/// Lets the reader see that a write to standard output has not returned yet. Any thread.
 class WriteActivity {
  public:
   void begin() { begun_.fetch_add(1); }

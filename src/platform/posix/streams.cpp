@@ -17,20 +17,18 @@ void openStandardDescriptors() {
   }
 }
 
-void Streams::writeOutput(std::string_view bytes) { write(descriptors_.output, bytes); }
-
-void Streams::writeError(std::string_view bytes) { write(descriptors_.error, bytes); }
-
-void Streams::write(int descriptor, std::string_view bytes) {
+void Streams::writeOutput(std::string_view bytes) {
   writes_.begin();
   // Waiting for a reader keeps every byte, also on a pipe that another process has made
   // non-blocking. Any other error drops what is left.
-  while (writeAll(descriptor, bytes) == EAGAIN) {
-    pollfd wait{descriptor, POLLOUT, 0};
+  while (writeAll(descriptors_.output, bytes) == EAGAIN) {
+    pollfd wait{descriptors_.output, POLLOUT, 0};
     waitUntilReady({&wait, 1});
   }
   writes_.end();
 }
+
+void Streams::writeError(std::string_view line) { error_.write(line); }
 
 void Streams::reserveOutput() {
   if (reserved_) return;

@@ -5,6 +5,7 @@
 
 #include "platform/event_loop.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/error_stream.h"
 #include "platform/posix/input_reader.h"
 #include "platform/streams.h"
 
@@ -26,10 +27,10 @@ void openStandardDescriptors();
 class Streams final : public platform::StandardStreams {
  public:
   Streams(StreamDescriptors descriptors, platform::EventLoop& loop)
-      : descriptors_(descriptors), loop_(loop) {}
+      : descriptors_(descriptors), error_(descriptors.error), loop_(loop) {}
 
   void writeOutput(std::string_view bytes) override;
-  void writeError(std::string_view bytes) override;
+  void writeError(std::string_view line) override;
   void readInput(InputHandler handler) override;
 
   /// From the call on nobody else writes to the output: its number becomes another one for standard
@@ -37,10 +38,9 @@ class Streams final : public platform::StandardStreams {
   void reserveOutput();
 
  private:
-  void write(int descriptor, std::string_view bytes);
-
   StreamDescriptors descriptors_;
   Descriptor reserved_;  // the output, once it is this object's alone
+  ErrorStream error_;
   platform::EventLoop& loop_;
   WriteActivity writes_;
   std::unique_ptr<InputReader> reader_;
