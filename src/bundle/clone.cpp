@@ -16,7 +16,7 @@ namespace {
 using platform::Result;
 
 /// The value, or the end of the process with the host's sentence.
-void orDie(Result<> result) {
+void orDie(const Result<>& result) {
   if (!result) die(errorCode::cloneFailed, result.error().description);
 }
 
@@ -102,7 +102,9 @@ void cloneVM(const std::string& from, const std::string& to, MachineIdChoice mac
   refuseExisting(copy, to);
 
   refuseCopyInside(source, copy);
-  createDirectory(copy, to, errorCode::cloneFailed);
+  const auto sourceLock = lockBundle(source, platform::LockKind::shared);
+  if (!sourceLock) die(errorCode::cloneFailed, sourceLock.error().description);
+  const BundleLock copyLock = createLocked(copy, to, errorCode::cloneFailed);
   orDie(copyMembers(source, copy));
   warnOfSharedMembers(copy);
   makeWritable(copy.root());

@@ -1,6 +1,7 @@
 #include "bundle/directory.h"
 
 #include <string>
+#include <utility>
 
 #include "events/error_code.h"
 #include "events/event_stream.h"
@@ -8,12 +9,20 @@
 
 namespace parlen {
 
+platform::Result<BundleLock> lockBundle(const VMBundle& bundle, platform::LockKind kind) {
+  auto lock = platform::system().files().lockDirectory(bundle.root(), kind);
+  if (lock && *lock == nullptr) {
+    return platform::error("ParlenBundleErrorDomain", 1, "the guest is in use by another process");
+  }
+  return lock;
+}
+
 void refuseExisting(const VMBundle& bundle, std::string_view typed) {
   if (!bundle.exists()) return;
   die(errorCode::bundleExists, std::string(typed) + " already exists — VMs are pets, not cattle");
 }
 
-void createDirectory(const VMBundle& bundle, std::string_view typed, std::string_view code) {
+BundleLock createLocked(const VMBundle& bundle, std::string_view typed, std::string_view code) {
   platform::Files& files = platform::system().files();
   if (const auto parent = files.createDirectories(parentOf(bundle.root())); !parent) {
     die(code, parent.error().description);
@@ -22,6 +31,9 @@ void createDirectory(const VMBundle& bundle, std::string_view typed, std::string
     refuseExisting(bundle, typed);
     die(code, created.error().description);
   }
+  auto lock = lockBundle(bundle, platform::LockKind::exclusive);
+  if (!lock) die(code, lock.error().description);
+  return *std::move(lock);
 }
 
 }  // namespace parlen

@@ -128,6 +128,7 @@ class Creation {
   std::string bundlePath_;  // as typed
   VMBundle bundle_;
   std::int64_t diskGb_;
+  BundleLock lock_;
   std::unique_ptr<platform::VirtualMachine> machine_;
   std::unique_ptr<platform::Installer> installer_;  // uses the machine
 };
@@ -138,7 +139,7 @@ void Creation::continueWith(const LoadedImage& image) {
   if (!requirements) {
     die(errorCode::ipswUnsupported, "this host cannot run any configuration in " + ipswPath_);
   }
-  createDirectory(bundle_, bundlePath_, errorCode::createFailed);
+  lock_ = createLocked(bundle_, bundlePath_, errorCode::createFailed);
   layOut(bundle_, *requirements, diskGb_);
   install(**image);
 }

@@ -20,6 +20,15 @@ class AppendingFile {
   virtual void append(std::string_view bytes) = 0;
 };
 
+/// Who else may lock a directory: nobody, or those that lock it as `shared` too.
+enum class LockKind { exclusive, shared };
+
+/// Keeps a directory locked. Destroying it unlocks, and so does every end of the process.
+class DirectoryLock {
+ public:
+  virtual ~DirectoryLock() = default;
+};
+
 /// The file system. A path is a string of bytes without a NUL, absolute or relative to the working
 /// directory. Every call blocks until it is done and follows symbolic links, except where its
 /// comment says otherwise. Every error's description names the path and the system's reason. Any
@@ -75,6 +84,13 @@ class Files {
   /// Creates the directory; its parent exists. It is an error if anything exists at `path`, even a
   /// dangling link: of several calls for one path, one succeeds.
   virtual Result<> createDirectory(const std::string& path) = 0;
+
+  /// Locks the directory; creates nothing and does not wait. Only locks keep off each other, those
+  /// of this process included; children do not inherit them. Null if another lock is in the way.
+  /// Where the file system has no locks, or the directory cannot be opened for reading, the lock
+  /// has no effect. It is an error if the process or the system can open no further file.
+  virtual Result<std::unique_ptr<DirectoryLock>> lockDirectory(const std::string& path,
+                                                               LockKind kind) = 0;
 
   /// Sets the length of an existing file to `length` bytes. A file that grows gets a hole, not
   /// blocks of zeros.

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "bundle/configuration.h"
+#include "bundle/directory.h"
 #include "bundle/vm_bundle.h"
 #include "events/error_code.h"
 #include "events/event_stream.h"
@@ -17,6 +18,16 @@ namespace parlen {
 constinit std::vector<std::unique_ptr<platform::SignalSource>> terminationSources;
 
 namespace {
+
+/// The bundle for this process alone until it ends. Without it the run ends as one whose machine
+/// has failed to start.
+BundleLock lockForRun(const VMBundle& bundle) {
+  auto lock = lockBundle(bundle, platform::LockKind::exclusive);
+  if (lock) return *std::move(lock);
+  emitError(errorCode::bootFailed, lock.error().description);
+  emitStopped(/*crashed=*/true, lock.error().description);
+  platform::system().process().exit(1);
+}
 
 [[noreturn]] void invalid(const platform::PlatformError& error) {
   die(errorCode::bootFailed, "invalid VM configuration: " + error.description);
@@ -70,6 +81,7 @@ void runVM(const RunOptions& options, const CommandReader& readCommands) {
   emitReady();
   const VMBundle bundle(options.bundlePath);
   if (!bundle.exists()) die(errorCode::bundleMissing, "no VM bundle at " + options.bundlePath);
+  const BundleLock lock = lockForRun(bundle);
 
   const auto configuration = validConfiguration(bundle, options);
   const auto runner =

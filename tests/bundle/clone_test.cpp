@@ -50,6 +50,9 @@ class Clone : public testing::Test {
 
   platform::Files& files() { return tool_.system().files(); }
   bool exists(const std::string& name) { return files().exists(tool_.path(name)); }
+  bool isLocked(const std::string& name, platform::LockKind kind) {
+    return tool_.system().realFiles().lockDirectory(tool_.path(name), kind).value() == nullptr;
+  }
 
   Tool tool_;
   std::string source_ = tool_.makeBundle("a");
@@ -303,6 +306,46 @@ TEST_F(Clone, NeverTouchesADirectoryThatAppears) {
             Lines{error("bundle-exists",
                         tool_.path("b/") + " already exists — VMs are pets, not cattle")});
   EXPECT_EQ(rmdir(tool_.path("b").c_str()), 0) << "something was put into it";
+}
+
+// --- One writer or many readers ---
+
+TEST_F(Clone, FailsWhileAnotherProcessWritesTheSource) {
+  const auto writer = files().lockDirectory(source_, platform::LockKind::exclusive).value();
+  EXPECT_EQ(clone(source_, tool_.path("new/b")), endedWith(1));
+  EXPECT_EQ(tool_.events(), Lines{error("clone-failed", "the guest is in use by another process")});
+  EXPECT_FALSE(exists("new"));
+}
+
+TEST_F(Clone, MayReadTheSourceWithOthers) {
+  const auto reader = files().lockDirectory(source_, platform::LockKind::shared).value();
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+}
+
+TEST_F(Clone, KeepsWritersFromItsSourceAndAllFromItsCopy) {
+  int looked = 0;
+  tool_.system().files().before = [&](std::string_view call, const std::string&) {
+    if (call != "copyDirectory" && call != "replace" && call != "remove") return;
+    ++looked;
+    EXPECT_TRUE(isLocked("a", platform::LockKind::exclusive)) << call;
+    EXPECT_FALSE(isLocked("a", platform::LockKind::shared)) << call;
+    EXPECT_TRUE(isLocked("b", platform::LockKind::shared)) << call;
+  };
+  EXPECT_EQ(clone(source_, tool_.path("b"), {"--regenerate-machine-id"}), endedWith(0));
+  EXPECT_EQ(looked, 4);
+  EXPECT_FALSE(isLocked("a", platform::LockKind::exclusive));
+  EXPECT_FALSE(isLocked("b", platform::LockKind::exclusive));
+}
+
+TEST_F(Clone, FailsIfAnotherProcessUsesItsUnfinishedCopy) {
+  platform::Files& real = tool_.system().realFiles();
+  std::unique_ptr<platform::DirectoryLock> other;
+  tool_.system().files().before = [&](std::string_view call, const std::string& path) {
+    if (call != "lockDirectory" || path != tool_.path("b")) return;
+    other = real.lockDirectory(path, platform::LockKind::exclusive).value();
+  };
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(1));
+  EXPECT_EQ(tool_.events(), Lines{error("clone-failed", "the guest is in use by another process")});
 }
 
 TEST_F(Clone, MakesTheCopyWritableWithTheSystemsProgram) {

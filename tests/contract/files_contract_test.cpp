@@ -8,6 +8,7 @@
 namespace parlen::test {
 namespace {
 
+using platform::LockKind;
 using testing::HasSubstr;
 
 using FilesContract = Contract;
@@ -53,6 +54,25 @@ TEST_P(FilesContract, RemovesADirectoryWithAllThatIsInIt) {
   EXPECT_FALSE(files().exists(path("full")));
   EXPECT_TRUE(files().exists(path("precious")));
   EXPECT_FALSE(files().remove(path("full")));
+}
+
+TEST_P(FilesContract, LocksADirectoryForOneWriterOrManyReaders) {
+  const auto isFree = [&](LockKind kind) {
+    return files().lockDirectory(path("guest"), kind).value() != nullptr;
+  };
+  ASSERT_TRUE(files().createDirectory(path("guest")));
+
+  auto lock = files().lockDirectory(path("guest"), LockKind::exclusive).value();
+  EXPECT_FALSE(isFree(LockKind::exclusive));
+  EXPECT_FALSE(isFree(LockKind::shared));
+  lock.reset();
+  lock = files().lockDirectory(path("guest"), LockKind::shared).value();
+  EXPECT_FALSE(isFree(LockKind::exclusive));
+  EXPECT_TRUE(isFree(LockKind::shared));
+  lock.reset();
+  EXPECT_TRUE(isFree(LockKind::exclusive));
+  EXPECT_TRUE(std::filesystem::is_empty(path("guest")));
+  EXPECT_TRUE(files().lockDirectory(path("none"), LockKind::exclusive).value());
 }
 
 TEST_P(FilesContract, CopiesTheNamedMembersLast) {

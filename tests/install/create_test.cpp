@@ -234,6 +234,40 @@ TEST(Create, NeverTouchesAMemberThatAppears) {
   }
 }
 
+// --- One writer ---
+
+TEST(Create, KeepsEverybodyFromItsBundleUntilItEnds) {
+  Creation given(R"({"install":{"stepMs":100}})");
+  platform::Files& files = given.tool.system().realFiles();
+  const auto isLocked = [&] {
+    return files.lockDirectory(given.bundle, platform::LockKind::shared).value() == nullptr;
+  };
+  int looked = 0;
+  given.tool.system().files().before = [&](std::string_view call, const std::string& path) {
+    if (call != "create") return;
+    ++looked;
+    EXPECT_TRUE(isLocked()) << path;
+  };
+  given.tool.system().loop().postDelayed(std::chrono::milliseconds(350),
+                                         [&] { EXPECT_TRUE(isLocked()) << "while installing"; });
+  EXPECT_EQ(given.create(), endedWith(0));
+  EXPECT_EQ(looked, 5);
+  EXPECT_FALSE(isLocked());
+}
+
+TEST(Create, FailsIfAnotherProcessUsesItsBundle) {
+  Creation given;
+  std::unique_ptr<platform::DirectoryLock> other;
+  given.tool.system().files().before = [&](std::string_view call, const std::string& path) {
+    if (call != "lockDirectory") return;
+    other = given.tool.system().realFiles().lockDirectory(path, platform::LockKind::shared).value();
+  };
+  EXPECT_EQ(given.create(), endedWith(1));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, error("create-failed", "the guest is in use by another process")}));
+  EXPECT_FALSE(given.tool.system().files().exists(given.bundle + "/share"));
+}
+
 TEST(Create, FailsInTheInstallerForADiskWithoutRoom) {
   Creation given;
   EXPECT_EQ(given.create({"--disk-gb", "0"}), endedWith(1));

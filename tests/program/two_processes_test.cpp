@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 
@@ -15,6 +16,76 @@ namespace {
 using Lines = std::vector<std::string>;
 using testing::ElementsAre;
 using testing::HasSubstr;
+
+const std::string inUse = "the guest is in use by another process";
+
+// --- One writer or many readers ---
+
+TEST(ABundle, IsRunByOneProcessOnly) {
+  const World world;
+  const std::string bundle = world.makeBundle();
+  Program first({"run", "--bundle", bundle});
+  first.eventsUntil(running);
+
+  const Finished second = finish({"run", "--bundle", bundle});
+
+  EXPECT_EQ(second.exit, exitedWith(1));
+  EXPECT_EQ(second.events, (Lines{ready, error("boot-failed", inUse), stopped(inUse, true)}));
+  first.send("{\"type\":\"pause\"}\n");
+  EXPECT_EQ(first.event(), paused) << "the first one runs on";
+}
+
+TEST(ABundle, IsNotClonedWhileItRuns) {
+  const World world;
+  const std::string bundle = world.makeBundle();
+  Program run({"run", "--bundle", bundle});
+  run.eventsUntil(running);
+
+  const Finished clone = finish({"clone", "--from", bundle, "--to", world.path("copy")});
+
+  EXPECT_EQ(clone.exit, exitedWith(1));
+  EXPECT_EQ(clone.events, Lines{error("clone-failed", inUse)});
+  EXPECT_FALSE(std::filesystem::exists(world.path("copy")));
+}
+
+TEST(ABundle, IsReportedOnWhileItRuns) {
+  const World world;
+  const std::string bundle = world.makeBundle();
+  const Lines atRest = finish({"status", "--bundle", bundle}).events;
+  Program run({"run", "--bundle", bundle});
+  run.eventsUntil(running);
+
+  EXPECT_EQ(finish({"status", "--bundle", bundle}).events, atRest);
+}
+
+TEST(ABundle, IsFreeAgainWhenItsProcessWasKilled) {
+  const World world;
+  const std::string bundle = world.makeBundle();
+  Program first({"run", "--bundle", bundle});
+  first.eventsUntil(running);
+  first.signal(SIGKILL);
+  first.wait();
+
+  Program second({"run", "--bundle", bundle});
+
+  second.eventsUntil(running);
+}
+
+TEST(ABundle, IsNotRunBeforeItIsInstalled) {
+  const World world(R"({"install":{"stepMs":60000}})");
+  world.write("image", R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1"})");
+  const std::string bundle = world.path("vm");
+  Program create({"create", "--ipsw", world.path("image"), "--bundle", bundle},
+                 world.environment());
+  create.eventsUntil(starting);
+
+  EXPECT_THAT(finish({"run", "--bundle", bundle}).events,
+              ElementsAre(ready, error("boot-failed", inUse), stopped(inUse, true)));
+  EXPECT_EQ(finish({"clone", "--from", bundle, "--to", world.path("copy")}).events,
+            Lines{error("clone-failed", inUse)});
+}
+
+// --- Races ---
 
 int races() {
   const char* number = std::getenv("PARLEN_RACES");
@@ -100,6 +171,30 @@ TEST_F(Races, OfACreationAndACloneOneMakesTheBundle) {
 
 TEST_F(Races, OfTwoClonesOneMakesTheBundle) {
   for (int i = 0; i < races() && !HasFailure(); ++i) expectOneWinner(race(clone(), clone()));
+}
+
+TEST_F(Races, OfACloneAndARunNoneDisturbsTheOther) {
+  int cloned = 0;
+  int ran = 0;
+  for (int i = 0; i < races() && !HasFailure(); ++i) {
+    const Lines run = {"run", "--bundle", source_};
+    const Race result = i % 2 == 0 ? race(clone(), run) : race(run, clone());
+    const Finished& theClone = i % 2 == 0 ? result.first : result.second;
+    const Finished& theRun = i % 2 == 0 ? result.second : result.first;
+    cloned += succeeded(theClone) ? 1 : 0;
+    ran += succeeded(theRun) ? 1 : 0;
+    EXPECT_TRUE(succeeded(theClone) || succeeded(theRun));
+    if (succeeded(theClone)) expectWhole();
+    if (!succeeded(theClone)) {
+      EXPECT_EQ(theClone.events, Lines{error("clone-failed", inUse)});
+    }
+    if (!succeeded(theRun)) {
+      EXPECT_EQ(theRun.events.back(), stopped(inUse, true));
+    }
+    std::filesystem::remove_all(path_);
+  }
+  RecordProperty("cloned", cloned);
+  RecordProperty("ran", ran);
 }
 
 }  // namespace

@@ -47,6 +47,44 @@ TEST(RunEnds, WithAnErrorAndACrashWhenTheStartFails) {
                                         stopped("no \"power\"", true)}));
 }
 
+TEST(RunEnds, WithAnErrorAndACrashWhileAnotherProcessUsesTheGuest) {
+  for (const auto kind : {platform::LockKind::exclusive, platform::LockKind::shared}) {
+    HeadlessRun given;
+    const auto other = given.tool.system().files().lockDirectory(given.bundle, kind).value();
+    EXPECT_EQ(given.tool.run({"run", "--bundle", given.bundle, "--share", given.tool.path("new")}),
+              endedWith(1));
+    const std::string inUse = "the guest is in use by another process";
+    EXPECT_EQ(given.tool.events(),
+              (Lines{ready, error("boot-failed", inUse), stopped(inUse, true)}));
+    EXPECT_EQ(given.tool.calls(), Lines{}) << "the host is not asked";
+    EXPECT_FALSE(given.tool.system().files().exists(given.tool.path("new")));
+  }
+}
+
+TEST(RunEnds, WithTheLackOfABundleEvenIfItsDirectoryIsInUse) {
+  Tool tool;
+  tool.write("file", "");
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.path("file")}), endedWith(1));
+  EXPECT_EQ(tool.events(),
+            (Lines{ready, error("bundle-missing", "no VM bundle at " + tool.path("file"))}));
+}
+
+TEST(ARun, KeepsEverybodyFromItsBundleUntilItEnds) {
+  HeadlessRun given(R"({"script":[{"atMs":200,"event":"guest-stops"}]})");
+  platform::Files& files = given.tool.system().files();
+  const auto isLocked = [&] {
+    return files.lockDirectory(given.bundle, platform::LockKind::shared).value() == nullptr;
+  };
+  bool looked = false;
+  given.tool.system().loop().postDelayed(std::chrono::milliseconds(100), [&] {
+    looked = true;
+    EXPECT_TRUE(isLocked());
+  });
+  EXPECT_EQ(given.run(), endedWith(0));
+  EXPECT_TRUE(looked);
+  EXPECT_FALSE(isLocked());
+}
+
 TEST(RunEnds, WithItsOwnCodeWhenThereIsOneMachineTooMany) {
   HeadlessRun given(
       R"({"machine":{"startError":{"domain":"VZErrorDomain","code":6,"description":"full"}}})");

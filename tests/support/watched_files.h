@@ -62,6 +62,11 @@ class WatchedFiles final : public platform::Files {
     before("createDirectory", path);
     return real_.createDirectory(path);
   }
+  platform::Result<std::unique_ptr<platform::DirectoryLock>> lockDirectory(
+      const std::string& path, platform::LockKind kind) override {
+    before("lockDirectory", path);
+    return real_.lockDirectory(path, kind);
+  }
   platform::Result<> setLength(const std::string& path, std::uint64_t length) override {
     before("setLength", path);
     return real_.setLength(path, length);

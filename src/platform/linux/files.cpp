@@ -18,6 +18,7 @@
 #include "platform/linux/directory_copy.h"
 #include "platform/linux/error.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/directory_lock.h"
 
 namespace parlen::linux {
 namespace {
@@ -226,6 +227,13 @@ Result<> Files::createDirectories(const std::string& path) {
 Result<> Files::createDirectory(const std::string& path) {
   if (mkdir(path.c_str(), directoryMode) != 0) return error("create the directory " + path, errno);
   return {};
+}
+
+Result<std::unique_ptr<platform::DirectoryLock>> Files::lockDirectory(const std::string& path,
+                                                                      platform::LockKind kind) {
+  auto lock = posix::lockDirectory(path, kind);
+  if (!lock) return error("lock the directory " + path, lock.error());
+  return *std::move(lock);
 }
 
 Result<> Files::copyDirectory(const std::string& from, const std::string& to,

@@ -23,6 +23,8 @@ class Files final : public platform::Files {
       const std::string& path) override;
   platform::Result<> createDirectories(const std::string& path) override;
   platform::Result<> createDirectory(const std::string& path) override;
+  platform::Result<std::unique_ptr<platform::DirectoryLock>> lockDirectory(
+      const std::string& path, platform::LockKind kind) override;
   platform::Result<> setLength(const std::string& path, std::uint64_t length) override;
   platform::Result<> copyDirectory(const std::string& from, const std::string& to,
                                    std::span<const std::string_view> last) override;

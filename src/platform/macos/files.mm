@@ -11,6 +11,7 @@
 #include <cerrno>
 
 #import "platform/macos/bridge.h"
+#include "platform/posix/directory_lock.h"
 
 namespace parlen::macos {
 namespace {
@@ -236,6 +237,13 @@ Result<> Files::createDirectory(const std::string& path) {
     return macos::error(error);
   }
   return {};
+}
+
+Result<std::unique_ptr<platform::DirectoryLock>> Files::lockDirectory(const std::string& path,
+                                                                      platform::LockKind kind) {
+  auto lock = posix::lockDirectory(path, kind);
+  if (!lock) return macos::error(lock.error(), couldNotUse(path, strerror(lock.error())));
+  return *std::move(lock);
 }
 
 Result<> Files::setLength(const std::string& path, std::uint64_t length) {
