@@ -104,7 +104,7 @@ void cloneVM(const std::string& from, const std::string& to, MachineIdChoice mac
   refuseCopyInside(source, copy);
   const auto sourceLock = lockBundle(source, platform::LockKind::shared);
   if (!sourceLock) die(errorCode::cloneFailed, sourceLock.error().description);
-  const BundleLock copyLock = createLocked(copy, to, errorCode::cloneFailed);
+  [[maybe_unused]] const BundleLock copyLock = createLocked(copy, to, errorCode::cloneFailed);
   orDie(copyMembers(source, copy));
   warnOfSharedMembers(copy);
   makeWritable(copy.root());

@@ -81,7 +81,7 @@ void runVM(const RunOptions& options, const CommandReader& readCommands) {
   emitReady();
   const VMBundle bundle(options.bundlePath);
   if (!bundle.exists()) die(errorCode::bundleMissing, "no VM bundle at " + options.bundlePath);
-  const BundleLock lock = lockForRun(bundle);
+  [[maybe_unused]] const BundleLock lock = lockForRun(bundle);
 
   const auto configuration = validConfiguration(bundle, options);
   const auto runner =
