@@ -29,7 +29,7 @@ void checkMessages(std::string_view input) {
   require(messages == inTwoPieces<QmpParser>(input));
   for (const QmpMessage& message : messages) {
     const auto* event = std::get_if<QmpEvent>(&message);
-    if (event != nullptr) require(!event->isTrue("reason") || event->textOf("reason").empty());
+    if (event != nullptr) require(!event->data.boolean("reason") || !event->data.text("reason"));
   }
 }
 

@@ -4,7 +4,8 @@
 #include <string>
 
 #include "fuzz.h"
-#include "window/window_size_request.h"
+#include "window/geometry.h"
+#include "window/window_size_check.h"
 
 namespace parlen {
 namespace {
