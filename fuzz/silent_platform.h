@@ -15,9 +15,12 @@ namespace parlen::fuzz {
 /// Keeps the output, drops the errors, never has input.
 class SilentStreams : public platform::StandardStreams {
  public:
-  void writeOutput(std::string_view bytes) override { output += bytes; }
+  bool writeOutput(std::string_view bytes) override {
+    output += bytes;
+    return true;
+  }
   void writeError(std::string_view) override {}
-  void readInput(InputHandler) override {}
+  platform::Result<> readInput(InputHandler) override { return {}; }
   std::string output;
 };
 

@@ -98,6 +98,7 @@ void resetShare(const VMBundle& copy) {
 void cloneVM(const std::string& from, const std::string& to, MachineIdChoice machineId) {
   const VMBundle source(from);
   const VMBundle copy(to);
+  platform::system().process().failTooLongWrites();
   if (!source.exists()) die(errorCode::bundleMissing, "no VM bundle at " + from);
   refuseExisting(copy, to);
 
@@ -113,8 +114,7 @@ void cloneVM(const std::string& from, const std::string& to, MachineIdChoice mac
   if (machineId == MachineIdChoice::regenerate) writeNewIdentifier(copy);
   resetShare(copy);
 
-  emitCloned(source.root(), copy.root(), address, machineId);
-  platform::system().process().exit(0);
+  exitAfterReport(emitCloned(source.root(), copy.root(), address, machineId));
 }
 
 }  // namespace parlen

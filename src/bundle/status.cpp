@@ -34,10 +34,9 @@ StatusReport examine(const VMBundle& bundle) {
 }  // namespace
 
 void statusVM(std::string_view bundlePath) {
-  if (!emitStatus(examine(VMBundle(bundlePath)))) {
-    die(errorCode::statusFailed, "could not encode the bundle's status");
-  }
-  platform::system().process().exit(0);
+  const auto line = statusLine(examine(VMBundle(bundlePath)));
+  if (!line) die(errorCode::statusFailed, "could not encode the bundle's status");
+  exitAfterReport(emit(*line));
 }
 
 }  // namespace parlen

@@ -19,8 +19,8 @@ void handle(std::string_view chunk, LineSplitter& lines, VMRunner& runner) {
 
 }  // namespace
 
-void readCommands(const std::shared_ptr<VMRunner>& runner) {
-  platform::system().streams().readInput(
+platform::Result<> readCommands(const std::shared_ptr<VMRunner>& runner) {
+  return platform::system().streams().readInput(
       [weak = std::weak_ptr(runner), lines = LineSplitter()](std::string_view chunk) mutable {
         const auto alive = weak.lock();
         if (alive && alive->takesCommands()) handle(chunk, lines, *alive);

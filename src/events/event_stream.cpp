@@ -16,10 +16,10 @@ constinit std::unique_ptr<platform::SerialQueue> outputQueue;
 
 namespace {
 
-void writeLine(std::string_view line) {
+bool writeLine(std::string_view line) {
   std::string bytes(line);
   bytes += '\n';
-  platform::system().streams().writeOutput(bytes);
+  return platform::system().streams().writeOutput(bytes);
 }
 
 /// `value` without its fraction. Traps if that is no 64-bit number.
@@ -40,8 +40,15 @@ std::string jsonEscape(std::string_view text) { return text::quoteJson(text).val
 
 std::string jsonEscapeRepaired(std::string_view text) { return jsonEscape(text::repairUtf8(text)); }
 
-void emit(std::string_view line) {
-  outputQueue->sync([line] { writeLine(line); });
+bool emit(std::string_view line) {
+  bool written = false;
+  outputQueue->sync([line, &written] { written = writeLine(line); });
+  return written;
+}
+
+void exitAfterReport(bool written) {
+  if (!written) warn("the report could not be written to standard output");
+  platform::system().process().exit(written ? 0 : 1);
 }
 
 void emitReady() { emit(R"({"type":"ready","proto":)" + std::to_string(vmProto) + "}"); }
@@ -69,8 +76,8 @@ void emitProgress(double fraction) {
        std::string(digits.data(), static_cast<std::size_t>(length)) + "}");
 }
 
-void emitCreated(std::string_view bundle) {
-  emit(R"({"type":"created","bundle":)" + jsonEscapeRepaired(bundle) + "}");
+bool emitCreated(std::string_view bundle) {
+  return emit(R"({"type":"created","bundle":)" + jsonEscapeRepaired(bundle) + "}");
 }
 
 void emitStopped(bool crashed, std::string_view reason) {
@@ -91,15 +98,15 @@ void emitWindowAction(std::string_view action) {
   emit(R"({"type":"window-action","action":")" + std::string(action) + R"("})");
 }
 
-void emitCloned(std::string_view from, std::string_view to, const platform::MacAddress& address,
+bool emitCloned(std::string_view from, std::string_view to, const platform::MacAddress& address,
                 MachineIdChoice choice) {
-  emit(R"({"type":"cloned","from":)" + jsonEscapeRepaired(from) + R"(,"to":)" +
-       jsonEscapeRepaired(to) + R"(,"macAddress":")" + platform::toString(address) +
-       R"(","machineIdentifier":")" +
-       (choice == MachineIdChoice::regenerate ? "regenerated" : "kept") + R"("})");
+  return emit(R"({"type":"cloned","from":)" + jsonEscapeRepaired(from) + R"(,"to":)" +
+              jsonEscapeRepaired(to) + R"(,"macAddress":")" + platform::toString(address) +
+              R"(","machineIdentifier":")" +
+              (choice == MachineIdChoice::regenerate ? "regenerated" : "kept") + R"("})");
 }
 
-bool emitStatus(const StatusReport& report) {
+std::optional<std::string> statusLine(const StatusReport& report) {
   text::JsonObject members{
       {"auxiliaryStorage", report.auxiliaryStorage},
       {"bundle", report.bundle},
@@ -120,15 +127,13 @@ bool emitStatus(const StatusReport& report) {
   add("macAddress", report.macAddress);
   add("memoryBytes", report.memoryBytes);
 
-  const auto line = text::writeCompactSorted(std::move(members));
-  if (line) emit(*line);
-  return line.has_value();
+  return text::writeCompactSorted(std::move(members));
 }
 
-void emitWindowSize(const platform::Rect& content, const platform::Rect& frame) {
+bool emitWindowSize(const platform::Rect& content, const platform::Rect& frame) {
   // One whole line or none: every number is converted before the first byte is written.
-  writeLine(R"({"type":"window-size","content":)" + json(content) + R"(,"frame":)" + json(frame) +
-            "}");
+  return writeLine(R"({"type":"window-size","content":)" + json(content) + R"(,"frame":)" +
+                   json(frame) + "}");
 }
 
 void warn(std::string_view text) {

@@ -33,8 +33,12 @@ std::string jsonEscape(std::string_view text);
 std::string jsonEscapeRepaired(std::string_view text);
 
 /// Writes `line` and a line feed as one piece. Returns after the write; blocks while the parent
-/// does not read.
-void emit(std::string_view line);
+/// does not read. False: a write error has dropped some of it.
+bool emit(std::string_view line);
+
+/// Ends the process after the report that its subcommand consists of: with status 0, or with 1 and
+/// a warning if the report could not be `written`.
+[[noreturn]] void exitAfterReport(bool written);
 
 // --- create and run -------------------------------------------------------------------------
 
@@ -56,7 +60,7 @@ void emitError(std::string_view code, std::string_view message);
 void emitProgress(double fraction);
 
 /// {"type":"created","bundle":…}
-void emitCreated(std::string_view bundle);
+[[nodiscard]] bool emitCreated(std::string_view bundle);
 
 // --- run ------------------------------------------------------------------------------------
 
@@ -78,8 +82,8 @@ void emitWindowAction(std::string_view action);
 enum class MachineIdChoice { keep, regenerate };
 
 /// {"type":"cloned","from":…,"to":…,"macAddress":…,"machineIdentifier":"kept"|"regenerated"}
-void emitCloned(std::string_view from, std::string_view to, const platform::MacAddress& address,
-                MachineIdChoice choice);
+[[nodiscard]] bool emitCloned(std::string_view from, std::string_view to,
+                              const platform::MacAddress& address, MachineIdChoice choice);
 
 /// What is known of a bundle at rest. Numbers and texts that are not known are left out.
 struct StatusReport {
@@ -102,14 +106,14 @@ struct StatusReport {
 ///  "diskBytes":85899345920,"diskGb":80,"exists":true|false,"guestConfig":true|false,
 ///  "hardwareModel":true|false,"macAddress":…,"machineIdentifier":true|false,
 ///  "memoryBytes":4294967296,"supported":true|false,"type":"status"}      (in one line)
-/// The keys are sorted, so this is the one line whose type does not come first. Returns whether it
-/// was written: not if a text is not valid UTF-8.
-[[nodiscard]] bool emitStatus(const StatusReport& report);
+/// The keys are sorted, so this is the one line whose type does not come first. Nothing if a text
+/// is not valid UTF-8.
+std::optional<std::string> statusLine(const StatusReport& report);
 
 /// {"type":"window-size","content":{"x":…,"y":…,"width":…,"height":…},"frame":{…the same…}}
 /// Whole points, fractions cut off. A number beyond 64 bits is a trap, with nothing written.
 /// Written past the queue: start-up need not have set it.
-void emitWindowSize(const platform::Rect& content, const platform::Rect& frame);
+[[nodiscard]] bool emitWindowSize(const platform::Rect& content, const platform::Rect& frame);
 
 // --- For people -----------------------------------------------------------------------------
 

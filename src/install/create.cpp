@@ -105,8 +105,7 @@ void reportProgress(const platform::Installer& installer, std::int64_t& lastPerc
 void finish(const Result<>& result, const VMBundle& bundle) {
   installProgress.reset();
   orDie(result);
-  emitCreated(bundle.root());
-  platform::system().process().exit(0);
+  exitAfterReport(emitCreated(bundle.root()));
 }
 
 /// One creation, from its loaded image on. Lives until the process ends. Main thread.
@@ -163,6 +162,7 @@ void Creation::install(const platform::RestoreImage& image) {
 void createVM(const std::string& ipswPath, const std::string& bundlePath, std::int64_t diskGb) {
   platform::System& system = platform::system();
   emitReady();
+  system.process().failTooLongWrites();
   refuseExisting(VMBundle(bundlePath), bundlePath);
   const std::string image = absolutePath(ipswPath);
   if (!system.files().exists(image)) {

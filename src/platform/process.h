@@ -40,8 +40,14 @@ class Process {
   }
 
   /// Replaces the signal's default action: from now on each delivery runs `onSignal` on the main
-  /// queue. Several deliveries within one loop iteration may count as one.
-  virtual std::unique_ptr<SignalSource> watchSignal(TerminationSignal signal, Work onSignal) = 0;
+  /// queue. Several deliveries within one loop iteration may count as one. After an error, which
+  /// means that the process can have no further descriptor, the default action stays.
+  virtual Result<std::unique_ptr<SignalSource>> watchSignal(TerminationSignal signal,
+                                                            Work onSignal) = 0;
+
+  /// From now on a write beyond the longest length that the system lets this process give a file
+  /// fails as any other does. Before, it ends the process. Children are not affected.
+  virtual void failTooLongWrites() = 0;
 
   /// Runs `program` with the tool's own standard streams and blocks until it has exited; the value
   /// is its exit status. It is an error only if the program cannot be started.

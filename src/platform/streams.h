@@ -3,6 +3,8 @@
 #include <functional>
 #include <string_view>
 
+#include "platform/error.h"
+
 namespace parlen::platform {
 
 /// The three standard streams. Nothing is buffered: when a write returns, the reader has what was
@@ -12,8 +14,8 @@ class StandardStreams {
   virtual ~StandardStreams() = default;
 
   /// Writes all of `bytes`, in one system call unless that is interrupted or writes less. Blocks
-  /// while the reader does not read. A write error is ignored. Any thread.
-  virtual void writeOutput(std::string_view bytes) = 0;
+  /// while the reader does not read. False: a write error has dropped some of it. Any thread.
+  virtual bool writeOutput(std::string_view bytes) = 0;
   /// Writes one line, with its line feed, to standard error, and does not wait for its reader: a
   /// line that cannot be written at once is dropped, and the next one that can be comes after a
   /// line that says how many were dropped. No line is cut. Only a line that is too long for a pipe
@@ -29,8 +31,9 @@ class StandardStreams {
 
   /// Starts reading standard input; called once, on the main thread. `onChunk` runs on the main
   /// queue, with the chunks in order and last, exactly once, with the end. Reading continues while
-  /// the main thread blocks in a write to standard output.
-  virtual void readInput(InputHandler onChunk) = 0;
+  /// the main thread blocks in a write to standard output. After an error, which means that the
+  /// system lets this process have no thread or no descriptor, `onChunk` is never called.
+  virtual Result<> readInput(InputHandler onChunk) = 0;
 };
 
 }  // namespace parlen::platform

@@ -1,6 +1,7 @@
 #include "runner/run.h"
 
 #include <array>
+#include <type_traits>
 #include <utility>
 
 #include "bundle/configuration.h"
@@ -19,14 +20,15 @@ constinit std::vector<std::unique_ptr<platform::SignalSource>> terminationSource
 
 namespace {
 
-/// The bundle for this process alone until it ends. Without it the run ends as one whose machine
-/// has failed to start.
-BundleLock lockForRun(const VMBundle& bundle) {
-  auto lock = lockBundle(bundle, platform::LockKind::exclusive);
-  if (lock) return *std::move(lock);
-  emitError(errorCode::bootFailed, lock.error().description);
-  emitStopped(/*crashed=*/true, lock.error().description);
-  platform::system().process().exit(1);
+/// The value. Without it the run ends as one whose machine has failed to start.
+template <class Value>
+Value orFailToStart(platform::Result<Value> result) {
+  if (!result) {
+    emitError(errorCode::bootFailed, result.error().description);
+    emitStopped(/*crashed=*/true, result.error().description);
+    platform::system().process().exit(1);
+  }
+  if constexpr (!std::is_void_v<Value>) return *std::move(result);
 }
 
 [[noreturn]] void invalid(const platform::PlatformError& error) {
@@ -48,8 +50,8 @@ void installTerminationHandlers(VMRunner& runner) {
   constexpr std::array signals = {platform::TerminationSignal::terminate,
                                   platform::TerminationSignal::interrupt};
   for (const platform::TerminationSignal signal : signals) {
-    terminationSources.push_back(
-        platform::system().process().watchSignal(signal, [&runner] { runner.forceStop(); }));
+    terminationSources.push_back(orFailToStart(
+        platform::system().process().watchSignal(signal, [&runner] { runner.forceStop(); })));
   }
 }
 
@@ -81,12 +83,13 @@ void runVM(const RunOptions& options, const CommandReader& readCommands) {
   emitReady();
   const VMBundle bundle(options.bundlePath);
   if (!bundle.exists()) die(errorCode::bundleMissing, "no VM bundle at " + options.bundlePath);
-  [[maybe_unused]] const BundleLock lock = lockForRun(bundle);
+  [[maybe_unused]] const BundleLock lock =
+      orFailToStart(lockBundle(bundle, platform::LockKind::exclusive));
 
   const auto configuration = validConfiguration(bundle, options);
   const auto runner =
       std::make_shared<VMRunner>(platform::host().machines().createMachine(configuration));
-  readCommands(runner);
+  orFailToStart(readCommands(runner));
   installTerminationHandlers(*runner);
   // Until here a signal ends the process without a `stopped` event, so what takes time comes now.
   std::unique_ptr<platform::Window> window;  // kept on screen; null if headless

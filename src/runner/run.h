@@ -23,7 +23,7 @@ struct RunOptions {
 extern std::vector<std::unique_ptr<platform::SignalSource>> terminationSources;
 
 /// Starts reading the parent's commands to `runner`. They arrive on the main queue.
-using CommandReader = std::function<void(const std::shared_ptr<VMRunner>& runner)>;
+using CommandReader = std::function<platform::Result<>(const std::shared_ptr<VMRunner>& runner)>;
 
 /// Runs the bundle's guest until it has ended, then ends the process. `readCommands` is called
 /// before the machine starts.

@@ -95,8 +95,7 @@ void windowSizeCheck(const std::optional<std::string>& guest,
   }
   const GuestFrames frames = guestWindowFrame(request->guestPixels, request->guestScale,
                                               request->visibleFrame, request->chrome);
-  emitWindowSize(frames.content, frames.frame);
-  platform::system().process().exit(0);
+  exitAfterReport(emitWindowSize(frames.content, frames.frame));
 }
 
 }  // namespace parlen

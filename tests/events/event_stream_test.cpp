@@ -100,8 +100,18 @@ TEST_F(EventStream, WritesEveryLineOnItsQueue) {
   emit("{}");
   emitError("vm-limit", "");
   emitStopped(false, "");
-  EXPECT_TRUE(emitStatus({}));
+  emit(statusLine({}).value());
   EXPECT_EQ(lines, 4);
+}
+
+TEST_F(EventStream, SaysWhetherALineWasWritten) {
+  EXPECT_TRUE(emit("{}"));
+  EXPECT_TRUE(emitCreated("/b"));
+  system_.streams().outputFails = true;
+  EXPECT_FALSE(emit("{}"));
+  EXPECT_FALSE(emitCreated("/b"));
+  EXPECT_FALSE(emitCloned("/a", "/b", {}, MachineIdChoice::keep));
+  EXPECT_FALSE(emitWindowSize({}, {}));
 }
 
 TEST_F(EventStream, WritesTheFixedLinesToTheByte) {

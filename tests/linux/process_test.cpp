@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -66,7 +68,21 @@ TEST(Process, GivesAProgramTheDefaultActionOfAWatchedSignal) {
 
 std::unique_ptr<platform::SignalSource> watchSignal(EventLoop& loop, TerminationSignal signal,
                                                     platform::Work handler) {
-  return Process(loop).watchSignal(signal, std::move(handler));
+  return Process(loop).watchSignal(signal, std::move(handler)).value();
+}
+
+TEST(SignalSource, LeavesTheDefaultActionWithoutAFreeDescriptor) {
+  const int status = inChild([] {
+    EventLoop loop;
+    const rlimit none{0, 0};
+    setrlimit(RLIMIT_NOFILE, &none);
+    signal(SIGTERM, SIG_DFL);
+    const auto source = Process(loop).watchSignal(TerminationSignal::terminate, [] {});
+    if (source || source.error().code != EMFILE) return 1;
+    raise(SIGTERM);
+    return 2;
+  });
+  EXPECT_TRUE(WIFSIGNALED(status));
 }
 
 TEST(SignalSource, RunsItsHandlerOnTheLoop) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -367,6 +368,27 @@ TEST(Streams, DoesNotHandAReservedOutputToChildren) {
   streams.reserveOutput();
 
   EXPECT_EQ(FD_CLOEXEC, fcntl(lowestFree, F_GETFD));
+}
+
+TEST(InputErrors, AreNotTakenForTheEndOfTheInput) {
+  enum class Missing { descriptor, thread };
+  for (const Missing missing : {Missing::descriptor, Missing::thread}) {
+    const int status = inChild([missing] {
+      constexpr uid_t nobody = 65534;  // limits of processes do not hold for root
+      if (missing == Missing::thread && geteuid() == 0 && setuid(nobody) != 0) return 2;
+      const rlimit none{0, 0};
+      setrlimit(missing == Missing::thread ? RLIMIT_NPROC : RLIMIT_NOFILE, &none);
+      QueueLoop loop;
+      Streams streams({0, 1, 2}, loop);
+      const auto reading = streams.readInput([](std::string_view) { _exit(3); });
+      loop.post(&leaveLoop);
+      serve(loop);
+      const int expected = missing == Missing::thread ? EAGAIN : EMFILE;
+      if (reading || reading.error().code != expected) return 4;
+      return reading.error().description.starts_with("could not read standard input: ") ? 0 : 5;
+    });
+    EXPECT_EQ(status, 0) << (missing == Missing::thread);
+  }
 }
 
 }  // namespace

@@ -77,6 +77,30 @@ TEST(StandardOutput, IsNeverAFileOfTheBundle) {
   EXPECT_TRUE(world.read("vm/vm.json").starts_with("{\n  \"cpuCount\""));
 }
 
+TEST(StandardOutput, FailsAReportThatItCannotTake) {
+  const World world;
+  const std::string bundle = world.makeBundle();
+  const Lines create = {"create",    "--ipsw", world.path("image"), "--bundle", world.path("new"),
+                        "--disk-gb", "1"};
+  for (const Lines& words : {Lines{"status", "--bundle", bundle}, create,
+                             Lines{"clone", "--from", bundle, "--to", world.path("copy")},
+                             Lines{"window-size-check", "--visible", "0,0,1440,875"}}) {
+    Program program(words, world.environment(),
+                    [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+    EXPECT_EQ(program.wait(), exitedWith(1)) << words[0];
+    EXPECT_EQ(program.warnings(),
+              "parlen-mac-vm: the report could not be written to standard output\n");
+  }
+}
+
+TEST(StandardOutput, ThatTakesNothingLeavesARunItsStatus) {
+  const World world;
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment(),
+                  [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+  program.send("{\"type\":\"stop\"}\n");
+  EXPECT_EQ(program.wait(), exitedWith(0));
+}
+
 TEST(StandardError, HasTheWarningsAndNothingElse) {
   const World world;
   Program program({"run", "--bundle", world.makeBundle()}, world.environment());

@@ -61,6 +61,26 @@ TEST(RunEnds, WithAnErrorAndACrashWhileAnotherProcessUsesTheGuest) {
   }
 }
 
+TEST(RunEnds, AsAFailedStartWhenTheInputCannotBeRead) {
+  HeadlessRun given;
+  given.tool.system().streams().inputFails = true;
+  EXPECT_EQ(given.run(), endedWith(1));
+  const std::string reason = "could not read standard input: no thread";
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, error("boot-failed", reason), stopped(reason, true)}));
+  EXPECT_EQ(std::ranges::count(given.tool.calls(), "machine.start"), 0);
+}
+
+TEST(RunEnds, AsAFailedStartWhenSignalsCannotBeWatched) {
+  HeadlessRun given;
+  given.tool.system().process().signalsCannotBeWatched = true;
+  EXPECT_EQ(given.run(), endedWith(1));
+  const std::string reason = "could not watch for signals";
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, error("boot-failed", reason), stopped(reason, true)}));
+  EXPECT_EQ(std::ranges::count(given.tool.calls(), "machine.start"), 0);
+}
+
 TEST(RunEnds, WithTheLackOfABundleEvenIfItsDirectoryIsInUse) {
   Tool tool;
   tool.write("file", "");

@@ -64,15 +64,19 @@ void VirtualLoop::advance(std::chrono::milliseconds duration) {
 
 // ---- The streams ----
 
-void CapturedStreams::writeOutput(std::string_view bytes) {
+bool CapturedStreams::writeOutput(std::string_view bytes) {
+  if (outputFails) return false;
   output += bytes;
   ++outputWrites;
   if (recorder) recorder(bytes.substr(0, bytes.find('\n')));
+  return true;
 }
 
-void CapturedStreams::readInput(InputHandler handler) {
+platform::Result<> CapturedStreams::readInput(InputHandler handler) {
+  if (inputFails) return platform::error("test", 1, "could not read standard input: no thread");
   handler_ = std::move(handler);
   if (recorder) recorder("reads input");
+  return {};
 }
 
 void CapturedStreams::send(std::string_view chunk) {
@@ -103,8 +107,9 @@ class TestProcess::Source : public platform::SignalSource {
   platform::TerminationSignal signal_;
 };
 
-std::unique_ptr<platform::SignalSource> TestProcess::watchSignal(platform::TerminationSignal signal,
-                                                                 platform::Work handler) {
+platform::Result<std::unique_ptr<platform::SignalSource>> TestProcess::watchSignal(
+    platform::TerminationSignal signal, platform::Work handler) {
+  if (signalsCannotBeWatched) return platform::error("test", 1, "could not watch for signals");
   watched.push_back(signal);
   handlers_[signal] = std::move(handler);
   if (recorder) recorder("watches a signal");

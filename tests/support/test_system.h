@@ -57,9 +57,9 @@ class CapturedStreams : public platform::StandardStreams {
  public:
   explicit CapturedStreams(platform::EventLoop& loop) : loop_(loop) {}
 
-  void writeOutput(std::string_view bytes) override;
+  bool writeOutput(std::string_view bytes) override;
   void writeError(std::string_view line) override { error += line; }
-  void readInput(InputHandler handler) override;
+  platform::Result<> readInput(InputHandler handler) override;
 
   /// Delivers a chunk to the reader in a later loop iteration, as the real streams do.
   void send(std::string_view chunk);
@@ -72,6 +72,9 @@ class CapturedStreams : public platform::StandardStreams {
   std::string output;
   std::string error;
   int outputWrites = 0;
+  /// Stand in for a full device, and for a system without a free thread.
+  bool outputFails = false;
+  bool inputFails = false;
   Recorder recorder;  // may be null
 
  private:
@@ -91,8 +94,9 @@ class TestProcess : public platform::Process {
  public:
   TestProcess(platform::EventLoop& loop, platform::Process& real) : loop_(loop), real_(real) {}
 
-  std::unique_ptr<platform::SignalSource> watchSignal(platform::TerminationSignal signal,
-                                                      platform::Work handler) override;
+  platform::Result<std::unique_ptr<platform::SignalSource>> watchSignal(
+      platform::TerminationSignal signal, platform::Work handler) override;
+  void failTooLongWrites() override {}
   platform::Result<int> runAndWait(const std::string& program,
                                    const std::vector<std::string>& arguments) override;
 
@@ -104,6 +108,8 @@ class TestProcess : public platform::Process {
   std::vector<std::pair<std::string, std::vector<std::string>>> programsRun;
   /// Stands in for the next program's start.
   bool programsCannotStart = false;
+  /// Stands in for a process without a free descriptor.
+  bool signalsCannotBeWatched = false;
   /// Called before each program is run.
   std::function<void()> beforeProgram = [] {};
   Recorder recorder;  // may be null

@@ -6,10 +6,10 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <utility>
 
 #include "platform/linux/child_process.h"
+#include "platform/linux/error.h"
 #include "platform/posix/descriptor.h"
 
 namespace parlen::linux {
@@ -42,8 +42,8 @@ void catchSignal(int signal) {
 
 class EventSource final : public platform::SignalSource {
  public:
-  EventSource(EventLoop& loop, std::size_t index, platform::Work handler)
-      : event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+  EventSource(EventLoop& loop, std::size_t index, posix::Descriptor event, platform::Work handler)
+      : event_(std::move(event)),
         slot_(events[index]),
         watch_(loop.watch(event_.get(), Readiness::readable,
                           [event = event_.get(), handler = std::move(handler)] {
@@ -51,7 +51,6 @@ class EventSource final : public platform::SignalSource {
                             eventfd_read(event, &count);
                             handler();
                           })) {
-    if (!event_) std::abort();  // a signal that is not received must keep its effect
     slot_.store(event_.get());
     catchSignal(signalNumbers[index]);
   }
@@ -69,9 +68,12 @@ class EventSource final : public platform::SignalSource {
 
 }  // namespace
 
-std::unique_ptr<platform::SignalSource> Process::watchSignal(platform::TerminationSignal signal,
-                                                             platform::Work handler) {
-  return std::make_unique<EventSource>(loop_, static_cast<std::size_t>(signal), std::move(handler));
+platform::Result<std::unique_ptr<platform::SignalSource>> Process::watchSignal(
+    platform::TerminationSignal signal, platform::Work handler) {
+  posix::Descriptor event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!event) return error("watch for signals", errno);
+  return std::make_unique<EventSource>(loop_, static_cast<std::size_t>(signal), std::move(event),
+                                       std::move(handler));
 }
 
 platform::Result<int> Process::runAndWait(const std::string& program,

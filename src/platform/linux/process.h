@@ -16,8 +16,8 @@ class Process final : public posix::Process {
 
   /// The newest source of a signal receives it. When a source is gone its signal stays caught,
   /// without effect; a program that is executed gets the default action back.
-  std::unique_ptr<platform::SignalSource> watchSignal(platform::TerminationSignal signal,
-                                                      platform::Work handler) override;
+  platform::Result<std::unique_ptr<platform::SignalSource>> watchSignal(
+      platform::TerminationSignal signal, platform::Work handler) override;
   /// A child that a signal ended has the status that shells give it: 128 and the signal's number.
   platform::Result<int> runAndWait(const std::string& program,
                                    const std::vector<std::string>& arguments) override;

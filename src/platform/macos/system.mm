@@ -96,8 +96,8 @@ int exitStatus(NSTask* task) {
 /// This process. Stateless.
 class Process final : public posix::Process {
  public:
-  std::unique_ptr<platform::SignalSource> watchSignal(platform::TerminationSignal signal,
-                                                      platform::Work handler) override {
+  platform::Result<std::unique_ptr<platform::SignalSource>> watchSignal(
+      platform::TerminationSignal signal, platform::Work handler) override {
     // A dispatch source does not replace the default action (dispatch_source_create(3)). An empty
     // handler does; ignoring the signal would too, but children inherit that.
     ::signal(number(signal), [](int) {});

@@ -63,10 +63,11 @@ InputReader::InputReader(int descriptor, platform::EventLoop& loop, const WriteA
     : descriptor_(descriptor),
       loop_(loop),
       writes_(writes),
-      inbox_(std::make_shared<Inbox>(std::move(handler))),
-      ending_(makePipe()) {
-  // Without a thread nothing can ever be heard: that is the end of the input.
-  if (!startThread()) forward({});
+      inbox_(std::make_shared<Inbox>(std::move(handler))) {}
+
+int InputReader::start() {
+  ending_ = makePipe();
+  return ending_.reading ? startThread() : errno;
 }
 
 InputReader::~InputReader() {
@@ -76,7 +77,7 @@ InputReader::~InputReader() {
   if (thread_) pthread_join(*thread_, nullptr);
 }
 
-bool InputReader::startThread() {
+int InputReader::startThread() {
   const sigset_t blocked = signalsToBlock();
   sigset_t before;
   pthread_attr_t attributes;
@@ -84,10 +85,11 @@ bool InputReader::startThread() {
   pthread_attr_setstacksize(&attributes, stackSize);
   pthread_sigmask(SIG_SETMASK, &blocked, &before);  // a thread inherits it from its creator
   pthread_t thread{};
-  if (pthread_create(&thread, &attributes, &threadMain, this) == 0) thread_ = thread;
+  const int code = pthread_create(&thread, &attributes, &threadMain, this);
+  if (code == 0) thread_ = thread;
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
   pthread_attr_destroy(&attributes);
-  return thread_.has_value();
+  return code;
 }
 
 void* InputReader::threadMain(void* reader) {

@@ -74,9 +74,12 @@ class Inbox {
 /// it reads, and the reader goes on without a limit.
 class InputReader {
  public:
-  /// `writes` must outlive the reader. A read error counts as the end.
+  /// `writes` must outlive the reader.
   InputReader(int descriptor, platform::EventLoop& loop, const WriteActivity& writes,
               platform::StandardStreams::InputHandler handler);
+  /// Starts to read, once; a read error counts as the end. Returns 0 or an errno value: then
+  /// `handler` is never called.
+  int start();
   /// Ends the reading; `handler` is not called again.
   ~InputReader();
   InputReader(const InputReader&) = delete;
@@ -84,7 +87,7 @@ class InputReader {
 
  private:
   static void* threadMain(void* reader);
-  bool startThread();
+  int startThread();
   void readToEnd();
   void waitForRoom();
   bool waitForInput();
@@ -95,7 +98,7 @@ class InputReader {
   platform::EventLoop& loop_;
   const WriteActivity& writes_;
   std::shared_ptr<Inbox> inbox_;
-  Pipe ending_;                  // readable once the reader is to end
+  Pipe ending_{Descriptor(), Descriptor()};  // readable once the reader is to end
   std::uint64_t seenWrite_ = 0;  // the thread's: the write under way when the inbox was last full
   std::optional<pthread_t> thread_;
 };

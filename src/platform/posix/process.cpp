@@ -12,6 +12,14 @@ void Process::endWith(int status) { _exit(status); }
 
 void Process::endInTrap() { std::abort(); }
 
+// A handler rather than "ignore", which children would inherit. The write returns EFBIG.
+void Process::failTooLongWrites() {
+  struct sigaction action{};
+  action.sa_handler = [](int) {};
+  action.sa_flags = SA_RESTART;
+  sigaction(SIGXFSZ, &action, nullptr);
+}
+
 void resetSignals() {
   struct sigaction action{};
   action.sa_handler = SIG_DFL;

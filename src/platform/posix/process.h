@@ -6,6 +6,9 @@ namespace parlen::posix {
 
 /// How this process ends. What differs between systems is left to derived classes.
 class Process : public platform::Process {
+ public:
+  void failTooLongWrites() final;
+
  private:
   [[noreturn]] void endWith(int status) final;
   [[noreturn]] void endInTrap() final;

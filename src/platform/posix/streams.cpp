@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <system_error>
 #include <utility>
 
 namespace parlen::posix {
@@ -17,15 +18,17 @@ void openStandardDescriptors() {
   }
 }
 
-void Streams::writeOutput(std::string_view bytes) {
+bool Streams::writeOutput(std::string_view bytes) {
+  int code = 0;
   writes_.begin();
   // Waiting for a reader keeps every byte, also on a pipe that another process has made
   // non-blocking. Any other error drops what is left.
-  while (writeAll(descriptors_.output, bytes) == EAGAIN) {
+  while ((code = writeAll(descriptors_.output, bytes)) == EAGAIN) {
     pollfd wait{descriptors_.output, POLLOUT, 0};
     waitUntilReady({&wait, 1});
   }
   writes_.end();
+  return code == 0;
 }
 
 void Streams::writeError(std::string_view line) { error_.write(line); }
@@ -40,8 +43,13 @@ void Streams::reserveOutput() {
   reserved_ = std::move(output);
 }
 
-void Streams::readInput(InputHandler handler) {
+platform::Result<> Streams::readInput(InputHandler handler) {
   reader_ = std::make_unique<InputReader>(descriptors_.input, loop_, writes_, std::move(handler));
+  const int code = reader_->start();
+  if (code == 0) return {};
+  // The domain of errno values. Source: NSPOSIXErrorDomain of Foundation.
+  return platform::error("NSPOSIXErrorDomain", code,
+                         "could not read standard input: " + std::generic_category().message(code));
 }
 
 }  // namespace parlen::posix

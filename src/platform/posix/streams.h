@@ -29,9 +29,9 @@ class Streams final : public platform::StandardStreams {
   Streams(StreamDescriptors descriptors, platform::EventLoop& loop)
       : descriptors_(descriptors), error_(descriptors.error), loop_(loop) {}
 
-  void writeOutput(std::string_view bytes) override;
+  bool writeOutput(std::string_view bytes) override;
   void writeError(std::string_view line) override;
-  void readInput(InputHandler handler) override;
+  platform::Result<> readInput(InputHandler handler) override;
 
   /// From the call on nobody else writes to the output: its number becomes another one for standard
   /// error, so that what a library prints reaches no reader of events. Main thread.
