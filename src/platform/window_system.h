@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "platform/event_loop.h"
 #include "platform/geometry.h"
 #include "platform/key_event.h"
 #include "platform/virtual_machine.h"
@@ -33,6 +34,10 @@ class Application {
 
   /// Tells the host not to end this process when it appears idle; `reason` is for debuggers.
   virtual void disableAutomaticTermination(std::string_view reason) = 0;
+
+  /// From now on the desktop does not end this process: each time that it would (the user quits the
+  /// application, by a menu, by Command-Q or in the Dock, or logs out), it calls `onQuit` instead.
+  virtual void setQuitHandler(Work onQuit) = 0;
 
   /// Serves the main queue and the window system, and does not return: a piece of work ends the
   /// process.

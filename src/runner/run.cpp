@@ -44,8 +44,8 @@ platform::MachineConfiguration validConfiguration(const VMBundle& bundle,
   return *std::move(configuration);
 }
 
-/// From now on SIGTERM and SIGINT stop the runner's machine hard, whatever it is doing. `runner`
-/// must live as long as the process.
+/// From now on SIGTERM, SIGINT and a user who quits the application stop the runner's machine hard,
+/// whatever it is doing. `runner` must live as long as the process.
 void installTerminationHandlers(VMRunner& runner) {
   constexpr std::array signals = {platform::TerminationSignal::terminate,
                                   platform::TerminationSignal::interrupt};
@@ -53,6 +53,7 @@ void installTerminationHandlers(VMRunner& runner) {
     terminationSources.push_back(orFailToStart(
         platform::system().process().watchSignal(signal, [&runner] { runner.forceStop(); })));
   }
+  platform::host().application().setQuitHandler([&runner] { runner.forceStop(); });
 }
 
 /// Starts the machine and shows it in the returned window. Without a desktop the run ends, because

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "input/gui_input_driver.h"
@@ -60,6 +61,32 @@ class WithSlowDesktop : public WithoutDesktop {
       : WithoutDesktop(tool, std::move(meanwhile)) {
     host.opens = true;
   }
+};
+
+/// The tool's host on a desktop whose user quits the application.
+class HostThatQuits : public platform::Host, private platform::Application {
+ public:
+  explicit HostThatQuits(Tool& tool) : host_(platform::host()) {
+    platform::usePlatform(&tool.system(), this);
+  }
+
+  platform::HostCapabilities& capabilities() override { return host_.capabilities(); }
+  platform::GuestIdentities& identities() override { return host_.identities(); }
+  platform::MachineFactory& machines() override { return host_.machines(); }
+  platform::Restoration& restoration() override { return host_.restoration(); }
+  platform::Application& application() override { return *this; }
+  platform::Result<platform::WindowSystem*> windowSystem() override { return host_.windowSystem(); }
+
+  void quit() { onQuit_(); }
+
+ private:
+  void setActivationPolicy(platform::ActivationPolicy) override {}
+  void disableAutomaticTermination(std::string_view) override {}
+  void setQuitHandler(platform::Work onQuit) override { onQuit_ = std::move(onQuit); }
+  void run() override { host_.application().run(); }
+
+  platform::Host& host_;
+  platform::Work onQuit_;
 };
 
 std::size_t count(const Lines& lines, const std::string& line) {
@@ -175,6 +202,27 @@ TEST(GuiRun, NamesAnInvalidConfigurationBeforeAMissingDesktop) {
   EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(1));
   EXPECT_EQ(given.host.asked, 0);
   EXPECT_EQ(tool.events().back(), error("boot-failed", "invalid VM configuration: odd"));
+}
+
+TEST(AnyRun, StopsHardAndOrderlyWhenItsUserQuits) {
+  for (const std::string option : {"--gui", ""}) {
+    Tool tool;
+    HostThatQuits host(tool);
+    tool.system().loop().postDelayed(std::chrono::milliseconds(10), [&] { host.quit(); });
+    EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1" + option), option}), endedWith(0));
+    EXPECT_EQ(tool.events(), (Lines{ready, starting, running, hardStop}));
+  }
+}
+
+TEST(AnyRun, StopsOnceWhenItsUserQuitsAgainAndASignalComes) {
+  Tool tool(R"({"machine":{"stopMs":1000}})");
+  HostThatQuits host(tool);
+  for (const int at : {10, 20}) {
+    tool.system().loop().postDelayed(std::chrono::milliseconds(at), [&] { host.quit(); });
+  }
+  tool.raiseAt(30, platform::TerminationSignal::terminate);
+  EXPECT_EQ(tool.run({"run", "--bundle", tool.makeBundle("vm1"), "--gui"}), endedWith(0));
+  EXPECT_EQ(tool.events(), (Lines{ready, starting, running, hardStop}));
 }
 
 TEST(HeadlessRunWithoutADesktop, WarnsOfEachShowAndGoesOn) {

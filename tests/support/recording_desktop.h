@@ -141,6 +141,7 @@ class RecordingHost : public platform::Host {
     explicit Application(Recording& recording) : recording_(recording) {}
     void setActivationPolicy(platform::ActivationPolicy policy) override;
     void disableAutomaticTermination(std::string_view reason) override;
+    void setQuitHandler(platform::Work) override {}
     void run() override;
 
    private:

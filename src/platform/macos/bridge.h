@@ -74,4 +74,26 @@ using CompletionHandler = void (^)(NSError*);
 /// thread.
 CompletionHandler toHandler(platform::Completion done, platform::WarningSink warn);
 
+/// Calls what makes AppKit work for a command of the parent. AppKit raises where it cannot carry
+/// something out, a window server that refuses a window included; that becomes a warning, because
+/// no window is worth a guest. Main thread.
+class Guard {
+ public:
+  explicit Guard(platform::WarningSink warn) : warn_(std::move(warn)) {}
+
+  template <class Function>
+  void operator()(const Function& function) const {
+    @try {
+      function();
+    } @catch (NSException* exception) {
+      warnOf(exception);
+    }
+  }
+
+ private:
+  void warnOf(NSException* exception) const;
+
+  platform::WarningSink warn_;
+};
+
 }  // namespace parlen::macos

@@ -65,4 +65,9 @@ CompletionHandler toHandler(platform::Completion done, platform::WarningSink war
   };
 }
 
+void Guard::warnOf(NSException* exception) const {
+  warn_("the window system failed: " + fromText(exception.reason) + " (" +
+        fromText(exception.name) + ")");
+}
+
 }  // namespace parlen::macos

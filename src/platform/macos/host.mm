@@ -1,8 +1,10 @@
 #import <Virtualization/Virtualization.h>
 
+#include <cerrno>
 #include <memory>
 #include <utility>
 
+#import "platform/macos/application.h"
 #import "platform/macos/bridge.h"
 #import "platform/macos/handles.h"
 #import "platform/macos/machine.h"
@@ -61,7 +63,8 @@ class Identities final : public platform::GuestIdentities {
 /// neither.
 class Host final : public platform::Host {
  public:
-  explicit Host(const platform::WarningSink& warn) : machines_(warn), restoration_(warn) {}
+  explicit Host(const platform::WarningSink& warn)
+      : warn_(warn), machines_(warn), restoration_(warn) {}
 
   platform::HostCapabilities& capabilities() override { return capabilities_; }
   platform::GuestIdentities& identities() override { return identities_; }
@@ -70,11 +73,13 @@ class Host final : public platform::Host {
   platform::Application& application() override { return application_; }
 
   platform::Result<platform::WindowSystem*> windowSystem() override {
-    if (!windowSystem_) windowSystem_ = makeWindowSystem();
+    if (!hasWindowServer()) return error(ENXIO, "there is no login session with a window server");
+    if (!windowSystem_) windowSystem_ = makeWindowSystem(warn_);
     return windowSystem_.get();
   }
 
  private:
+  platform::WarningSink warn_;
   Capabilities capabilities_;
   Identities identities_;
   MachineFactory machines_;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #import "platform/macos/bar.h"
+#import "platform/macos/bridge.h"
 #include "platform/window_system.h"
 
 @class ParlenWindowDelegate;
@@ -56,8 +57,9 @@ class MachineView final : public ViewOf<platform::MachineView, VZVirtualMachineV
 /// Main thread, as all of AppKit.
 class Window final : public platform::Window {
  public:
-  /// `labels` are the texts of any bar that the window is given.
-  Window(const platform::WindowOptions& options, const BarLabels& labels);
+  /// `labels` are the texts of any bar that the window is given. What AppKit fails to do goes to
+  /// `guard`; a window that it does not make at all stays invisible.
+  Window(const platform::WindowOptions& options, const BarLabels& labels, Guard guard);
   ~Window() override;
   Window(const Window&) = delete;
   Window& operator=(const Window&) = delete;
@@ -87,7 +89,8 @@ class Window final : public platform::Window {
   std::string firstResponderDescription() const override;
 
  private:
-  NSWindow* window_;
+  Guard guard_;
+  NSWindow* window_ = nil;
   BarLabels labels_;
   ParlenWindowDelegate* delegate_;  // NSWindow's own reference to it is weak
   std::shared_ptr<MachineView> content_;

@@ -1,5 +1,7 @@
 #import "platform/macos/window.h"
 
+#include <utility>
+
 #import "platform/macos/bridge.h"
 
 /// Forwards AppKit's delegate calls to the program's delegate.
@@ -70,13 +72,16 @@ std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view) {
 
 platform::Window* MachineView::window() const { return object().window != nil ? window_ : nullptr; }
 
-Window::Window(const platform::WindowOptions& options, const BarLabels& labels)
-    : window_(withReferenceForClosing([[NSWindow alloc]
-          initWithContentRect:toNsRect(options.contentRect)
-                    styleMask:options.styleMask
-                      backing:toBacking(options.backing)
-                        defer:options.defer])),
-      labels_(labels) {}
+Window::Window(const platform::WindowOptions& options, const BarLabels& labels, Guard guard)
+    : guard_(std::move(guard)), labels_(labels) {
+  guard_([&] {
+    window_ =
+        withReferenceForClosing([[NSWindow alloc] initWithContentRect:toNsRect(options.contentRect)
+                                                            styleMask:options.styleMask
+                                                              backing:toBacking(options.backing)
+                                                                defer:options.defer]);
+  });
+}
 
 Window::~Window() {
   window_.delegate = nil;
@@ -85,31 +90,35 @@ Window::~Window() {
 
 std::int64_t Window::windowNumber() const { return window_.windowNumber; }
 
-void Window::setTitle(const std::string& title) { window_.title = toText(title); }
+void Window::setTitle(const std::string& title) {
+  guard_([&] { window_.title = toText(title); });
+}
 
 void Window::setReleasedWhenClosed(platform::ReleasedWhenClosed released) {
-  window_.releasedWhenClosed = released == platform::ReleasedWhenClosed::yes;
+  guard_([&] { window_.releasedWhenClosed = released == platform::ReleasedWhenClosed::yes; });
 }
 
 void Window::setDelegate(platform::WindowDelegate* delegate) {
   delegate_ = delegate != nullptr ? [[ParlenWindowDelegate alloc] initWithReceiver:delegate] : nil;
-  window_.delegate = delegate_;
+  guard_([&] { window_.delegate = delegate_; });
 }
 
 void Window::setContentView(const std::shared_ptr<platform::MachineView>& view) {
   if (content_) content_->moveTo(nullptr);
   content_ = unwrap(view);
   if (content_) content_->moveTo(this);
-  window_.contentView = content_ ? content_->object() : nil;
+  guard_([&] { window_.contentView = content_ ? content_->object() : nil; });
 }
 
 void Window::setInitialFirstResponder(const std::shared_ptr<platform::MachineView>& view) {
-  window_.initialFirstResponder = view ? unwrap(view)->object() : nil;
+  guard_([&] { window_.initialFirstResponder = view ? unwrap(view)->object() : nil; });
 }
 
 void Window::addTitlebarAccessory(const platform::TitlebarAccessory& accessory) {
   targets_.push_back([[NSMutableArray alloc] init]);
-  [window_ addTitlebarAccessoryViewController:makeAccessory(accessory, labels_, targets_.back())];
+  guard_([&] {
+    [window_ addTitlebarAccessoryViewController:makeAccessory(accessory, labels_, targets_.back())];
+  });
 }
 
 bool Window::isVisible() const { return window_.isVisible; }
@@ -126,18 +135,24 @@ platform::Rect Window::contentRectForFrameRect(const platform::Rect& frame) cons
 }
 
 void Window::setFrame(const platform::Rect& frame, platform::Redraw redraw) {
-  [window_ setFrame:toNsRect(frame) display:redraw == platform::Redraw::atOnce];
+  guard_([&] { [window_ setFrame:toNsRect(frame) display:redraw == platform::Redraw::atOnce]; });
 }
 
-void Window::setContentSize(const platform::Size& size) { [window_ setContentSize:toNsSize(size)]; }
+void Window::setContentSize(const platform::Size& size) {
+  guard_([&] { [window_ setContentSize:toNsSize(size)]; });
+}
 
 void Window::setContentAspectRatio(const platform::Size& ratio) {
-  window_.contentAspectRatio = toNsSize(ratio);
+  guard_([&] { window_.contentAspectRatio = toNsSize(ratio); });
 }
 
-void Window::makeKeyAndOrderFront() { [window_ makeKeyAndOrderFront:nil]; }
+void Window::makeKeyAndOrderFront() {
+  guard_([&] { [window_ makeKeyAndOrderFront:nil]; });
+}
 
-void Window::orderOut() { [window_ orderOut:nil]; }
+void Window::orderOut() {
+  guard_([&] { [window_ orderOut:nil]; });
+}
 
 bool Window::firstResponderIsMachineView() const {
   return [window_.firstResponder isKindOfClass:VZVirtualMachineView.class];
@@ -148,7 +163,7 @@ bool Window::isFirstResponder(const platform::View& view) const {
 }
 
 void Window::makeFirstResponder(const std::shared_ptr<platform::View>& view) {
-  [window_ makeFirstResponder:view ? unwrap(*view) : nil];
+  guard_([&] { [window_ makeFirstResponder:view ? unwrap(*view) : nil]; });
 }
 
 std::string Window::firstResponderDescription() const {

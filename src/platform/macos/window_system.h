@@ -6,15 +6,8 @@
 
 namespace parlen::macos {
 
-/// NSApplication's shared instance, which the first call creates.
-class Application final : public platform::Application {
- public:
-  void setActivationPolicy(platform::ActivationPolicy policy) override;
-  void disableAutomaticTermination(std::string_view reason) override;
-  void run() override;
-};
-
-/// Windows, menus and key events of AppKit. Main thread.
-std::unique_ptr<platform::WindowSystem> makeWindowSystem();
+/// Windows, menus and key events of AppKit, which needs a window server. What AppKit fails to do
+/// goes to `warn`. Main thread.
+std::unique_ptr<platform::WindowSystem> makeWindowSystem(platform::WarningSink warn);
 
 }  // namespace parlen::macos

@@ -2,6 +2,8 @@
 
 #import <Virtualization/Virtualization.h>
 
+#include <utility>
+
 #import "platform/macos/bar.h"
 #import "platform/macos/bridge.h"
 #import "platform/macos/machine.h"
@@ -11,15 +13,6 @@ namespace parlen::macos {
 namespace {
 
 NSApplication* application() { return NSApplication.sharedApplication; }
-
-NSApplicationActivationPolicy toPolicy(platform::ActivationPolicy policy) {
-  switch (policy) {
-    case platform::ActivationPolicy::regular:
-      return NSApplicationActivationPolicyRegular;
-    case platform::ActivationPolicy::prohibited:
-      return NSApplicationActivationPolicyProhibited;
-  }
-}
 
 NSMenu* toSubmenu(const std::vector<platform::MenuEntry>& entries) {
   NSMenu* submenu = [[NSMenu alloc] init];
@@ -79,10 +72,12 @@ NSEvent* toEvent(const platform::KeyEventDetails& details) {
 
 class WindowSystem final : public platform::WindowSystem {
  public:
+  explicit WindowSystem(platform::WarningSink warn) : guard_(std::move(warn)) {}
+
   bool hasMainMenu() const override { return application().mainMenu != nil; }
 
   void setMainMenu(const platform::MenuBar& menu) override {
-    application().mainMenu = toMenu(menu);
+    guard_([&] { application().mainMenu = toMenu(menu); });
   }
 
   void activate(platform::OtherApps otherApps) override;
@@ -97,11 +92,11 @@ class WindowSystem final : public platform::WindowSystem {
       const platform::MachineViewOptions& options) override;
 
   std::unique_ptr<platform::Window> makeWindow(const platform::WindowOptions& options) override {
-    return std::make_unique<Window>(options, labels_);
+    return std::make_unique<Window>(options, labels_, guard_);
   }
 
   void setLabelText(platform::BarLabel label, const std::string& text) override {
-    labels_.of(label).stringValue = toText(text);
+    guard_([&] { labels_.of(label).stringValue = toText(text); });
   }
 
   std::unique_ptr<platform::KeyEvent> keyEvent(const platform::KeyEventDetails& details) override {
@@ -111,10 +106,11 @@ class WindowSystem final : public platform::WindowSystem {
   }
 
   void sendEvent(const platform::KeyEvent& event) override {
-    [application() sendEvent:static_cast<const KeyEvent&>(event).object()];
+    guard_([&] { [application() sendEvent:static_cast<const KeyEvent&>(event).object()]; });
   }
 
  private:
+  Guard guard_;
   BarLabels labels_ = makeBarLabels();
 };
 
@@ -124,40 +120,31 @@ class WindowSystem final : public platform::WindowSystem {
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wdeprecated-declarations"
 void WindowSystem::activate(platform::OtherApps otherApps) {
-  [application() activateIgnoringOtherApps:otherApps == platform::OtherApps::ignore];
+  guard_(
+      [&] { [application() activateIgnoringOtherApps:otherApps == platform::OtherApps::ignore]; });
 }
 #pragma clang diagnostic pop
 
 std::shared_ptr<platform::MachineView> WindowSystem::makeMachineView(
     const platform::Rect& frame, platform::VirtualMachine& machine,
     const platform::MachineViewOptions& options) {
-  VZVirtualMachineView* view = [[VZVirtualMachineView alloc] initWithFrame:toNsRect(frame)];
-  view.virtualMachine = static_cast<Machine&>(machine).object();
-  view.capturesSystemKeys = options.capturesSystemKeys;
-  // Apple's VZVirtualMachineView page: the property exists from macOS 14.
-  if (@available(macOS 14.0, *)) {
-    view.automaticallyReconfiguresDisplay = options.automaticallyReconfiguresDisplay;
-  }
+  VZVirtualMachineView* view = nil;
+  guard_([&] {
+    view = [[VZVirtualMachineView alloc] initWithFrame:toNsRect(frame)];
+    view.virtualMachine = static_cast<Machine&>(machine).object();
+    view.capturesSystemKeys = options.capturesSystemKeys;
+    // Apple's VZVirtualMachineView page: the property exists from macOS 14.
+    if (@available(macOS 14.0, *)) {
+      view.automaticallyReconfiguresDisplay = options.automaticallyReconfiguresDisplay;
+    }
+  });
   return std::make_shared<MachineView>(view);
 }
 
 }  // namespace
 
-// Apple's NSApplicationActivationPolicy page: a program outside an application bundle starts as
-// prohibited, and may not create windows before it is regular.
-void Application::setActivationPolicy(platform::ActivationPolicy policy) {
-  [application() setActivationPolicy:toPolicy(policy)];
-}
-
-void Application::disableAutomaticTermination(std::string_view reason) {
-  [NSProcessInfo.processInfo disableAutomaticTermination:toText(reason)];
-}
-
-// Serves the main queue too.
-void Application::run() { [application() run]; }
-
-std::unique_ptr<platform::WindowSystem> makeWindowSystem() {
-  return std::make_unique<WindowSystem>();
+std::unique_ptr<platform::WindowSystem> makeWindowSystem(platform::WarningSink warn) {
+  return std::make_unique<WindowSystem>(std::move(warn));
 }
 
 }  // namespace parlen::macos

@@ -55,6 +55,7 @@ class HeadlessApplication : public platform::Application {
 
   void setActivationPolicy(platform::ActivationPolicy) override {}
   void disableAutomaticTermination(std::string_view) override {}
+  void setQuitHandler(platform::Work) override {}
   void run() override { loop_.run(); }
 
  private:

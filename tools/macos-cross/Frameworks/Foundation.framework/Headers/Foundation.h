@@ -372,6 +372,7 @@ FOUNDATION_EXPORT NSErrorUserInfoKey const NSLocalizedRecoverySuggestionErrorKey
 @end
 
 @interface NSException : NSObject <NSCopying>
+@property(readonly, copy) NSString *name;
 @property(nullable, readonly, copy) NSString *reason;
 @end
 
