@@ -246,8 +246,8 @@ class WindowSystem {
 
   /// Builds an event; null if the window system cannot.
   virtual std::unique_ptr<KeyEvent> keyEvent(const KeyEventDetails& details) = 0;
-  /// Dispatches the event through the application to the key window's first responder, before it
-  /// returns.
+  /// Dispatches the event through the application to its window's first responder, before it
+  /// returns, whether or not the user works with this application.
   virtual void sendEvent(const KeyEvent& event) = 0;
 };
 

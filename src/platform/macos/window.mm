@@ -147,7 +147,12 @@ void Window::setContentAspectRatio(const platform::Size& ratio) {
 }
 
 void Window::makeKeyAndOrderFront() {
-  guard_([&] { [window_ makeKeyAndOrderFront:nil]; });
+  guard_([&] {
+    [window_ makeKeyAndOrderFront:nil];
+    // The first call leaves the window behind those of the active application (Apple's NSWindow
+    // page), which this one need not have become.
+    [window_ orderFrontRegardless];
+  });
 }
 
 void Window::orderOut() {

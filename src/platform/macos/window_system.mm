@@ -70,6 +70,21 @@ NSEvent* toEvent(const platform::KeyEventDetails& details) {
                            keyCode:details.keyCode];
 }
 
+/// Whether the application would keep `event` from its window, which it does with two kinds:
+/// - Keys while another window is key, or none: since macOS 14 a process becomes active only when
+///   the system agrees (Apple's NSApplication page, activate).
+/// - A key that is released while Command is held: the key would stay down in the guest. Apple
+///   does not document it; winit's WinitApplication, among others, works around it.
+bool isKeptByApplication(NSEvent* event) {
+  if (application().keyWindow != event.window) return true;
+  return event.type == NSEventTypeKeyUp && (event.modifierFlags & NSEventModifierFlagCommand) != 0;
+}
+
+void dispatch(NSEvent* event) {
+  if (event.window != nil && isKeptByApplication(event)) return [event.window sendEvent:event];
+  [application() sendEvent:event];
+}
+
 class WindowSystem final : public platform::WindowSystem {
  public:
   explicit WindowSystem(platform::WarningSink warn) : guard_(std::move(warn)) {}
@@ -106,7 +121,7 @@ class WindowSystem final : public platform::WindowSystem {
   }
 
   void sendEvent(const platform::KeyEvent& event) override {
-    guard_([&] { [application() sendEvent:static_cast<const KeyEvent&>(event).object()]; });
+    guard_([&] { dispatch(static_cast<const KeyEvent&>(event).object()); });
   }
 
  private:
@@ -144,6 +159,7 @@ std::shared_ptr<platform::MachineView> WindowSystem::makeMachineView(
 }  // namespace
 
 std::unique_ptr<platform::WindowSystem> makeWindowSystem(platform::WarningSink warn) {
+  application();  // fonts and colors, the labels' included, come with the application
   return std::make_unique<WindowSystem>(std::move(warn));
 }
 
