@@ -94,14 +94,14 @@ class Observation final : public platform::ProgressObservation {
 class Installer final : public platform::Installer {
  public:
   Installer(VZMacOSInstaller* installer, platform::WarningSink warn)
-      : installer_(installer), warn_(std::move(warn)) {}
+      : installer_(installer), progress_(installer.progress), warn_(std::move(warn)) {}
 
-  double fractionCompleted() const override { return installer_.progress.fractionCompleted; }
+  double fractionCompleted() const override { return progress_.fractionCompleted; }
 
   std::unique_ptr<platform::ProgressObservation> observeProgress(
       std::function<void()> onChange) override {
     return std::make_unique<Observation>([[ParlenProgressObserver alloc]
-        initWithProgress:installer_.progress
+        initWithProgress:progress_
                 onChange:std::move(onChange)]);
   }
 
@@ -111,6 +111,8 @@ class Installer final : public platform::Installer {
 
  private:
   VZMacOSInstaller* installer_;
+  // Observers ask it on the thread that changes it; the installer itself belongs to the main one.
+  NSProgress* progress_;
   platform::WarningSink warn_;
 };
 
