@@ -36,8 +36,11 @@ if(PARLEN_PRECOMPILED_HEADERS)
 endif()
 
 # parlen_precompile(<target> <parlen_precompiled or parlen_precompiled_tests>)
+#
+# Not for a target with Objective-C++ in it: the headers are precompiled as C++.
 function(parlen_precompile target headers)
-  if(TARGET ${headers})
+  get_target_property(sources ${target} SOURCES)
+  if(TARGET ${headers} AND NOT "${sources}" MATCHES "\\.mm(;|$)")
     target_precompile_headers(${target} REUSE_FROM ${headers})
   endif()
 endfunction()

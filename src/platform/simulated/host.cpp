@@ -73,16 +73,22 @@ std::expected<std::unique_ptr<platform::AppendingFile>, std::string> openTrace(
 
 }  // namespace
 
-std::expected<std::unique_ptr<platform::Host>, std::string> makeHost(platform::System& system,
-                                                                     const HostOptions& options) {
+std::expected<std::shared_ptr<World>, std::string> makeWorld(platform::System& system,
+                                                             const HostOptions& options) {
   const auto start = system.loop().now();
   auto scenario = loadScenario(system, options.scenarioPath);
   if (!scenario) return std::unexpected(scenario.error());
   auto trace = openTrace(system, options.tracePath);
   if (!trace) return std::unexpected(trace.error());
-  auto world = std::make_shared<World>(
+  return std::make_shared<World>(
       World{system, std::move(*scenario), Trace(system.loop(), start, std::move(*trace))});
-  return std::make_unique<Host>(world);
+}
+
+std::expected<std::unique_ptr<platform::Host>, std::string> makeHost(platform::System& system,
+                                                                     const HostOptions& options) {
+  const auto world = makeWorld(system, options);
+  if (!world) return std::unexpected(world.error());
+  return std::make_unique<Host>(*world);
 }
 
 }  // namespace parlen::simulated

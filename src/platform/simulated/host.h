@@ -14,8 +14,15 @@ struct HostOptions {
   std::string tracePath;
 };
 
-/// Makes a deterministic host that runs no guests. The error is a complete message for the user
-/// ("unusable scenario <path>: …"). `system` must outlive the host.
+struct World;
+
+/// Makes what all parts of a host share: the scenario, the trace, the desktop. The error is a
+/// complete message for the user ("unusable scenario <path>: …"). `system` must outlive the world.
+std::expected<std::shared_ptr<World>, std::string> makeWorld(platform::System& system,
+                                                             const HostOptions& options);
+
+/// Makes a deterministic host that runs no guests, with a world of its own. Errors as above.
+/// `system` must outlive the host.
 std::expected<std::unique_ptr<platform::Host>, std::string> makeHost(platform::System& system,
                                                                      const HostOptions& options);
 
