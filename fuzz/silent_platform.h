@@ -31,8 +31,9 @@ class ImmediateLoop : public platform::EventLoop {
   void postDelayed(std::chrono::milliseconds, platform::Work work) override {
     post(std::move(work));
   }
-  void run() override {
+  platform::Result<> run() override {
     for (; !queue_.empty(); queue_.pop_front()) queue_.front()();
+    return {};
   }
   std::chrono::nanoseconds now() const override { return {}; }
   std::chrono::nanoseconds systemUptime() const override { return {}; }
@@ -121,7 +122,7 @@ class SilentHost : public platform::Host, private platform::Application {
  private:
   void setActivationPolicy(platform::ActivationPolicy) override {}
   void disableAutomaticTermination(std::string_view) override {}
-  void run() override {}
+  platform::Result<> run() override { return {}; }
 };
 
 }  // namespace parlen::fuzz

@@ -173,7 +173,9 @@ void createVM(const std::string& ipswPath, const std::string& bundlePath, std::i
   platform::host().restoration().loadRestoreImage(image, [&system, &creation](LoadedImage loaded) {
     system.loop().post([&creation, loaded = std::move(loaded)] { creation.continueWith(loaded); });
   });
-  system.loop().run();
+  if (const auto served = system.loop().run(); !served) {
+    die(errorCode::createFailed, served.error().description);
+  }
   system.process().exit(0);
 }
 

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <functional>
 
+#include "platform/error.h"
+
 namespace parlen::platform {
 
 /// A piece of work for a queue; called once.
@@ -22,8 +24,10 @@ class EventLoop {
   /// later loop iteration. Main thread.
   virtual void postDelayed(std::chrono::milliseconds delay, Work work) = 0;
 
-  /// Serves the queue on the calling thread and does not return: a piece of work ends the process.
-  virtual void run() = 0;
+  /// Serves the queue on the calling thread; a piece of work ends the process. Returns only if the
+  /// system has ended the loop, or with an error if it lets the loop wait for nothing any more:
+  /// what is queued then does not run.
+  virtual Result<> run() = 0;
 
   /// The time on a monotonic clock that also counts while the host sleeps; only differences have a
   /// meaning. Any thread.

@@ -39,9 +39,9 @@ class Application {
   /// application, by a menu, by Command-Q or in the Dock, or logs out), it calls `onQuit` instead.
   virtual void setQuitHandler(Work onQuit) = 0;
 
-  /// Serves the main queue and the window system, and does not return: a piece of work ends the
-  /// process.
-  virtual void run() = 0;
+  /// Serves the main queue and the window system. Returns when, and with what, the event loop's
+  /// `run` does.
+  virtual Result<> run() = 0;
 };
 
 /// A view in a window: what choosing the first responder needs to know of it.

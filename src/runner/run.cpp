@@ -99,7 +99,8 @@ void runVM(const RunOptions& options, const CommandReader& readCommands) {
   } else {
     startHeadless(*runner);
   }
-  platform::host().application().run();
+  const auto served = platform::host().application().run();
+  if (!served) runner->didStopWithError(served.error());  // the guest ends with this process
   platform::system().process().exit(0);
 }
 

@@ -28,7 +28,10 @@ class ExploredLoop final : public platform::EventLoop {
   void post(platform::Work work) override;
   void postDelayed(std::chrono::milliseconds delay, platform::Work work) override;
   /// Calls `onRun`, which steps the loop.
-  void run() override { onRun(); }
+  platform::Result<> run() override {
+    onRun();
+    return {};
+  }
   std::chrono::nanoseconds now() const override { return now_; }
   std::chrono::nanoseconds systemUptime() const override { return now_; }
 

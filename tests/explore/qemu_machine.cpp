@@ -34,7 +34,7 @@ class WatchingLoop final : public linux::EventLoop {
   void postDelayed(std::chrono::milliseconds delay, platform::Work work) override {
     loop_.postDelayed(delay, std::move(work));
   }
-  void run() override { loop_.run(); }
+  platform::Result<> run() override { return loop_.run(); }
   std::chrono::nanoseconds now() const override { return loop_.now(); }
   std::chrono::nanoseconds systemUptime() const override { return loop_.now(); }
   std::unique_ptr<linux::DescriptorWatch> watch(int descriptor, linux::Readiness readiness,

@@ -315,6 +315,14 @@ TEST(Create, FailsForADiskThatTheFileSystemCannotHold) {
   EXPECT_TRUE(given.tool.events().back().contains(R"("code":"create-failed")"));
 }
 
+TEST(Create, FailsIfTheEventLoopCannotWait) {
+  Creation given;
+  given.tool.system().loop().failure =
+      platform::PlatformError{.domain = "", .code = 1, .description = "no more waiting"};
+  EXPECT_EQ(given.create(), endedWith(1));
+  EXPECT_EQ(given.tool.events(), (Lines{ready, error("create-failed", "no more waiting")}));
+}
+
 TEST(Create, FailsWithTheInstallersErrorAndKeepsTheBundle) {
   Creation given(
       R"({"install":{"progress":[0,0.5],"stepMs":100,"error":{"description":"no power"}}})");

@@ -2,9 +2,16 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <thread>
@@ -318,6 +325,83 @@ TEST(EventLoop, EndsTheServiceOfAForeignLoop) {
   serve(loop);
 
   EXPECT_TRUE(foreign.ready.empty());
+}
+
+/// While it lives, no descriptor can be opened and no descriptor can be polled (poll(2), EINVAL).
+class NoDescriptors {
+ public:
+  NoDescriptors() {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    const rlimit none{.rlim_cur = 0, .rlim_max = before_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+  }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+
+ private:
+  rlimit before_{};
+};
+
+TEST(EventLoop, EndsWithAnErrorIfItCannotWait) {
+  EventLoop loop;
+  loop.postDelayed(milliseconds(0), [&] { loop.postDelayed(milliseconds(1), &leaveLoop); });
+  serve(loop);
+
+  const NoDescriptors limit;
+  const auto served = loop.run();
+
+  ASSERT_FALSE(served);
+  EXPECT_EQ(served.error().description, "could not wait for events: Invalid argument");
+}
+
+TEST(EventLoop, EndsWithAnErrorIfNothingCanWakeIt) {
+  const NoDescriptors limit;
+  EventLoop loop;
+
+  const auto served = loop.run();
+
+  ASSERT_FALSE(served);
+  EXPECT_EQ(served.error().description, "could not wait for events: Too many open files");
+}
+
+/// From now on the calling thread's ppoll fails like that; seccomp(2).
+void failPolls(int code) {
+  std::array<sock_filter, 4> program{{
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_ppoll, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(code)),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  }};
+  const sock_fprog filter{.len = static_cast<unsigned short>(program.size()),
+                          .filter = program.data()};
+  ASSERT_EQ(0, prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0));
+  ASSERT_EQ(0, prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter));
+}
+
+TEST(EventLoop, EndsWithAnErrorIfTheSystemNeverHasMemory) {
+  platform::Result<> served;
+  std::thread([&served] {
+    failPolls(ENOMEM);
+    EventLoop loop;
+    served = loop.run();
+  }).join();
+
+  ASSERT_FALSE(served);
+  EXPECT_EQ(served.error().description, "could not wait for events: Cannot allocate memory");
+}
+
+TEST(EventLoop, RunsItsWorkWhileTheSystemHasNoMemory) {
+  int left = 3;
+  std::thread([&left] {
+    failPolls(ENOMEM);
+    EventLoop loop;
+    std::function<void()> again = [&] { --left == 0 ? leaveLoop() : loop.post(again); };
+    loop.post(again);
+    serve(loop);
+  }).join();
+
+  EXPECT_EQ(left, 0);
 }
 
 }  // namespace

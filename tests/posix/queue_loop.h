@@ -25,7 +25,7 @@ class QueueLoop final : public platform::EventLoop {
     throw std::logic_error("nothing is delayed here");
   }
 
-  void run() override {
+  platform::Result<> run() override {
     for (;;) {
       std::unique_lock lock(mutex_);
       posted_.wait(lock, [&] { return !queue_.empty(); });

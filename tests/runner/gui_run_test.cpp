@@ -83,7 +83,7 @@ class HostThatQuits : public platform::Host, private platform::Application {
   void setActivationPolicy(platform::ActivationPolicy) override {}
   void disableAutomaticTermination(std::string_view) override {}
   void setQuitHandler(platform::Work onQuit) override { onQuit_ = std::move(onQuit); }
-  void run() override { host_.application().run(); }
+  platform::Result<> run() override { return host_.application().run(); }
 
   platform::Host& host_;
   platform::Work onQuit_;

@@ -288,6 +288,15 @@ TEST(RunEnds, WithStatus0ShouldTheEventLoopReturn) {
   EXPECT_EQ(given.eventsAfterRunning(), Lines{});
 }
 
+TEST(RunEnds, WithAnErrorIfTheEventLoopCannotWait) {
+  HeadlessRun given;
+  given.tool.system().loop().failure =
+      platform::PlatformError{.domain = "", .code = 1, .description = "no more waiting"};
+  EXPECT_EQ(given.run(), endedWith(1));
+  EXPECT_EQ(given.tool.events(), (Lines{ready, starting, error("boot-failed", "no more waiting"),
+                                        stopped("no more waiting", true)}));
+}
+
 // --- What happens on the way ---
 
 TEST(Running, IgnoresASecondStop) {

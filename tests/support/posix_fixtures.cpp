@@ -11,7 +11,8 @@ namespace parlen::test {
 
 void serve(platform::EventLoop& loop) {
   try {
-    loop.run();
+    const auto served = loop.run();
+    if (!served) throw std::runtime_error(served.error().description);
   } catch (const LoopLeft&) {
   }
 }

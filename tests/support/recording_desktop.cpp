@@ -210,6 +210,9 @@ void RecordingHost::Application::disableAutomaticTermination(std::string_view) {
   recording_.add("disableAutomaticTermination");
 }
 
-void RecordingHost::Application::run() { recording_.add("run"); }
+platform::Result<> RecordingHost::Application::run() {
+  recording_.add("run");
+  return {};
+}
 
 }  // namespace parlen::test

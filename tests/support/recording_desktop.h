@@ -142,7 +142,7 @@ class RecordingHost : public platform::Host {
     void setActivationPolicy(platform::ActivationPolicy policy) override;
     void disableAutomaticTermination(std::string_view reason) override;
     void setQuitHandler(platform::Work) override {}
-    void run() override;
+    platform::Result<> run() override;
 
    private:
     Recording& recording_;

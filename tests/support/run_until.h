@@ -22,7 +22,7 @@ inline bool runUntil(platform::EventLoop& loop, const std::function<bool()>& con
   };
   loop.post(check);
   try {
-    loop.run();
+    return loop.run().has_value();
   } catch (const Finished&) {
   }
   return !late;

@@ -43,9 +43,11 @@ void VirtualLoop::runUntilIdle() {
   }
 }
 
-void VirtualLoop::run() {
+platform::Result<> VirtualLoop::run() {
+  if (failure) return std::unexpected(*failure);
   runUntilIdle();
   if (!returnsWhenIdle) throw LoopIdle{};
+  return {};
 }
 
 void VirtualLoop::advance(std::chrono::milliseconds duration) {

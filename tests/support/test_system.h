@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -25,7 +26,7 @@ class VirtualLoop : public platform::EventLoop {
   void post(platform::Work work) override;
   void postDelayed(std::chrono::milliseconds delay, platform::Work work) override;
   /// Runs until nothing is queued, then throws LoopIdle, or returns if it was told to.
-  void run() override;
+  platform::Result<> run() override;
   std::chrono::nanoseconds now() const override { return now_; }
   std::chrono::nanoseconds systemUptime() const override { return now_; }
 
@@ -38,6 +39,7 @@ class VirtualLoop : public platform::EventLoop {
   void skip(std::chrono::nanoseconds duration) { now_ += duration; }
 
   bool returnsWhenIdle = false;
+  std::optional<platform::PlatformError> failure;  // what `run` returns at once
 
  private:
   bool takePosted(platform::Work& work);

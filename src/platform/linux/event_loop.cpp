@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <utility>
+
+#include "platform/linux/error.h"
 
 namespace parlen::linux {
 namespace {
@@ -64,12 +66,14 @@ std::unique_ptr<DescriptorWatch> EventLoop::watch(int descriptor, Readiness read
   return std::make_unique<Watch>(watches_.back());
 }
 
-void EventLoop::run() {
-  for (;;) iterate();
+platform::Result<> EventLoop::run() {
+  while (true) {
+    if (auto waited = waitForSomething(); !waited) return waited;
+    serve();
+  }
 }
 
-void EventLoop::iterate() {
-  waitForSomething();
+void EventLoop::serve() {
   queueDueWork();
   std::unique_lock lock(mutex_);
   const std::size_t count = queue_.size();
@@ -80,21 +84,36 @@ void EventLoop::iterate() {
   dispatchForeign();
 }
 
-void EventLoop::waitForSomething() {
+platform::Result<> EventLoop::waitForSomething() {
   listWatches();
   const nanoseconds maxWait = prepareForeign();
-  const bool mayWait = prepareToSleep();
+  const auto mayWait = prepareToSleep();
+  if (!mayWait) return std::unexpected(mayWait.error());
   polled_.front().fd = wake_.get();
   const timespec timeout =
-      toTimespec(mayWait ? std::min(timeUntilDue(), maxWait) : nanoseconds::zero());
-  if (ppoll(polled_.data(), polled_.size(), &timeout, nullptr) < 0) {
-    // Interrupted, or out of memory: nothing is known to be ready, the next iteration asks again.
-    for (pollfd& entry : polled_) entry.revents = 0;
+      toTimespec(*mayWait ? std::min(timeUntilDue(), maxWait) : nanoseconds::zero());
+  const int code = ppoll(polled_.data(), polled_.size(), &timeout, nullptr) < 0 ? errno : 0;
+  {
+    const std::scoped_lock lock(mutex_);
+    sleeping_ = false;
   }
-  const std::scoped_lock lock(mutex_);
-  sleeping_ = false;
+  if (code != 0) return afterFailedPoll(code);
+  failedPolls_ = 0;
   eventfd_t count = 0;
   if (polled_.front().revents != 0) eventfd_read(wake_.get(), &count);
+  return {};
+}
+
+/// Nothing is known to be ready; the next iteration asks again. An error if that is pointless.
+platform::Result<> EventLoop::afterFailedPoll(int code) {
+  for (pollfd& entry : polled_) entry.revents = 0;
+  if (code == EINTR) return {};
+  // A lack of memory may pass (poll(2)): five seconds are waited. A wait for nothing needs none.
+  constexpr timespec pause{.tv_sec = 0, .tv_nsec = 10'000'000};
+  constexpr int maxFailedPolls = 500;
+  if (code != ENOMEM || ++failedPolls_ > maxFailedPolls) return error("wait for events", code);
+  ppoll(nullptr, 0, &pause, nullptr);
+  return {};
 }
 
 void EventLoop::listWatches() {
@@ -118,12 +137,13 @@ void EventLoop::dispatchForeign() {
   prepared_->dispatch(std::span(polled_).subspan(1 + polledWatches_));
 }
 
-bool EventLoop::prepareToSleep() {
+/// Whether the loop may sleep: nothing is queued, and from now on a post wakes it.
+platform::Result<bool> EventLoop::prepareToSleep() {
   const std::scoped_lock lock(mutex_);
   if (!queue_.empty()) return false;
   if (!wake_) wake_ = posix::Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
   // Without it a post from another thread would never be noticed.
-  if (!wake_) std::abort();
+  if (!wake_) return error("wait for events", errno);
   sleeping_ = true;
   return true;
 }

@@ -44,7 +44,7 @@ class EventLoop : public platform::EventLoop {
  public:
   void post(platform::Work work) override;
   void postDelayed(std::chrono::milliseconds delay, platform::Work work) override;
-  void run() override;
+  platform::Result<> run() override;
   /// CLOCK_BOOTTIME.
   std::chrono::nanoseconds now() const override;
   /// CLOCK_MONOTONIC: display servers and input devices stamp their events with it.
@@ -69,11 +69,12 @@ class EventLoop : public platform::EventLoop {
   };
   class Watch;
 
-  void iterate();
-  void waitForSomething();
+  platform::Result<> waitForSomething();
+  platform::Result<> afterFailedPoll(int code);
+  void serve();
   void listWatches();
   std::chrono::nanoseconds prepareForeign();
-  bool prepareToSleep();
+  platform::Result<bool> prepareToSleep();
   std::chrono::nanoseconds timeUntilDue() const;
   void queueDueWork();
   void runReadyWatches();
@@ -89,6 +90,7 @@ class EventLoop : public platform::EventLoop {
   std::vector<std::shared_ptr<Watched>> watches_;
   std::vector<pollfd> polled_;  // the last wait's: the wake, the first watches, the foreign loop's
   std::size_t polledWatches_ = 0;
+  int failedPolls_ = 0;  // in a row
 
   ForeignLoop* foreign_ = nullptr;
   ForeignLoop* prepared_ = nullptr;  // whose descriptors the last wait polled

@@ -21,7 +21,7 @@ class Application final : public platform::Application {
   void setActivationPolicy(platform::ActivationPolicy policy) override;
   void disableAutomaticTermination(std::string_view reason) override;
   void setQuitHandler(platform::Work onQuit) override;
-  void run() override;
+  platform::Result<> run() override;
 
  private:
   ParlenApplicationDelegate* delegate_;  // NSApplication's own reference to it is weak

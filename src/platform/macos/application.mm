@@ -66,10 +66,14 @@ void Application::setQuitHandler(platform::Work onQuit) {
 }
 
 // Both loops serve the main queue.
-void Application::run() {
-  if (!hasWindowServer()) return [NSRunLoop.mainRunLoop run];
-  NSApplication.sharedApplication.delegate = delegate_;
-  [NSApplication.sharedApplication run];
+platform::Result<> Application::run() {
+  if (hasWindowServer()) {
+    NSApplication.sharedApplication.delegate = delegate_;
+    [NSApplication.sharedApplication run];
+  } else {
+    [NSRunLoop.mainRunLoop run];
+  }
+  return {};
 }
 
 }  // namespace parlen::macos

@@ -49,7 +49,10 @@ class MainQueue final : public platform::EventLoop {
 
   // The main run loop serves the main queue and, unlike dispatch_main, also the sources that the
   // frameworks add to it.
-  void run() override { [NSRunLoop.mainRunLoop run]; }
+  platform::Result<> run() override {
+    [NSRunLoop.mainRunLoop run];
+    return {};
+  }
 
   // clock_gettime(3) of macOS: CLOCK_MONOTONIC keeps counting while the system sleeps.
   std::chrono::nanoseconds now() const override {

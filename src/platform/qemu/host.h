@@ -56,7 +56,7 @@ class HeadlessApplication : public platform::Application {
   void setActivationPolicy(platform::ActivationPolicy) override {}
   void disableAutomaticTermination(std::string_view) override {}
   void setQuitHandler(platform::Work) override {}
-  void run() override { loop_.run(); }
+  platform::Result<> run() override { return loop_.run(); }
 
  private:
   platform::EventLoop& loop_;

@@ -47,9 +47,9 @@ void Application::disableAutomaticTermination(std::string_view reason) {
                        JsonMembers().addText("reason", reason));
 }
 
-void Application::run() {
+platform::Result<> Application::run() {
   world_->trace.record("application.run");
-  world_->system.loop().run();
+  return world_->system.loop().run();
 }
 
 void WindowSystem::setMainMenu(const platform::MenuBar& menu) {

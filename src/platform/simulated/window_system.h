@@ -18,7 +18,7 @@ class Application : public platform::Application {
   void setActivationPolicy(platform::ActivationPolicy policy) override;
   void disableAutomaticTermination(std::string_view reason) override;
   void setQuitHandler(platform::Work) override {}  // no simulated user quits
-  void run() override;
+  platform::Result<> run() override;
 
  private:
   std::shared_ptr<World> world_;
