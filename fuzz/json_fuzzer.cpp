@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 
 #include "fuzz.h"
 #include "text/json_reader.h"
@@ -54,6 +55,25 @@ void checkValue(std::string_view input) {
   }
 }
 
+/// The reader of some members agrees with the reader of all of them.
+void checkMembers(std::string_view input) {
+  constexpr std::array<std::string_view, 3> names = {"type", "text", "delayMs"};
+  const auto whole = text::parseJson(input);
+  const auto members = text::parseJsonMembers(input, names);
+  require(whole.has_value() == members.has_value());
+  if (!whole) return require(whole.error() == members.error());
+  require((whole->asObject() != nullptr) == (members->asObject() != nullptr));
+  require(members->asObject() == nullptr || members->asObject()->size() <= names.size());
+  for (const std::string_view name : names) {
+    const JsonValue* all = whole->find(name);
+    const JsonValue* some = members->find(name);
+    require((all != nullptr) == (some != nullptr));
+    if (all == nullptr) continue;
+    const bool isScalar = all->asArray() == nullptr && all->asObject() == nullptr;
+    require(*some == (isScalar ? *all : JsonValue()));
+  }
+}
+
 void checkString(std::string_view input) {
   const auto literal = text::quoteJson(input);
   require(literal.has_value() == text::isValidUtf8(input));
@@ -72,6 +92,7 @@ void checkRepair(std::string_view input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view input = parlen::fuzz::asText(data, size);
   parlen::checkValue(input);
+  parlen::checkMembers(input);
   parlen::checkString(input);
   parlen::checkRepair(input);
   return 0;

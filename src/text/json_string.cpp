@@ -1,5 +1,6 @@
 #include "text/json_string.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
@@ -37,12 +38,21 @@ std::optional<char32_t> hexDigit(char digit) {
   return static_cast<char32_t>(index % 16);
 }
 
+/// The length that the content of a literal has at most: that of what is between its quotes.
+std::size_t maxContentLength(std::string_view text) {
+  std::size_t end = 1;
+  while (end < text.size() && text[end] != '"') end += text[end] == '\\' ? 2 : 1;
+  return std::min(end, text.size()) - 1;
+}
+
 /// Each function reads one piece and moves the position behind it.
 class StringReader {
  public:
-  explicit StringReader(std::string_view text) : text_(text) {}
+  /// `content` gets what is decoded; null: the literal is only checked.
+  StringReader(std::string_view text, std::string* content) : text_(text), content_(content) {}
 
-  std::expected<JsonString, JsonError> read();
+  /// Returns the length of the literal.
+  std::expected<std::size_t, JsonError> read();
 
  private:
   bool atEnd() const { return position_ == text_.size(); }
@@ -51,29 +61,29 @@ class StringReader {
     return failAt(position_, message);
   }
 
-  Parsed plainText(std::string& result);
-  Parsed escape(std::string& result);
+  Parsed plainText();
+  Parsed escape();
   std::expected<char32_t, JsonError> escapedCharacter();
   std::optional<char32_t> escapedUnit();
 
   std::string_view text_;
+  std::string* content_;
   std::size_t position_ = 0;
 };
 
-std::expected<JsonString, JsonError> StringReader::read() {
+std::expected<std::size_t, JsonError> StringReader::read() {
   position_ = 1;
-  std::string result;
   while (true) {
-    if (Parsed read = plainText(result); !read) return std::unexpected(std::move(read.error()));
+    if (Parsed read = plainText(); !read) return std::unexpected(std::move(read.error()));
     if (atEnd()) return failAt(0, "a string is not closed");
-    if (text_[position_] == '"') return JsonString{std::move(result), position_ + 1};
+    if (text_[position_] == '"') return position_ + 1;
     if (text_[position_] != '\\') return fail("a control character in a string is not escaped");
-    if (Parsed read = escape(result); !read) return std::unexpected(std::move(read.error()));
+    if (Parsed read = escape(); !read) return std::unexpected(std::move(read.error()));
   }
 }
 
 /// The characters up to the next quote, backslash or control character.
-Parsed StringReader::plainText(std::string& result) {
+Parsed StringReader::plainText() {
   std::size_t end = position_;
   const auto isPlain = [](char character) {
     return static_cast<unsigned char>(character) >= 0x20 && character != '"' && character != '\\';
@@ -82,22 +92,22 @@ Parsed StringReader::plainText(std::string& result) {
   const std::string_view run = text_.substr(position_, end - position_);
   const std::size_t valid = validUtf8Length(run);
   if (valid != run.size()) return failAt(position_ + valid, "a string is not valid UTF-8");
-  result += run;
+  if (content_ != nullptr) *content_ += run;
   position_ = end;
   return {};
 }
 
-Parsed StringReader::escape(std::string& result) {
+Parsed StringReader::escape() {
   const std::string_view sequence = text_.substr(position_);
   if (sequence.size() > 1 && sequence[1] == 'u') {
     const std::expected<char32_t, JsonError> character = escapedCharacter();
     if (!character) return std::unexpected(character.error());
-    appendUtf8(result, *character);
+    if (content_ != nullptr) appendUtf8(*content_, *character);
     return {};
   }
   for (const auto& [letter, meaning] : escapes) {
     if (sequence.size() < 2 || sequence[1] != letter) continue;
-    result += meaning;
+    if (content_ != nullptr) *content_ += meaning;
     position_ += 2;
     return {};
   }
@@ -133,8 +143,13 @@ std::optional<char32_t> StringReader::escapedUnit() {
 
 }  // namespace
 
-std::expected<JsonString, JsonError> readJsonString(std::string_view text) {
-  return StringReader(text).read();
+std::expected<std::size_t, JsonError> readJsonString(std::string_view text, std::string* content) {
+  if (content != nullptr) {
+    content->clear();
+    // A string that grows takes up to three times as much.
+    content->reserve(maxContentLength(text));
+  }
+  return StringReader(text, content).read();
 }
 
 }  // namespace parlen::text

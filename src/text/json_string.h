@@ -9,14 +9,10 @@
 
 namespace parlen::text {
 
-/// A decoded string, and the length of its literal in bytes, quotes included.
-struct JsonString {
-  std::string content;
-  std::size_t length = 0;
-};
-
-/// Reads the string literal at the start of `text`, which must begin with a quote. An error's
-/// offset counts from that quote.
-std::expected<JsonString, JsonError> readJsonString(std::string_view text);
+/// Reads the string literal at the start of `text`, which must begin with a quote, and returns its
+/// length in bytes, quotes included. Its decoded content replaces `content`, which takes at most as
+/// much memory as the literal; null: the literal is only checked. An error's offset counts from the
+/// first quote.
+std::expected<std::size_t, JsonError> readJsonString(std::string_view text, std::string* content);
 
 }  // namespace parlen::text

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <utility>
 
@@ -72,44 +73,45 @@ TEST(JsonReader, TellsKeysApartByEveryByte) {
             JsonValue(JsonObject{{"", 1}, {"a", 2}, {"A", 3}, {std::string("a\0", 2), 4}}));
 }
 
+const std::pair<std::string_view, std::string_view> brokenTexts[] = {
+    {"", "a value is missing at byte 0"},
+    {" \n", "a value is missing at byte 2"},
+    {"nul", "a value is missing or malformed at byte 0"},
+    {"True", "a value is missing or malformed at byte 0"},
+    {"NaN", "a value is missing or malformed at byte 0"},
+    {"'a'", "a value is missing or malformed at byte 0"},
+    {"// x\n1", "a value is missing or malformed at byte 0"},
+    {"nullx", "something follows the value at byte 4"},
+    {"1 2", "something follows the value at byte 2"},
+    {"{} {}", "something follows the value at byte 3"},
+    {"[1]]", "something follows the value at byte 3"},
+    {"[", "a value is missing at byte 1"},
+    {"[1", "a comma or the end of an array is missing at byte 2"},
+    {"[1,", "a value is missing at byte 3"},
+    {"[1,]", "a value is missing or malformed at byte 3"},
+    {"[,1]", "a value is missing or malformed at byte 1"},
+    {"[1 2]", "a comma or the end of an array is missing at byte 3"},
+    {"[1}", "a comma or the end of an array is missing at byte 2"},
+    {"]", "a value is missing or malformed at byte 0"},
+    {"{", "the name of a member is missing at byte 1"},
+    {"{]", "the name of a member is missing at byte 1"},
+    {"{1:2}", "the name of a member is missing at byte 1"},
+    {"{a:2}", "the name of a member is missing at byte 1"},
+    {"{\"a\"", "the colon after the name of a member is missing at byte 4"},
+    {"{\"a\"}", "the colon after the name of a member is missing at byte 4"},
+    {"{\"a\":", "a value is missing at byte 5"},
+    {"{\"a\":}", "a value is missing or malformed at byte 5"},
+    {"{\"a\":1", "a comma or the end of an object is missing at byte 6"},
+    {"{\"a\":1,", "the name of a member is missing at byte 7"},
+    {"{\"a\":1,}", "the name of a member is missing at byte 7"},
+    {"{,}", "the name of a member is missing at byte 1"},
+    {"{\"a\":1]", "a comma or the end of an object is missing at byte 6"},
+    {"[\"a\xFF\"]", "a string is not valid UTF-8 at byte 3"},
+    {"{\"a", "a string is not closed at byte 1"},
+};
+
 TEST(JsonReader, SaysWhatIsWrongAndWhere) {
-  const std::pair<std::string_view, std::string_view> cases[] = {
-      {"", "a value is missing at byte 0"},
-      {" \n", "a value is missing at byte 2"},
-      {"nul", "a value is missing or malformed at byte 0"},
-      {"True", "a value is missing or malformed at byte 0"},
-      {"NaN", "a value is missing or malformed at byte 0"},
-      {"'a'", "a value is missing or malformed at byte 0"},
-      {"// x\n1", "a value is missing or malformed at byte 0"},
-      {"nullx", "something follows the value at byte 4"},
-      {"1 2", "something follows the value at byte 2"},
-      {"{} {}", "something follows the value at byte 3"},
-      {"[1]]", "something follows the value at byte 3"},
-      {"[", "a value is missing at byte 1"},
-      {"[1", "a comma or the end of an array is missing at byte 2"},
-      {"[1,", "a value is missing at byte 3"},
-      {"[1,]", "a value is missing or malformed at byte 3"},
-      {"[,1]", "a value is missing or malformed at byte 1"},
-      {"[1 2]", "a comma or the end of an array is missing at byte 3"},
-      {"[1}", "a comma or the end of an array is missing at byte 2"},
-      {"]", "a value is missing or malformed at byte 0"},
-      {"{", "the name of a member is missing at byte 1"},
-      {"{]", "the name of a member is missing at byte 1"},
-      {"{1:2}", "the name of a member is missing at byte 1"},
-      {"{a:2}", "the name of a member is missing at byte 1"},
-      {"{\"a\"", "the colon after the name of a member is missing at byte 4"},
-      {"{\"a\"}", "the colon after the name of a member is missing at byte 4"},
-      {"{\"a\":", "a value is missing at byte 5"},
-      {"{\"a\":}", "a value is missing or malformed at byte 5"},
-      {"{\"a\":1", "a comma or the end of an object is missing at byte 6"},
-      {"{\"a\":1,", "the name of a member is missing at byte 7"},
-      {"{\"a\":1,}", "the name of a member is missing at byte 7"},
-      {"{,}", "the name of a member is missing at byte 1"},
-      {"{\"a\":1]", "a comma or the end of an object is missing at byte 6"},
-      {"[\"a\xFF\"]", "a string is not valid UTF-8 at byte 3"},
-      {"{\"a", "a string is not closed at byte 1"},
-  };
-  for (const auto& [text, message] : cases) EXPECT_EQ(errorFor(text), message) << text;
+  for (const auto& [text, message] : brokenTexts) EXPECT_EQ(errorFor(text), message) << text;
 }
 
 TEST(JsonReader, RejectsEveryCutOfADocument) {
@@ -156,6 +158,66 @@ TEST(JsonReader, KeepsEveryOneOfManyMembers) {
   const JsonValue value = parsed(text);
   EXPECT_EQ(value.asObject()->size(), 100'000U);
   EXPECT_EQ(value.find("99999")->asInt64(), 99999);
+}
+
+// --- Only some members ---
+
+constexpr std::array<std::string_view, 3> someNames = {"a", "b", "c"};
+
+JsonValue someMembers(std::string_view text) {
+  auto result = parseJsonMembers(text, someNames);
+  EXPECT_TRUE(result) << text << ": " << (result ? "" : describe(result.error()));
+  return result ? std::move(*result) : JsonValue("unparsed");
+}
+
+TEST(JsonMembers, AreThoseThatAreNamed) {
+  EXPECT_EQ(someMembers(R"({"x":"y","b":"\u0041\n","a":true,"z":[{"c":1}],"c":1e2})"),
+            JsonValue(JsonObject{{"a", true}, {"b", "A\n"}, {"c", 100}}));
+  EXPECT_EQ(someMembers(R"({"\u0061":1})"), JsonValue(JsonObject{{"a", 1}}));
+  EXPECT_EQ(someMembers(R"({"A":1,"aa":2,"":3})"), JsonValue(JsonObject{}));
+}
+
+TEST(JsonMembers, AreNullWhereTheyAreNotScalar) {
+  EXPECT_EQ(someMembers(R"({"a":[1,2],"b":{"a":1},"c":null})"),
+            JsonValue(JsonObject{{"a", JsonValue()}, {"b", JsonValue()}, {"c", JsonValue()}}));
+}
+
+TEST(JsonMembers, KeepTheLastOfTwoValues) {
+  EXPECT_EQ(someMembers(R"({"a":1,"a":"x","b":"y","b":2,"c":3,"c":[3]})"),
+            JsonValue(JsonObject{{"a", "x"}, {"b", 2}, {"c", JsonValue()}}));
+}
+
+TEST(JsonMembers, AreNullOfATextThatIsNoObject) {
+  for (const std::string_view text : {"[1,{\"a\":1}]", "\"a\"", "1", "null", " true "}) {
+    EXPECT_EQ(someMembers(text), JsonValue()) << text;
+  }
+}
+
+TEST(JsonMembers, FailLikeTheWholeText) {
+  const auto sameError = [](std::string_view text) {
+    const auto whole = parseJson(text);
+    const auto members = parseJsonMembers(text, someNames);
+    ASSERT_FALSE(whole) << text;
+    ASSERT_FALSE(members) << text;
+    EXPECT_EQ(describe(members.error()), describe(whole.error())) << text;
+  };
+  for (const auto& [text, message] : brokenTexts) {
+    sameError(text);
+    sameError("{\"x\":" + std::string(text));
+    sameError("{\"x\":[" + std::string(text) + "],");
+  }
+  for (const std::string_view value : {R"("\ud800")", R"("\x")", R"("\u12")", "\"\t\"", "1e999"}) {
+    sameError("{\"a\":" + std::string(value) + "}");
+    sameError("{\"x\":" + std::string(value) + "}");
+    sameError("[" + std::string(value) + "]");
+  }
+  sameError("{\"x\":" + nested(512, "[", "", "]") + "}");
+  sameError("{\"a\":" + nested(512, "{\"x\":", "1", "}") + "}");
+}
+
+TEST(JsonMembers, MayBeNestedUpToTheLimit) {
+  EXPECT_EQ(someMembers("{\"x\":" + nested(511, "[", "", "]") + ",\"a\":1}"),
+            JsonValue(JsonObject{{"a", 1}}));
 }
 
 }  // namespace
