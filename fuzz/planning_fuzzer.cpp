@@ -14,7 +14,8 @@ void checkText(std::string_view text) {
   const auto strokes = planText(text);
   if (!strokes) return require(!strokes.error().reason.empty());
   std::string typed;
-  for (const KeyStroke& stroke : *strokes) {
+  for (std::size_t index = 0; index < strokes->size(); ++index) {
+    const KeyStroke stroke = (*strokes)[index];
     require(stroke.modifiers.size() <= 1);
     typed += stroke.characters == "\r" ? "\n" : stroke.characters;
   }
@@ -24,7 +25,7 @@ void checkText(std::string_view text) {
 void checkChord(std::string_view chord) {
   const auto stroke = planChord(chord);
   if (!stroke) return require(!stroke.error().reason.empty());
-  require(std::ranges::all_of(stroke->modifiers, [](const std::string& name) {
+  require(std::ranges::all_of(stroke->modifiers, [](std::string_view name) {
     return vmModifierFlags.find(name).has_value();
   }));
   require(stroke->characters.empty() ||

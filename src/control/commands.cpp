@@ -20,7 +20,7 @@ namespace parlen {
 namespace {
 
 using text::JsonValue;
-using Plan = std::expected<std::vector<KeyStroke>, InputRefusal>;
+using Plan = std::expected<KeyStrokes, InputRefusal>;
 
 void refuse(std::string_view reason) { emitError(errorCode::inputFailed, reason); }
 
@@ -66,7 +66,9 @@ void pressKey(const JsonValue& message, VMRunner&) {
   const auto planOneStroke = [](std::string_view chord) -> Plan {
     auto stroke = planChord(chord);
     if (!stroke) return std::unexpected(std::move(stroke).error());
-    return std::vector{*std::move(stroke)};
+    std::vector<KeyStroke> strokes;
+    strokes.push_back(*std::move(stroke));
+    return KeyStrokes(std::move(strokes));
   };
   enqueueInput(message, "key", R"(the key verb needs a non-empty "key" chord)", planOneStroke);
 }

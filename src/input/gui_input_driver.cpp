@@ -39,7 +39,7 @@ GuiInputDriver::GuiInputDriver(std::shared_ptr<platform::MachineView> view,
     : view_(std::move(view)), windows_(windows) {}
 
 int GuiInputDriver::Stroke::leadMs() const {
-  return key().modifiers.empty() ? 0 : inputModifierLeadMs;
+  return key->modifiers.empty() ? 0 : inputModifierLeadMs;
 }
 
 void GuiInputDriver::enqueue(InputRequest request) {
@@ -61,7 +61,8 @@ void GuiInputDriver::perform(const Stroke& next) {
   if (next.index == next.request->strokes.size()) return finish(*next.request);
   if (next.index == 0) prepare();
   Stroke stroke = next;
-  stroke.flags = pressModifiers(stroke.key());
+  stroke.key = std::make_shared<const KeyStroke>(stroke.request->strokes[stroke.index]);
+  stroke.flags = pressModifiers(*stroke.key);
   after(stroke.leadMs(), &GuiInputDriver::keyDown, stroke);
 }
 
@@ -76,7 +77,7 @@ void GuiInputDriver::keyUp(const Stroke& stroke) {
 }
 
 void GuiInputDriver::releaseModifiers(const Stroke& stroke) {
-  const auto& modifiers = stroke.key().modifiers;
+  const auto& modifiers = stroke.key->modifiers;
   std::uint64_t flags = stroke.flags;
   for (auto name = modifiers.rbegin(); name != modifiers.rend(); ++name) {
     flags &= ~vmModifierFlags.find(*name).value_or(0);
@@ -125,10 +126,10 @@ void GuiInputDriver::after(int milliseconds, Step step, const Stroke& stroke) {
 /// Presses the modifiers in order and returns the flags of all of them.
 std::uint64_t GuiInputDriver::pressModifiers(const KeyStroke& key) {
   std::uint64_t flags = 0;
-  for (const std::string& name : key.modifiers) {
+  for (const std::string_view name : key.modifiers) {
     flags |= vmModifierFlags.find(name).value_or(0);
     if (sendModifier(name, flags)) continue;
-    warn("input: could not build a flagsChanged event for '" + name + "'");
+    warn("input: could not build a flagsChanged event for '" + std::string(name) + "'");
   }
   return flags;
 }
@@ -137,14 +138,14 @@ void GuiInputDriver::sendKey(KeyEventType type, const Stroke& stroke) {
   KeyEventDetails details;
   details.type = type;
   details.modifierFlags = stroke.flags;
-  details.keyCode = stroke.key().keyCode;
-  details.characters = stroke.key().characters;
-  details.charactersIgnoringModifiers = lowerCased(stroke.key().characters);
+  details.keyCode = stroke.key->keyCode;
+  details.characters = stroke.key->characters;
+  details.charactersIgnoringModifiers = lowerCased(stroke.key->characters);
   send(std::move(details));
 }
 
 /// Sends an event for the modifier's key; false if the event cannot be built.
-bool GuiInputDriver::sendModifier(const std::string& name, std::uint64_t flags) {
+bool GuiInputDriver::sendModifier(std::string_view name, std::uint64_t flags) {
   const auto code = vmNamedKeys.find(name);
   if (!code) return true;  // it has no key
   KeyEventDetails details;

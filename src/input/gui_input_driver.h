@@ -15,7 +15,7 @@ namespace parlen {
 /// What one command asks to be typed.
 struct InputRequest {
   std::string verb;  // "text" or "key"; the `input-done` event repeats it
-  std::vector<KeyStroke> strokes;
+  KeyStrokes strokes;
   int gapMs = 0;  // milliseconds after each stroke
 };
 
@@ -41,9 +41,9 @@ class GuiInputDriver : public std::enable_shared_from_this<GuiInputDriver> {
   struct Stroke {
     std::shared_ptr<const InputRequest> request;
     std::size_t index = 0;
-    std::uint64_t flags = 0;  // of the modifiers that are down
+    std::shared_ptr<const KeyStroke> key = nullptr;  // the stroke at `index`, once it has begun
+    std::uint64_t flags = 0;                         // of the modifiers that are down
 
-    const KeyStroke& key() const { return request->strokes[index]; }
     int leadMs() const;
   };
   using Step = void (GuiInputDriver::*)(const Stroke& stroke);
@@ -59,7 +59,7 @@ class GuiInputDriver : public std::enable_shared_from_this<GuiInputDriver> {
   void after(int milliseconds, Step step, const Stroke& stroke);
   std::uint64_t pressModifiers(const KeyStroke& key);
   void sendKey(platform::KeyEventType type, const Stroke& stroke);
-  bool sendModifier(const std::string& name, std::uint64_t flags);
+  bool sendModifier(std::string_view name, std::uint64_t flags);
   bool send(platform::KeyEventDetails details);
 
   std::shared_ptr<platform::MachineView> view_;

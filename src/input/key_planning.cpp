@@ -17,87 +17,117 @@ std::unexpected<InputRefusal> refuse(std::string reason) {
 
 std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
 
-/// The stroke that types one user-perceived character; nullopt if no key types it.
-std::optional<KeyStroke> strokeFor(std::string_view character) {
+/// The key that types one user-perceived character; nullopt if there is none.
+std::optional<CharKey> keyFor(std::string_view character) {
+  if (character == "\n") return CharKey{vmNamedKeys["return"], false};
+  if (character == "\t") return CharKey{vmNamedKeys["tab"], false};
+  return vmCharKeys.find(character);
+}
+
+/// The stroke that types a character that has a key.
+KeyStroke strokeFor(char character) {
+  const CharKey key = keyFor({&character, 1}).value();
+  KeyStroke stroke;
+  stroke.keyCode = key.code;
+  if (key.shift) stroke.modifiers.emplace_back("shift");
   // The events of the Return key carry a carriage return.
-  if (character == "\n") return KeyStroke{vmNamedKeys["return"], {}, "\r"};
-  if (character == "\t") return KeyStroke{vmNamedKeys["tab"], {}, "\t"};
-  const auto key = vmCharKeys.find(character);
-  if (!key) return std::nullopt;
-  KeyStroke stroke{key->code, {}, std::string(character)};
-  if (key->shift) stroke.modifiers.emplace_back("shift");
+  stroke.characters = character == '\n' ? '\r' : character;
   return stroke;
 }
 
-/// The tokens between the plus signs. A plus with a combining mark is another character and does
-/// not separate.
-std::vector<std::string> splitAtPlus(std::string_view chord) {
-  std::vector<std::string> tokens(1);
-  while (!chord.empty()) {
-    const std::string_view character = text::nextGrapheme(chord);
-    chord.remove_prefix(character.size());
-    if (character == "+") {
-      tokens.emplace_back();
-    } else {
-      tokens.back() += character;
-    }
+/// The length of the token at the start of `text`, up to a plus sign or the end. A plus with a
+/// combining mark is another character and does not separate.
+std::size_t tokenLength(std::string_view text) {
+  std::size_t length = 0;
+  while (length < text.size()) {
+    const std::string_view character = text::nextGrapheme(text.substr(length));
+    if (character == "+") break;
+    length += character.size();
   }
-  return tokens;
+  return length;
 }
 
-/// The chord's modifiers and, as the last token, its key. Never empty.
-std::vector<std::string> tokenise(std::string_view chord) {
-  if (chord == "+") return {"+"};
-  std::vector<std::string> tokens = splitAtPlus(chord);
-  // A chord that ends with "+" means the plus key. The token before the last is dropped too. In
-  // "cmd++" it is the empty token between the two; in "cmd+" it is the modifier, so that "cmd+"
-  // presses the plus key alone.
-  if (tokens.size() >= 2 && tokens.back().empty()) {
-    tokens.resize(tokens.size() - 2);
-    tokens.emplace_back("+");
+/// A chord's modifiers, constants of vmModifierFlags, and its key.
+struct Chord {
+  std::vector<std::string_view> modifiers;
+  std::string_view key;
+};
+
+/// `most` is how many modifiers the chord can have, and one Shift more.
+std::expected<void, InputRefusal> addModifier(Chord& chord, std::string_view token,
+                                              std::size_t most) {
+  const auto* modifier = vmModifierFlags.findEntry(token);
+  if (modifier == nullptr) {
+    return refuse(quoted(token) + " is not a modifier (cmd, shift, option, ctrl come first)");
   }
-  return tokens;
+  chord.modifiers.reserve(most);  // growing would take three times as much
+  chord.modifiers.push_back(modifier->name);
+  return {};
 }
 
-std::expected<KeyStroke, InputRefusal> strokeWith(std::vector<std::string> modifiers,
-                                                  std::string key) {
-  if (const auto code = vmNamedKeys.find(key)) return KeyStroke{*code, std::move(modifiers), ""};
-  const auto charKey = vmCharKeys.find(key);
-  if (!charKey) return refuse("unknown key " + quoted(key));
-  if (charKey->shift && std::ranges::find(modifiers, "shift") == modifiers.end()) {
-    modifiers.emplace_back("shift");
+/// Divides a chord at its plus signs, two tokens at a time: there may be millions.
+std::expected<Chord, InputRefusal> divide(std::string_view text) {
+  if (text == "+") return Chord{{}, text};
+  Chord chord;
+  const std::size_t most = text.size() / std::string_view("cmd+").size() + 1;
+  std::expected<void, InputRefusal> added;
+  std::optional<std::string_view> before;  // the token before the key
+  for (bool isLast = false; !isLast && added;) {
+    chord.key = text.substr(0, tokenLength(text));
+    isLast = chord.key.size() == text.size();
+    // A chord that ends with "+" means the plus key. The token before the last is dropped too. In
+    // "cmd++" it is the empty token between the two; in "cmd+" it is the modifier, so that "cmd+"
+    // presses the plus key alone.
+    const bool endsWithPlus = isLast && chord.key.empty();
+    if (endsWithPlus) chord.key = "+";
+    if (before && !endsWithPlus) added = addModifier(chord, *before, most);
+    before = chord.key;
+    if (!isLast) text.remove_prefix(chord.key.size() + 1);
   }
-  return KeyStroke{charKey->code, std::move(modifiers), std::move(key)};
+  if (!added) return std::unexpected(std::move(added.error()));
+  return chord;
+}
+
+std::expected<KeyStroke, InputRefusal> strokeOf(Chord chord) {
+  if (const auto code = vmNamedKeys.find(chord.key)) {
+    return KeyStroke{*code, std::move(chord.modifiers), ""};
+  }
+  const auto charKey = vmCharKeys.find(chord.key);
+  if (!charKey) return refuse("unknown key " + quoted(chord.key));
+  if (charKey->shift && std::ranges::find(chord.modifiers, "shift") == chord.modifiers.end()) {
+    chord.modifiers.emplace_back("shift");
+  }
+  return KeyStroke{charKey->code, std::move(chord.modifiers), std::string(chord.key)};
 }
 
 }  // namespace
 
-std::expected<std::vector<KeyStroke>, InputRefusal> planText(std::string_view text) {
-  std::vector<KeyStroke> strokes;
-  while (!text.empty()) {
-    const std::string_view character = text::nextGrapheme(text);
-    auto stroke = strokeFor(character);
-    if (!stroke) return refuse("not typeable on the US layout: " + quoted(character));
-    strokes.push_back(std::move(*stroke));
-    text.remove_prefix(character.size());
-  }
-  return strokes;
+std::size_t KeyStrokes::size() const {
+  return std::visit([](const auto& strokes) { return strokes.size(); }, strokes_);
 }
 
-std::expected<KeyStroke, InputRefusal> planChord(std::string_view chord) {
-  std::vector<std::string> modifiers = tokenise(chord);
-  std::string key = std::move(modifiers.back());
-  modifiers.pop_back();
-  if (key.empty()) return refuse("malformed chord " + quoted(chord));
-  for (const std::string& modifier : modifiers) {
-    if (!vmModifierFlags.find(modifier)) {
-      return refuse(quoted(modifier) + " is not a modifier (cmd, shift, option, ctrl come first)");
-    }
+KeyStroke KeyStrokes::operator[](std::size_t index) const {
+  if (const auto* text = std::get_if<std::string>(&strokes_)) return strokeFor((*text)[index]);
+  return std::get<std::vector<KeyStroke>>(strokes_)[index];
+}
+
+std::expected<KeyStrokes, InputRefusal> planText(std::string_view text) {
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::string_view character = text::nextGrapheme(rest);
+    if (!keyFor(character)) return refuse("not typeable on the US layout: " + quoted(character));
+    rest.remove_prefix(character.size());
   }
-  if (vmModifierFlags.find(key)) {
-    return refuse("the final token must be a key, not a modifier (got " + quoted(key) + ")");
+  return KeyStrokes(std::string(text));
+}
+
+std::expected<KeyStroke, InputRefusal> planChord(std::string_view text) {
+  if (text.empty()) return refuse("malformed chord " + quoted(text));
+  auto chord = divide(text);
+  if (!chord) return std::unexpected(std::move(chord.error()));
+  if (vmModifierFlags.find(chord->key)) {
+    return refuse("the final token must be a key, not a modifier (got " + quoted(chord->key) + ")");
   }
-  return strokeWith(std::move(modifiers), std::move(key));
+  return strokeOf(*std::move(chord));
 }
 
 }  // namespace parlen

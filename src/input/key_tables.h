@@ -24,10 +24,16 @@ struct NameTable {
   std::array<NamedValue<Value>, count> entries;
 
   constexpr std::optional<Value> find(std::string_view name) const {
+    const NamedValue<Value>* entry = findEntry(name);
+    return entry != nullptr ? std::optional(entry->value) : std::nullopt;
+  }
+
+  /// The entry itself; null if there is none.
+  constexpr const NamedValue<Value>* findEntry(std::string_view name) const {
     for (const auto& entry : entries) {
-      if (entry.name == name) return entry.value;
+      if (entry.name == name) return &entry;
     }
-    return std::nullopt;
+    return nullptr;
   }
 
   /// The value of a name in the table; any other name does not compile.

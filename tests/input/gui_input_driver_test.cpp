@@ -95,7 +95,7 @@ TEST_F(InputDriver, WaitsTheGapBetweenStrokes) {
 }
 
 TEST_F(InputDriver, TakesAsLongAsItsDelaysAddUpTo) {
-  driver_->enqueue({"text", std::vector<KeyStroke>(10, a), 1000});
+  driver_->enqueue({"text", KeyStrokes(std::vector<KeyStroke>(10, a)), 1000});
   EXPECT_EQ(timeOfEvent(1), 10 * 1040);
 }
 
