@@ -10,6 +10,7 @@ import sys
 import commanding
 import copying
 import ending
+import memory
 import starting
 import typing_rows
 from tool import Bench
@@ -39,6 +40,7 @@ def main():
         copying.clone_rows,
         copying.create_rows,
         commanding.rows,
+        memory.rows,
         typing_rows.rows,
         ending.rows,
     )
