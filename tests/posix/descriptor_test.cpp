@@ -17,6 +17,7 @@ namespace {
 
 using posix::Descriptor;
 using posix::Pipe;
+using posix::readableBytes;
 using posix::waitUntilReady;
 using posix::writeAll;
 
@@ -43,6 +44,17 @@ TEST(WriteAll, ReturnsTheReasonOfAFailure) {
 
   EXPECT_EQ(EBADF, writeAll(-1, bytes));
   EXPECT_EQ("x", bytes);
+}
+
+TEST(ReadableBytes, CountsWhatHasBeenWritten) {
+  const Pipe pipe = makePipe();
+  EXPECT_EQ(0U, readableBytes(pipe.reading.get()));
+
+  send(pipe.writing.get(), "abc");
+  send(pipe.writing.get(), "de");
+
+  EXPECT_EQ(5U, readableBytes(pipe.reading.get()));
+  EXPECT_EQ(0U, readableBytes(-1));
 }
 
 TEST(WaitUntilReady, TellsWhichDescriptorsAreReady) {

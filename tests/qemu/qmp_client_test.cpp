@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@
 #include "platform/linux/event_loop.h"
 #include "platform/linux/socket_pair.h"
 #include "platform/linux/system.h"
+#include "support/posix_fixtures.h"
 #include "support/run_until.h"
 
 namespace parlen::qemu {
@@ -81,6 +83,56 @@ TEST_F(QmpClientTest, SendsAViewersSocketWithItsCommand) {
             R"({"execute":"add_client","arguments":{"protocol":"vnc","fdname":"viewer",)"
             R"("skipauth":true},"id":2})"
             "\n");
+}
+
+/// A client that counts what it is told, and a QEMU that says a lot.
+class QmpFloodTest : public testing::Test {
+ protected:
+  /// In one piece, because a socket holds few small ones.
+  void say(int events) {
+    std::string all;
+    for (; events > 0; --events) all += "{\"event\":\"RTC_CHANGE\"}\n";
+    test::send(sockets_.theirs.get(), all);
+  }
+
+  static constexpr int total = 4000;
+  int handled_ = 0;
+  std::function<void()> onEvent_ = [] {};
+  linux::EventLoop loop_;
+
+ private:
+  linux::SocketPair sockets_ = linux::makeSocketPair().value();
+
+ protected:
+  QmpClient client_{
+      loop_, std::move(sockets_.ours), {.onReady = nullptr, .onEvent = [this](const QmpEvent&) {
+                                          ++handled_;
+                                          onEvent_();
+                                        }}};
+};
+
+TEST_F(QmpFloodTest, HandlesItInPieces) {
+  say(total);
+
+  loop_.post(test::leaveLoop);
+  test::serve(loop_);
+
+  EXPECT_GT(handled_, 0);
+  EXPECT_LT(handled_, total / 2);
+  EXPECT_TRUE(test::runUntil(loop_, [this] { return handled_ == total; }));
+}
+
+TEST_F(QmpFloodTest, DrainsOnlyWhatHasBeenSentByThen) {
+  say(total);
+  constexpr int more = 500;
+  onEvent_ = [this] {
+    if (handled_ % more == 0 && handled_ < 5 * total) say(more);
+  };
+
+  client_.drain();
+
+  EXPECT_GE(handled_, total);
+  EXPECT_LT(handled_, 2 * total);
 }
 
 TEST_F(QmpClientTest, SendsEachViewersSocketWithItsOwnCommand) {

@@ -2,12 +2,19 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <unistd.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "platform/linux/event_loop.h"
+#include "platform/posix/descriptor.h"
+#include "support/posix_fixtures.h"
 #include "support/run_until.h"
 
 namespace parlen::qemu {
@@ -62,7 +69,7 @@ class SubprocessTest : public testing::Test {
                                      {.program = "/bin/sh",
                                       .arguments = {"-c", script},
                                       .onOutput = std::move(onOutput),
-                                      .descriptors = {}},
+                                      .descriptors = descriptors_},
                                      [this](const SubprocessExit& exit) {
                                        exit_ = exit;
                                        outputAtExit_ = output_;
@@ -80,6 +87,7 @@ class SubprocessTest : public testing::Test {
   std::unique_ptr<Subprocess> process_;
   std::string output_;
   std::string outputAtExit_;
+  std::vector<std::pair<int, int>> descriptors_;
   std::optional<SubprocessExit> exit_;
 };
 
@@ -104,6 +112,42 @@ TEST_F(SubprocessTest, SaysHowItEndedIfItSaidNothing) {
   start("exit 4", keepOutput());
 
   EXPECT_EQ(exit_->reason(), "it has ended with status 4");
+}
+
+TEST_F(SubprocessTest, LetsOtherWorkRunBetweenPiecesOfOutput) {
+  constexpr std::size_t pipeSize = 65536;
+  std::size_t length = 0;
+  std::optional<std::size_t> lengthAtWork;  // when work that was posted at the first piece ran
+  // One write fills the pipe before anything is read, and the end comes later.
+  start("dd if=/dev/zero bs=65536 count=1 2>/dev/null; exec sleep 600",
+        [&](std::string_view bytes) {
+          if (length == 0) loop_.post([&] { lengthAtWork = length; });
+          length += bytes.size();
+          if (length == pipeSize) process_->kill();
+        });
+
+  EXPECT_EQ(length, pipeSize);
+  EXPECT_LT(lengthAtWork.value_or(pipeSize), pipeSize);
+}
+
+TEST_F(SubprocessTest, DoesNotWaitForAGrandchildThatKeepsWriting) {
+  posix::Pipe ask = test::makePipe();
+  const posix::Pipe answer = test::makePipe();
+  descriptors_ = {{3, ask.reading.get()}, {4, answer.writing.get()}};
+  constexpr int tooMany = 2000;
+  int pieces = 0;
+
+  // Before each piece has been handled, there is another one.
+  start("while read -r line; do echo piece; echo >&4; done <&3 & echo piece",
+        [&](std::string_view) {
+          if (++pieces == tooMany) ask.writing.close();
+          if (pieces >= tooMany) return;
+          test::send(ask.writing.get(), "\n");
+          char byte = 0;
+          EXPECT_EQ(::read(answer.reading.get(), &byte, 1), 1);
+        });
+
+  EXPECT_LT(pieces, tooMany);
 }
 
 TEST_F(SubprocessTest, DoesNotWaitForAGrandchildThatKeepsItsOutput) {

@@ -1,6 +1,7 @@
 #include "platform/posix/descriptor.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/select.h>
 
 #include <algorithm>
@@ -61,6 +62,11 @@ Pipe makePipe() {
   if (pipe(ends) != 0) return {Descriptor(), Descriptor()};
   for (const int end : ends) fcntl(end, F_SETFD, FD_CLOEXEC);
   return {Descriptor(ends[0]), Descriptor(ends[1])};
+}
+
+std::size_t readableBytes(int descriptor) {
+  int count = 0;
+  return ioctl(descriptor, FIONREAD, &count) == 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 int writeAll(int descriptor, std::string_view& bytes) {

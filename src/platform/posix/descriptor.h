@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -44,6 +45,9 @@ Pipe makePipe();
 /// Writes all of `bytes`, again after an interruption or a short write, and removes from `bytes`
 /// what was written. Returns 0 or an errno value; EAGAIN if a non-blocking descriptor is full.
 int writeAll(int descriptor, std::string_view& bytes);
+
+/// How many bytes can be read from a pipe or a stream socket without waiting; 0 on an error.
+std::size_t readableBytes(int descriptor);
 
 /// Waits until at least one descriptor is ready for its `events` (POLLIN or POLLOUT) and sets the
 /// `revents` of those that are. An end, an error and a number that is not open are readiness: the

@@ -75,7 +75,8 @@ void Machine::start(Completion done) {
   startDone_ = std::move(done);
   auto launched = launch_(
       configuration_, {.monitor = {.onReady = [this] { onReady(); },
-                                   .onEvent = [this](const QmpEvent& event) { onQmpEvent(event); }},
+                                   .onEvent = [this](const QmpEvent& event) { onQmpEvent(event); },
+                                   .onClosed = [this] { onMonitorClosed(); }},
                        .onExit = [this](const SubprocessExit& exit) { onExit(exit); }});
   if (launched) {
     process_ = *std::move(launched);
@@ -213,6 +214,17 @@ void Machine::stop(Completion done) {
   state_ = MachineState::stopping;
 }
 
+/// QEMU closes its end when it has closed its disks, shortly before it ends. If it runs on, nobody
+/// can control it any more.
+void Machine::onMonitorClosed() {
+  constexpr std::chrono::seconds timeout{5};
+  loop_.postDelayed(timeout, whileAlive([this] {
+                      if (!process_) return;
+                      abandoned_ = true;
+                      process_->kill();
+                    }));
+}
+
 /// Asks QEMU to quit, which closes its disks in order, and kills it after a timeout; the kernel has
 /// what it has written by then.
 void Machine::endProcess() {
@@ -226,6 +238,10 @@ void Machine::endProcess() {
 }
 
 void Machine::onExit(const SubprocessExit& exit) {
+  // With a status it has ended by itself after all.
+  if (abandoned_ && !exit.exit.status) {
+    return end(withMessage(std::string(monitorClosed) + ", and was killed", exit.lastMessage));
+  }
   const bool wasStarting = startDone_ != nullptr && !shutdownReason_;
   if (wasStarting) return end(startError_.value_or(startError(exit)));
   end(endError(exit, shutdownReason_.value_or("")));

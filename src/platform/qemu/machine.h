@@ -68,6 +68,7 @@ class Machine : public platform::VirtualMachine {
 
   // Ending.
   void pressPowerButton();
+  void onMonitorClosed();
   void endProcess();
   void onExit(const SubprocessExit& exit);
   void end(const std::optional<std::string>& reason);
@@ -93,6 +94,7 @@ class Machine : public platform::VirtualMachine {
   std::vector<posix::Descriptor> viewers_;  // to be added when QEMU takes commands
   platform::Completion startDone_;
   std::optional<std::string> startError_;  // QEMU runs, but cannot start the guest
+  bool abandoned_ = false;                 // killed, because it had closed its monitor and ran on
   platform::Completion powerDone_;         // of the pause or resumption in progress
   platform::Completion stopDone_;
   std::unique_ptr<QemuProcess> process_;

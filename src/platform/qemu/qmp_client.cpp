@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -17,7 +18,7 @@ namespace parlen::qemu {
 
 QmpClient::QmpClient(linux::EventLoop& loop, posix::Descriptor socket, Handlers handlers)
     : loop_(loop), socket_(std::move(socket)), handlers_(std::move(handlers)) {
-  reading_ = loop_.watch(socket_.get(), linux::Readiness::readable, [this] { drain(); });
+  reading_ = loop_.watch(socket_.get(), linux::Readiness::readable, [this] { receive(); });
 }
 
 void QmpClient::execute(std::string_view command, ReplyHandler onReply) {
@@ -42,18 +43,28 @@ void QmpClient::append(std::string_view command, std::string_view arguments, Rep
   waiting_.emplace(id, std::move(onReply));
 }
 
-void QmpClient::drain() {
+/// Handles one chunk and returns its length; 0 if there is none. A QEMU that never stops talking
+/// gets one chunk's time in each loop iteration.
+std::size_t QmpClient::receive() {
   constexpr std::size_t chunk = 16384;
   std::array<char, chunk> buffer;
-  while (isOpen()) {
-    const ssize_t count = ::recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0 && errno == EAGAIN) return;
-    if (count <= 0) return close();
-    for (const QmpMessage& message :
-         parser_.add({buffer.data(), static_cast<std::size_t>(count)})) {
-      handle(message);
-    }
+  const ssize_t count = ::recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+  if (count < 0 && (errno == EINTR || errno == EAGAIN)) return 0;
+  if (count <= 0) {
+    close();
+    return 0;
+  }
+  const auto length = static_cast<std::size_t>(count);
+  for (const QmpMessage& message : parser_.add({buffer.data(), length})) handle(message);
+  return length;
+}
+
+void QmpClient::drain() {
+  std::size_t left = posix::readableBytes(socket_.get());
+  while (left > 0) {
+    const std::size_t count = receive();
+    if (count == 0) return;
+    left -= std::min(left, count);
   }
 }
 
@@ -131,6 +142,7 @@ void QmpClient::markSent(std::size_t count) {
 void QmpClient::close() {
   reading_.reset();
   writing_.reset();
+  if (handlers_.onClosed) handlers_.onClosed();
 }
 
 namespace {

@@ -28,6 +28,7 @@ class QmpClient {
   struct Handlers {
     platform::Work onReady;  // QEMU has opened its devices and accepts commands
     std::function<void(const QmpEvent&)> onEvent;
+    platform::Work onClosed = nullptr;  // QEMU will neither receive nor reply; it may still run
   };
   using ReplyHandler = std::function<void(platform::Result<>)>;
 
@@ -44,10 +45,11 @@ class QmpClient {
   /// Whether QEMU can still receive and reply.
   bool isOpen() const { return reading_ != nullptr; }
 
-  /// Handles what QEMU has sent so far, without waiting: to be called when QEMU has ended.
+  /// Handles all that QEMU has sent so far: to be called when QEMU has ended.
   void drain();
 
  private:
+  std::size_t receive();
   void handle(const QmpMessage& message);
   void reply(const QmpReply& reply);
   void append(std::string_view command, std::string_view arguments, ReplyHandler onReply);

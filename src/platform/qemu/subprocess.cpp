@@ -6,6 +6,7 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -91,7 +92,7 @@ class Subprocess::OutputPipe {
     // Only this end: programs do not expect EAGAIN from their standard error.
     ::fcntl(pipe->ownEnd_.get(), F_SETFL, O_NONBLOCK);
     pipe->watch_ = loop.watch(pipe->ownEnd_.get(), linux::Readiness::readable,
-                              [pipe = pipe.get()] { pipe->drain(); });
+                              [pipe = pipe.get()] { pipe->readChunk(); });
     return pipe;
   }
 
@@ -99,25 +100,35 @@ class Subprocess::OutputPipe {
   /// Once the child has its own copy, so that the pipe ends when the child does.
   void closeChildEnd() { childEnd_.close(); }
 
-  /// Handles what is in the pipe, without waiting for more.
+  /// Handles what is in the pipe now. Another process that has the pipe may never stop writing.
   void drain() {
-    constexpr std::size_t chunk = 16384;
-    std::array<char, chunk> buffer;
-    while (watch_) {
-      const ssize_t count = ::read(ownEnd_.get(), buffer.data(), buffer.size());
-      if (count < 0 && errno == EINTR) continue;
-      if (count < 0 && errno == EAGAIN) return;
-      if (count <= 0) {
-        watch_.reset();
-        return;
-      }
-      handler_({buffer.data(), static_cast<std::size_t>(count)});
+    std::size_t left = posix::readableBytes(ownEnd_.get());
+    while (left > 0) {
+      const std::size_t count = readChunk();
+      if (count == 0) return;
+      left -= std::min(left, count);
     }
   }
 
  private:
   OutputPipe(posix::Descriptor ownEnd, posix::Descriptor childEnd, OutputHandler handler)
       : ownEnd_(std::move(ownEnd)), childEnd_(std::move(childEnd)), handler_(std::move(handler)) {}
+
+  /// Handles one chunk and returns its length; 0 if there is none. A child that never stops writing
+  /// gets one chunk's time in each loop iteration.
+  std::size_t readChunk() {
+    constexpr std::size_t chunk = 16384;
+    std::array<char, chunk> buffer;
+    const ssize_t count = ::read(ownEnd_.get(), buffer.data(), buffer.size());
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) return 0;
+    if (count <= 0) {
+      watch_.reset();
+      return 0;
+    }
+    const auto length = static_cast<std::size_t>(count);
+    handler_({buffer.data(), length});
+    return length;
+  }
 
   posix::Descriptor ownEnd_;
   posix::Descriptor childEnd_;
@@ -170,6 +181,8 @@ void Subprocess::kill() { child_->kill(SIGKILL); }
 void Subprocess::finish(const linux::ChildExit& exit) {
   if (output_) output_->drain();
   errors_->drain();
+  output_.reset();
+  errors_.reset();
   const SubprocessExit result{.exit = exit, .lastMessage = messages_.text()};
   const auto onExit = std::move(onExit_);  // it may destroy this object
   onExit(result);
