@@ -277,5 +277,46 @@ TEST(ChildProcess, DoesNotReapOtherChildren) {
   EXPECT_EQ(3, WEXITSTATUS(status));
 }
 
+constexpr std::chrono::minutes patient{1};
+
+TEST(HoldsInChild, TellsWhatTheTestReturns) {
+  EXPECT_TRUE(linux::holdsInChild([] { return true; }, patient));
+  EXPECT_FALSE(linux::holdsInChild([] { return false; }, patient));
+}
+
+TEST(HoldsInChild, IsFalseIfTheTestCrashes) {
+  EXPECT_FALSE(linux::holdsInChild([] { return ::raise(SIGKILL) == 0; }, patient));
+}
+
+TEST(HoldsInChild, IsFalseIfTheTestHangs) {
+  const auto hang = [] {
+    while (true) ::pause();
+    return true;
+  };
+
+  EXPECT_FALSE(linux::holdsInChild(hang, std::chrono::milliseconds(1)));
+
+  EXPECT_EQ(-1, ::waitpid(-1, nullptr, WNOHANG)) << "a child is left";
+}
+
+TEST(HoldsInChild, LeavesSignalsAsTheyWere) {
+  sigset_t before;
+  sigset_t after;
+  ::pthread_sigmask(SIG_SETMASK, nullptr, &before);
+
+  EXPECT_TRUE(linux::holdsInChild([] { return true; }, patient));
+
+  ::pthread_sigmask(SIG_SETMASK, nullptr, &after);
+  EXPECT_EQ(::sigismember(&after, SIGTERM), ::sigismember(&before, SIGTERM));
+}
+
+TEST(HoldsInChild, KnowsTheResultIfExitStatusesWereDiscarded) {
+  ::signal(SIGCHLD, SIG_IGN);
+
+  EXPECT_TRUE(linux::holdsInChild([] { return true; }, patient));
+
+  ::signal(SIGCHLD, SIG_DFL);
+}
+
 }  // namespace
 }  // namespace parlen::test

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <linux/close_range.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -183,6 +185,30 @@ Descriptor openProcess(pid_t process) {
   return Descriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
 }
 
+// False also if there is no handle.
+bool endsWithin(std::chrono::milliseconds limit, const Descriptor& handle) {
+  pollfd end{.fd = handle.get(), .events = POLLIN, .revents = 0};
+  return handle && poll(&end, 1, static_cast<int>(limit.count())) > 0;
+}
+
+bool exitsWellWithin(std::chrono::milliseconds limit, pid_t child) {
+  const Descriptor handle = openProcess(child);
+  if (!endsWithin(limit, handle)) {
+    kill(child, SIGKILL);
+    // One that hangs in the kernel does not end by that either, and is left alone.
+    endsWithin(std::chrono::seconds(1), handle);
+  }
+  int status = 0;
+  return waitpid(child, &status, WNOHANG) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// All descriptors are closed, so that nobody waits for a child that hangs.
+[[noreturn]] void runTest(bool (*test)(), int parent) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent || close_range(0, ~0U, 0) != 0) _exit(1);
+  _exit(test() ? 0 : 1);
+}
+
 class WatchedChild final : public ChildProcess {
  public:
   WatchedChild(pid_t child, Descriptor handle, std::function<void(ChildExit)> onExit)
@@ -243,6 +269,17 @@ platform::Result<ChildExit> runChildToEnd(const ChildOptions& options) {
   const platform::Result<pid_t> child = startChild(options);
   if (!child) return std::unexpected(child.error());
   return reapChild(*child);
+}
+
+bool holdsInChild(bool (*test)(), std::chrono::milliseconds limit) {
+  keepExitStatuses();
+  const int parent = getpid();
+  sigset_t before;
+  const pid_t child = forkWithSignalsBlocked(before);  // in the child they stay so
+  if (child == 0) runTest(test, parent);
+  const bool holds = child > 0 && exitsWellWithin(limit, child);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);  // only now, because a signal would end the wait
+  return holds;
 }
 
 }  // namespace parlen::linux

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -47,5 +48,10 @@ platform::Result<std::unique_ptr<ChildProcess>> spawnChild(EventLoop& loop,
 
 /// The same, but waits for the child's end. Runs no loop meanwhile.
 platform::Result<ChildExit> runChildToEnd(const ChildOptions& options);
+
+/// Whether `test` returns true within `limit`, in a forked child: it may crash there, or hang. It
+/// may only make async-signal-safe calls. Waits for the child, up to a second longer if it hangs.
+/// Main thread.
+bool holdsInChild(bool (*test)(), std::chrono::milliseconds limit);
 
 }  // namespace parlen::linux

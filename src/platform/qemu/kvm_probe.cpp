@@ -8,10 +8,12 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
 
+#include "platform/linux/child_process.h"
 #include "platform/posix/descriptor.h"
 
 namespace parlen::qemu {
@@ -128,7 +130,9 @@ bool containsWord(std::string_view words, std::string_view word) {
 }  // namespace
 
 bool kvmWorks() {
-  return hasVirtualizationFlag(readProcessorInformation()) && runsProtectedModeCode();
+  constexpr std::chrono::seconds limit{1};
+  return hasVirtualizationFlag(readProcessorInformation()) &&
+         linux::holdsInChild(runsProtectedModeCode, limit);
 }
 
 bool hasVirtualizationFlag(std::string_view processorInformation) {

@@ -5,13 +5,15 @@
 namespace parlen::qemu {
 
 /// Whether KVM runs guests here. That /dev/kvm can be opened is not enough: inside some virtual
-/// machines it opens, and guests hang. Takes a few milliseconds.
+/// machines it opens, and guests hang. Takes a few milliseconds, or a second or two if KVM hangs.
+/// Main thread.
 bool kvmWorks();
 
 /// Whether the text, in the format of /proc/cpuinfo, has the flag vmx (Intel) or svm (AMD).
 bool hasVirtualizationFlag(std::string_view processorInformation);
 
-/// Whether a virtual CPU of /dev/kvm runs a few instructions correctly.
+/// Whether a virtual CPU of /dev/kvm runs a few instructions correctly. May hang. Makes only
+/// async-signal-safe calls.
 bool runsProtectedModeCode();
 
 }  // namespace parlen::qemu
