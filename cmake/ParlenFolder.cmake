@@ -20,6 +20,7 @@ endif()
 # Everyday builds parse the standard library once, not once per file. The other presets (clang,
 # release) compile each file with its own includes only, so that a missing include is an error.
 option(PARLEN_PRECOMPILED_HEADERS "Precompile the standard library's headers" OFF)
+option(PARLEN_PRECOMPILED_GTEST "Precompile gtest/gtest.h alone, which hides no missing include" OFF)
 if(PARLEN_PRECOMPILED_HEADERS)
   file(WRITE ${CMAKE_BINARY_DIR}/empty.cpp "")
   add_library(parlen_precompiled OBJECT ${CMAKE_BINARY_DIR}/empty.cpp)
@@ -33,6 +34,11 @@ if(PARLEN_PRECOMPILED_HEADERS)
     target_precompile_headers(parlen_precompiled_tests PRIVATE
       <gmock/gmock.h> <gtest/gtest.h> <algorithm> <chrono> <expected> <fstream> <functional> <thread>)
   endif()
+elseif(PARLEN_PRECOMPILED_GTEST)
+  file(WRITE ${CMAKE_BINARY_DIR}/empty.cpp "")
+  add_library(parlen_precompiled_tests OBJECT ${CMAKE_BINARY_DIR}/empty.cpp)
+  target_link_libraries(parlen_precompiled_tests PRIVATE parlen_options GTest::gtest GTest::gmock)
+  target_precompile_headers(parlen_precompiled_tests PRIVATE <gtest/gtest.h>)
 endif()
 
 # parlen_precompile(<target> <parlen_precompiled or parlen_precompiled_tests>)
