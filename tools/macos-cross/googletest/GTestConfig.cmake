@@ -1,4 +1,12 @@
 # GoogleTest from the sources that Debian's libgtest-dev brings.
+if(PARLEN_GOOGLETEST_HEADERS_ONLY)
+  foreach(target gtest gtest_main gmock)
+    add_library(GTest::${target} INTERFACE IMPORTED)
+    target_include_directories(GTest::${target} INTERFACE
+      /usr/src/googletest/googletest/include /usr/src/googletest/googlemock/include)
+  endforeach()
+  return()
+endif()
 add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 foreach(target gtest gtest_main gmock gmock_main)
   if(NOT TARGET GTest::${target})

@@ -476,6 +476,7 @@ API_AVAILABLE(macos(10.9))
 @property(nullable, weak) id target;
 @property(nullable) SEL action;
 @property(getter=isEnabled) BOOL enabled;
+- (void)performClick:(nullable id)sender;
 @property BOOL refusesFirstResponder;
 @property NSControlSize controlSize API_AVAILABLE(macos(10.10));
 @property(copy) NSString *stringValue;
