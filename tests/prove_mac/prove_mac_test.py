@@ -1,0 +1,259 @@
+"""scripts/prove-mac without a Mac: each of its assumptions is refuted by a fake that breaks it and
+proved by one that does not; and the stages that can run here are proved by the program itself.
+
+PARLEN_PROGRAM is the program, PARLEN_SOURCE the tree."""
+
+import concurrent.futures
+import os
+import select
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SOURCE = os.environ["PARLEN_SOURCE"]
+FAKE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "fake_mac.py")
+COMMANDS = ("cmake", "codesign", "otool", "ctest", "sudo")
+sys.path.insert(0, os.path.join(SOURCE, "tools", "prove-mac"))
+
+import guests  # noqa: E402
+import proving  # noqa: E402
+import report  # noqa: E402
+import streams  # noqa: E402
+from bench import Bench  # noqa: E402
+from outcomes import Assumption, NotTried, Refuted, try_out  # noqa: E402
+from processes import Hung  # noqa: E402
+
+ALL = [assumption for _, stage in proving.STAGES for assumption in stage]
+EYES = [assumption for assumption in ALL if assumption.id.startswith("eyes.")]
+SHORT = 2.0  # seconds; what a hanging fake costs
+
+
+def named(name):
+    return next(assumption for assumption in ALL if assumption.id == name)
+
+
+class Mac:
+    """A folder that looks like a tree on a Mac, with the fakes first in the search path."""
+
+    def __init__(self, lie="", **options):
+        self.folder = tempfile.mkdtemp(prefix="prove-mac-")
+        commands = self.make("commands")
+        for name in COMMANDS:
+            shutil.copy(FAKE, os.path.join(commands, name))
+        self.fake("build/dev/tests/macos", "window_check")
+        self.fake("build/dev/tests/contract", "contract_test")
+        self.fake("try/installed/bin", "parlen-mac-vm")
+        self.write("build/dev/CTestTestfile.cmake", "")
+        image = self.write("image.ipsw", "an image\n")
+        environment = dict(
+            os.environ,
+            PATH=commands + os.pathsep + os.environ["PATH"],
+            FAKE_FOLDER=self.folder,
+            FAKE_LIE=lie,
+        )
+        settings = dict(ipsw=image, gui=True, ask=lambda question: True, settle=0.1)
+        settings.update(environment=environment)
+        settings.update(options)
+        self.bench = Bench(self.folder, os.path.join(self.folder, "try"), **settings)
+
+    def make(self, name):
+        path = os.path.join(self.folder, name)
+        os.makedirs(path, exist_ok=True)
+        return path
+
+    def fake(self, folder, name):
+        shutil.copy(FAKE, os.path.join(self.make(folder), name))
+
+    def write(self, name, text):
+        path = os.path.join(self.folder, name)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(text)
+        return path
+
+    def install_a_guest(self):
+        guest = self.make("try/first")
+        with open(os.path.join(guest, "Disk.img"), "wb") as disk:
+            disk.truncate(1 << 30)
+        self.bench.bundle = guest
+
+    def close(self):
+        self.bench.end_all()
+        shutil.rmtree(self.folder)
+
+
+def lied_to(assumption):
+    """What the assumption's attempt says when a fake breaks it."""
+    mac = Mac(lie=assumption.id)
+    try:
+        mac.install_a_guest()
+        if not assumption.id.startswith(("guest.create", "guest.bare", "build", "tests")):
+            mac.bench.environment["FAKE_LIE"] = ""
+            streams.bundle(mac.bench)
+            mac.bench.end_all()
+            mac.bench.known["guest"] = guests.clone_of(mac.bench, mac.bench.bundle)
+            mac.bench.end_all()
+            mac.bench.environment["FAKE_LIE"] = assumption.id
+        mac.bench.longest = SHORT
+        if assumption in EYES:
+            mac.bench.longest, mac.bench.ask = None, lambda question: False
+        if assumption.id in ("build.install",):
+            os.unlink(mac.bench.program)
+        return try_out(assumption, mac.bench)
+    finally:
+        mac.close()
+
+
+class AssumptionsTest(unittest.TestCase):
+    def test_have_names_sentences_and_files(self):
+        self.assertEqual(len({assumption.id for assumption in ALL}), len(ALL))
+        for assumption in ALL:
+            self.assertTrue(assumption.sentence and assumption.file, assumption.id)
+            for word in assumption.file.replace(",", "").split():
+                if word.startswith(("src/", "cmake/", "tools/")) and "application.mm" not in word:
+                    self.assertTrue(os.path.exists(os.path.join(SOURCE, word)), word)
+
+    def test_are_all_proved_by_an_honest_mac(self):
+        mac = Mac()
+        try:
+            results = proving.prove(mac.bench, write=lambda line: None)
+        finally:
+            mac.close()
+        self.assertEqual(len(results), len(ALL))
+        self.assertEqual([report.line(one) for one in results if one.outcome != "PROVED"], [])
+
+    def test_are_each_refuted_by_a_lie(self):
+        with concurrent.futures.ThreadPoolExecutor(8) as pool:
+            results = list(pool.map(lied_to, ALL))
+        self.assertEqual([report.line(one) for one in results if one.outcome != "REFUTED"], [])
+        for result in results:
+            self.assertTrue(result.why, result.assumption.id)
+            self.assertIn(result.assumption.file, report.line(result))
+
+    def test_are_not_tried_without_what_they_need(self):
+        mac = Mac(ipsw=None, gui=False, ask=None)
+        try:
+            os.unlink(mac.bench.program)
+            os.unlink(os.path.join(mac.bench.build, "CTestTestfile.cmake"))
+            mac.bench.environment["FAKE_LIE"] = "build.install"
+            results = proving.prove(mac.bench, write=lambda line: None)
+        finally:
+            mac.close()
+        self.assertEqual({one.assumption.id: one.outcome for one in results
+                          if one.outcome != "NOT TRIED"},
+                         {"build.dev": "PROVED", "build.release": "PROVED",
+                          "build.install": "REFUTED"})
+        self.assertTrue(all(one.why for one in results if one.outcome == "NOT TRIED"))
+
+    def test_need_a_login_root_and_answers(self):
+        for lie, name, why in (
+            ("windows.session", "windows.key-down", "nobody is logged in"),
+            ("sudo", "daemon.simulated", "it needs root"),
+            ("", "eyes.bar", "not answered"),
+        ):
+            mac = Mac(lie=lie, ask=lambda question: None)
+            try:
+                mac.install_a_guest()
+                result = try_out(named(name), mac.bench)
+            finally:
+                mac.close()
+            self.assertEqual(result.outcome, "NOT TRIED")
+            self.assertIn(why, result.why)
+
+
+class ProgramTest(unittest.TestCase):
+    """The program itself is the honest one, where the simulated host will do."""
+
+    def check(self, stage, **options):
+        mac = Mac(**options)
+        try:
+            image = mac.write("image", '{"simulatedRestoreImage":1,"hardwareModel":"sim-1"}')
+            mac.bench.ipsw, mac.bench.program = image, os.environ["PARLEN_PROGRAM"]
+            mac.bench.environment["PARLEN_HOST"] = "simulated"
+            results = [try_out(assumption, mac.bench) for assumption in stage]
+        finally:
+            mac.close()
+        self.assertEqual([report.line(one) for one in results if one.outcome != "PROVED"], [])
+
+    def test_proves_the_streams_and_the_signals(self):
+        self.check(streams.STAGE)
+
+    def test_proves_what_needs_no_framework(self):
+        elsewhere = ("guest.bare", "guest.limit", "guest.contract")
+        self.check([one for one in guests.STAGE if one.id not in elsewhere])
+
+
+class HangingTest(unittest.TestCase):
+    def setUp(self):
+        self.mac = Mac(lie="hang", longest=0.2)
+        self.addCleanup(self.mac.close)
+
+    def test_commands_are_ended_at_their_limit(self):
+        for name in ("build.dev", "build.signature", "tests.unit", "windows.opens", "streams.pipe"):
+            result = try_out(named(name), self.mac.bench)
+            self.assertEqual(result.outcome, "REFUTED", name)
+            self.assertIn("0.2 s", result.why)
+
+    def test_children_are_ended_too(self):
+        fifo = os.path.join(self.mac.folder, "fifo")
+        os.mkfifo(fifo)
+        reading = os.open(fifo, os.O_RDONLY | os.O_NONBLOCK)
+        self.addCleanup(os.close, reading)
+        with self.assertRaises(Hung):
+            self.mac.bench.run(["/bin/sh", "-c", f"sleep 1000 > {fifo} & wait"], 5)
+        select.select([reading], [], [], 10)
+        self.assertEqual(os.read(reading, 1), b"", "nobody holds the other end")
+
+    def test_windows_keep_what_was_answered_before(self):
+        self.mac.bench.environment["FAKE_LIE"] = "windows.hang"
+        self.mac.bench.longest = SHORT
+        self.assertEqual(try_out(named("windows.opens"), self.mac.bench).outcome, "PROVED")
+        self.assertIn("did not end within", try_out(named("windows.close"), self.mac.bench).why)
+
+
+class CommandTest(unittest.TestCase):
+    def test_refuses_another_system_politely(self):
+        run = subprocess.run([os.path.join(SOURCE, "scripts", "prove-mac")], capture_output=True,
+                             text=True, check=False)
+        self.assertEqual((run.returncode, run.stdout), (2, ""))
+        self.assertEqual(run.stderr.count("\n"), 1)
+        self.assertIn("scripts/test is for here", run.stderr)
+
+    def test_refuses_a_path_with_nothing(self):
+        self.assertEqual(proving.main(SOURCE, ["--ipsw", "/none"], system="darwin"), 2)
+
+    def test_reports_without_names(self):
+        home = os.path.expanduser("~")
+
+        def refute(_):
+            raise Refuted(f"{home}/vms is gone")
+
+        mac = Mac(ipsw=None)
+        try:
+            results = [try_out(Assumption("a.b", "it holds", "src/a.cpp", refute), mac.bench)]
+            path = os.path.join(mac.folder, "report.txt")
+            report.write(path, mac.bench, results)
+            with open(path, encoding="utf-8") as file:
+                text = file.read()
+        finally:
+            mac.close()
+        self.assertIn("REFUTED    a.b", text)
+        self.assertIn("change: src/a.cpp", text)
+        self.assertIn("~/vms is gone", text)
+        self.assertIn(report.PRIVACY, text)
+        self.assertTrue(text.endswith("0 PROVED, 1 REFUTED, 0 NOT TRIED\n"))
+
+    def test_says_why_a_thing_was_not_tried(self):
+        def skip(_):
+            raise NotTried("no time")
+
+        mac = Mac()
+        self.addCleanup(mac.close)
+        result = try_out(Assumption("a.b", "it holds", "src/a.cpp", skip), mac.bench)
+        self.assertTrue(report.line(result).endswith("it holds (no time)"))
+        self.assertNotIn("change:", report.line(result))
+
+
+if __name__ == "__main__":
+    unittest.main()

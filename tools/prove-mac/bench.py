@@ -1,0 +1,67 @@
+"""What the stages work with: the tree, the program, what the caller gave, and scratch space."""
+
+import os
+import tempfile
+
+import processes
+from outcomes import NotTried
+
+
+class Bench:
+    """`source` is the tree, `folder` the scratch folder, `ipsw` and `bundle` what the caller gave
+    (or None). `longest`: no limit is longer than this many seconds. `settle`: for so many seconds a
+    guest has to run before it counts as booted. `ask(question)` returns True, False or None for no
+    answer; None in its place asks nothing."""
+
+    def __init__(self, source, folder, ipsw=None, bundle=None, gui=False, ask=None,
+                 longest=None, settle=60.0, environment=None):
+        self.source, self.folder = source, folder
+        self.ipsw, self.bundle, self.gui, self.ask = ipsw, bundle, gui, ask
+        self.longest, self.settle = longest, settle
+        self.environment = dict(os.environ if environment is None else environment)
+        self.prefix = os.path.join(folder, "installed")
+        self.program = os.path.join(self.prefix, "bin", "parlen-mac-vm")
+        self.build = os.path.join(source, "build", "dev")
+        self.known = {}  # what one stage has found out and another one uses
+        self.tools = []
+
+    def limit(self, seconds):
+        return seconds if self.longest is None else min(seconds, self.longest)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def new_path(self, prefix):
+        """Of nothing that exists yet."""
+        return os.path.join(tempfile.mkdtemp(prefix=prefix + "-", dir=self.folder), "guest")
+
+    def write(self, name, content):
+        with open(self.path(name), "w", encoding="utf-8") as file:
+            file.write(content)
+        return self.path(name)
+
+    def run(self, arguments, seconds, more=None, folder=None):
+        return processes.run(
+            arguments, self.limit(seconds), dict(self.environment, **(more or {})), folder
+        )
+
+    def tool(self, *arguments, seconds=20.0, more=None, **streams):
+        """Starts the program; end_all() ends it."""
+        self.need_program()
+        tool = processes.Tool(
+            [self.program, *arguments],
+            self.limit(seconds),
+            dict(self.environment, **(more or {})),
+            **streams,
+        )
+        self.tools.append(tool)
+        return tool
+
+    def need_program(self):
+        if not os.access(self.program, os.X_OK):
+            raise NotTried("there is no program: it was not built or not installed")
+
+    def end_all(self):
+        for tool in self.tools:
+            tool.end()
+        self.tools.clear()
