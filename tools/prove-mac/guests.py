@@ -164,13 +164,19 @@ def new_clone(bench):
     boots(bench, clone_of(bench, guest(bench), "--regenerate-machine-id"))
 
 
-def shared_storage(bench):
-    source = guest(bench)
+def taken_by_clone(bench, source):
+    """How much of the volume was taken while a clone was made, in bytes."""
     before = os.statvfs(bench.folder)
     clone_of(bench, source)
     after = os.statvfs(bench.folder)
-    used = (before.f_bavail - after.f_bavail) * before.f_frsize
+    return (before.f_bavail - after.f_bavail) * before.f_frsize
+
+
+def shared_storage(bench):
+    source = guest(bench)
     disk = os.stat(os.path.join(source, "Disk.img")).st_blocks * 512
+    # Other programs write meanwhile, so the least of some tries counts.
+    used = min(taken_by_clone(bench, source) for _ in range(3))
     if used > max(disk // 10, 256 * MEBIBYTE):
         raise Refuted(f"a clone took {used // MEBIBYTE} MiB of the volume")
 
