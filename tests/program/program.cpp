@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,9 +33,9 @@ int makeErrorFile(std::string& path) {
   return file;
 }
 
-/// The environment of this process, on the simulated host unless told otherwise.
+/// The environment of this process, on this build's host unless told otherwise.
 void applyEnvironment(const Environment& more) {
-  setenv("PARLEN_HOST", "simulated", 1);
+  setenv("PARLEN_HOST", PARLEN_PROGRAM_HOST, 1);
   for (const char* name : {"PARLEN_SCENARIO", "PARLEN_TRACE"}) unsetenv(name);
   for (const auto& [name, value] : more) setenv(name.c_str(), value.c_str(), 1);
 }
@@ -80,6 +82,12 @@ Program::~Program() {
 
 void Program::send(std::string_view bytes) {
   ASSERT_EQ(posix::writeAll(input_.get(), bytes), 0) << "the program does not read";
+}
+
+void Program::waitUntilRead() const {
+  for (int unread = 1; unread > 0; sched_yield()) {
+    ASSERT_EQ(ioctl(input_.get(), FIONREAD, &unread), 0);
+  }
 }
 
 void Program::signal(int number) const { kill(pid_, number); }

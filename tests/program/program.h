@@ -40,6 +40,8 @@ class Program {
 
   /// Writes to the program's standard input: all of it, unless the input was made non-blocking.
   void send(std::string_view bytes);
+  /// Returns when the program has read all that was sent.
+  void waitUntilRead() const;
   void closeInput() { input_.close(); }
   void closeOutput() { output_.close(); }
   void signal(int number) const;

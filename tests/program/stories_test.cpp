@@ -78,7 +78,9 @@ TEST(TheProgram, RefusesAnUnknownHostBeforeAnythingElse) {
 
 TEST(TheProgram, RefusesAnUnusableScenarioBeforeAnythingElse) {
   const World world(R"({"machine":{"startMs":"soon"}})");
-  const Finished finished = finish({"run", "--bundle", "/none"}, world.environment());
+  Environment environment = world.environment();
+  environment["PARLEN_HOST"] = "simulated";  // the only host that reads one
+  const Finished finished = finish({"run", "--bundle", "/none"}, environment);
   EXPECT_EQ(finished.exit, exitedWith(1));
   EXPECT_THAT(finished.events,
               ElementsAre(testing::AllOf(HasSubstr("unusable scenario "), HasSubstr("startMs"))));

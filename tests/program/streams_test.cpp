@@ -2,7 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 #include "program.h"
 #include "support/posix_fixtures.h"
@@ -39,6 +42,68 @@ TEST(StandardInput, TakesALongLineInManyPieces) {
   program.send("\"}\n");
   EXPECT_EQ(program.event(), paused);
 }
+
+TEST(StandardInput, MayBreakACommandAnywhere) {
+  const World world;
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment());
+  program.eventsUntil(running);
+  const std::string commands[] = {"{\"type\":\"pause\"}\n", "{\"type\":\"resume\"}\n"};
+  const std::string answers[] = {paused, resumed};
+  for (std::size_t i = 0; i < 2 * commands[0].size(); ++i) {
+    const std::string& command = commands[i % 2];
+    const std::size_t cut = std::min(i / 2 + 1, command.size());
+    program.send(command.substr(0, cut));
+    program.waitUntilRead();
+    program.send(command.substr(cut));
+    ASSERT_EQ(program.event(), answers[i % 2]) << "cut at " << cut;
+  }
+}
+
+TEST(StandardInput, MayBringManyCommandsAtOnce) {
+  const World world;
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment());
+  program.eventsUntil(running);
+  constexpr unsigned commands = 10'000;
+  std::string lines;
+  for (unsigned i = 0; i < commands; ++i) lines += "{\"type\":\"text\",\"text\":\"\"}\n";
+  program.send(lines + "{\"type\":\"pause\"}\n");
+  const Lines events = program.eventsUntil(paused);
+  EXPECT_EQ(events.size(), commands + 1U);
+}
+
+/// What is opened as standard input; the run ends in order when it ends.
+class StandardInputFrom : public testing::TestWithParam<const char*> {
+ protected:
+  /// Opens the file, or a FIFO whose writers are gone after one command.
+  std::string prepare(const World& world) {
+    const std::string kind = GetParam();
+    if (kind == "ADevice") return "/dev/null";
+    const std::string path = world.path("input");
+    if (kind == "AFile") world.write("input", "{\"type\":\"pause\"}\n{\"type\":\"resume\"}\n{\"ty");
+    if (kind == "AFifo") {
+      EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+    }
+    return path;
+  }
+};
+
+TEST_P(StandardInputFrom, EndsTheRunWhenItEnds) {
+  const World world;
+  const std::string bundle = world.makeBundle();
+  const std::string path = prepare(world);
+  // A FIFO that has a writer, so that opening it does not wait.
+  posix::Descriptor writer(open(path.c_str(), O_RDWR | O_CLOEXEC));
+  Program program({"run", "--bundle", bundle}, world.environment(),
+                  [&path] { dup2(open(path.c_str(), O_RDONLY), STDIN_FILENO); });
+  program.eventsUntil(starting);
+  writer.close();
+  const Lines events = program.remainingEvents();
+  EXPECT_THAT(events.back(), testing::HasSubstr("\"state\":\"stopped\",\"crashed\":false"));
+  EXPECT_EQ(program.wait(), exitedWith(0));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, StandardInputFrom, testing::Values("AFile", "AFifo", "ADevice"),
+                         [](const auto& tested) { return std::string(tested.param); });
 
 TEST(StandardInput, MayHaveEndedBeforeTheProgramStarts) {
   const World world;

@@ -230,9 +230,10 @@ extern "C" {
 extern const dispatch_source_type_s _dispatch_source_type_signal;
 const dispatch_source_type_s _dispatch_source_type_signal = {1};
 
-id dispatch_get_main_queue() {
+// As a plain pointer: the queue lives for ever, and is asked for on threads without a pool.
+void* dispatch_get_main_queue() {
   static id queue = [[ParlenMainQueue alloc] init];
-  return queue;
+  return (__bridge void*)queue;
 }
 
 __attribute__((ns_returns_retained)) id dispatch_queue_create(const char*, id) {

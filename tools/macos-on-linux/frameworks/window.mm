@@ -200,6 +200,9 @@ class CloseButton final : public platform::WindowDelegate {
                               defer:(BOOL)defer {
   requireMainThread(@"NSWindow");
   if (NSApp == nil) harness::raise(@"a window without an application");
+  // NSApplicationActivationPolicy: such an application "may not create windows".
+  if (NSApp.activationPolicy == NSApplicationActivationPolicyProhibited)
+    harness::raise(@"a window of an application that may not create any");
   self = [super init];
   harness::settleMachineViews();
   _simulated = std::make_unique<simulated::Window>(
@@ -283,8 +286,6 @@ class CloseButton final : public platform::WindowDelegate {
 
 - (void)makeKeyAndOrderFront:(id)sender {
   requireMainThread(@"makeKeyAndOrderFront:");
-  if (NSApp.activationPolicy != NSApplicationActivationPolicyRegular)
-    harness::raise(@"a window of an application that may not have any");
   _simulated->makeKeyAndOrderFront();
   [NSApp wishesToBeKey:self];
 }
