@@ -88,7 +88,7 @@ void ObservedMachine::call(const std::string& verb, Operation operation,
   insideCall_ = true;
   (machine_.get()->*operation)([this, number, done = std::move(done)](Result<> result) {
     complete(number, result);
-    done(std::move(result));
+    if (delegate_ != nullptr) done(std::move(result));
   });
   insideCall_ = false;
   outside_.called(calls_[number], number);
@@ -118,16 +118,16 @@ void ObservedMachine::ended(const std::string& how) {
 
 void ObservedMachine::guestDidStop() {
   ended("guest stopped");
-  delegate_->guestDidStop();
+  if (delegate_ != nullptr) delegate_->guestDidStop();
 }
 
 void ObservedMachine::didStopWithError(const platform::PlatformError& error) {
   ended("stopped with an error");
-  delegate_->didStopWithError(error);
+  if (delegate_ != nullptr) delegate_->didStopWithError(error);
 }
 
 void ObservedMachine::networkAttachmentDisconnected(const platform::PlatformError& error) {
-  delegate_->networkAttachmentDisconnected(error);
+  if (delegate_ != nullptr) delegate_->networkAttachmentDisconnected(error);
 }
 
 MachineState ObservedMachine::machineState() const {

@@ -47,6 +47,10 @@ class ObservedMachine final : public platform::VirtualMachine,
   /// error". Empty while it has not.
   const std::string& end() const { return end_; }
 
+  /// The process has ended: from now on nothing is told to the runner, but the machine is still
+  /// held to its interface.
+  void detach() { delegate_ = nullptr; }
+
   /// After each step: whether the change of state was legal.
   void checkState();
   std::string fingerprint() const;
@@ -65,7 +69,7 @@ class ObservedMachine final : public platform::VirtualMachine,
 
   MachineUnderTest& outside_;
   Findings& findings_;
-  platform::VirtualMachineDelegate* delegate_ = nullptr;
+  platform::VirtualMachineDelegate* delegate_ = nullptr;  // null: nobody is told anything
   std::vector<Call> calls_;
   bool insideCall_ = false;
   Stops stops_;

@@ -99,7 +99,9 @@ constexpr std::array<Exit, 3> exits = {Exit{"exits with 0", {.status = 0, .signa
                                        Exit{"exits with 1", {.status = 1, .signal = 0}},
                                        Exit{"is killed", {.status = std::nullopt, .signal = 9}}};
 
+// Of the machine.
 constexpr std::chrono::milliseconds powerButtonInterval(1000);
+constexpr std::chrono::milliseconds closedMonitorTimeout(5000);
 
 /// The real machine over a QEMU that says what the story says: the monitor's socket is real, the
 /// process is not there.
@@ -129,7 +131,8 @@ class ScriptedQemu final : public MachineUnderTest {
   void called(const Call& call, std::size_t number) override;
   void afterStep() override { readCommands(); }
   std::string disproof(const Call& call, std::size_t number, const Result<>& result) const override;
-  bool owesNothing() const override { return isAtRest() && unanswered_.empty(); }
+  /// What a QEMU that has closed its monitor has not answered completes when it ends.
+  bool owesNothing() const override { return isUp() && unanswered_.empty(); }
   bool isEnding() const override;
   std::string complaint(MachineState state) const override;
 
@@ -153,10 +156,9 @@ class ScriptedQemu final : public MachineUnderTest {
   void exit(const linux::ChildExit& exit);
 
   bool mayResume() const;
-  /// Takes commands, and nothing is on its way to an end.
-  bool isAtRest() const {
-    return isReady_ && !isClosed_ && !isKilled_ && shutdowns_ == 0 && !wasToldToQuit_;
-  }
+  bool isAbandoned() const;
+  /// Has taken commands, and nothing is on its way to an end.
+  bool isUp() const { return isReady_ && !isKilled_ && shutdowns_ == 0 && !wasToldToQuit_; }
   bool isWaitingFor(std::string_view name) const {
     return std::ranges::find(unanswered_, name, &Command::name) != unanswered_.end();
   }
@@ -261,12 +263,22 @@ void ScriptedQemu::addMessages(Story& all) const {
   }
 }
 
-/// An exit's result is told by what QEMU announced, or by why it did not start.
+/// The machine has killed a QEMU that had closed its monitor.
+bool ScriptedQemu::isAbandoned() const {
+  const auto isDelayed = std::ranges::find(loop_.delayed(), closedMonitorTimeout,
+                                           &ExploredLoop::Delayed::delay) != loop_.delayed().end();
+  const auto isQueued = std::ranges::find(loop_.queued(), labelOf(closedMonitorTimeout),
+                                          &ExploredLoop::Queued::label) != loop_.queued().end();
+  return isClosed_ && !isDelayed && !isQueued;
+}
+
+/// An exit's result is told by what QEMU announced, by why it did not start, or by why it was
+/// killed.
 std::optional<std::string> ScriptedQemu::dependence(const std::string& choice) const {
   const bool isExit = std::ranges::find(exits, choice, &Exit::choice) != exits.end();
   if (!isExit) return std::nullopt;
   return (shutdowns_ > 0 ? "announced " + shutdownReason_ : "") +
-         (startWasRefused_ ? "refused" : "");
+         (startWasRefused_ ? "refused" : "") + (isAbandoned() ? "abandoned" : "");
 }
 
 void ScriptedQemu::perform(const std::string& choice) {
@@ -404,7 +416,7 @@ bool ScriptedQemu::isEnding() const {
 
 std::string ScriptedQemu::complaint(MachineState state) const {
   if (hasExited_) return "QEMU has ended, and the run goes on";
-  if (!isAtRest() || owesEvent_) return "";
+  if (!isUp() || isClosed_ || owesEvent_) return "";
   if (state == MachineState::pausing && !isWaitingFor("stop")) return "it is pausing for ever";
   if (state == MachineState::resuming && !isWaitingFor("cont")) return "it is resuming for ever";
   if (isWaitingFor("stop") || isWaitingFor("cont")) return "";
@@ -417,10 +429,11 @@ std::string ScriptedQemu::complaint(MachineState state) const {
 /// The machine's members beside its state and completions, and what they follow from:
 /// powerButtonHeld_ from the unanswered commands; diskErrorReported_ from the disk errors since the
 /// last RESUME; shutdownReason_ from the first SHUTDOWN; takesCommands_ from the handshake;
-/// startError_ from the refused start. The monitor's client holds a handler for each unanswered
-/// command. While a pause or a resumption is under way everything that QEMU has said since counts,
-/// in its order. Delayed work is told by its delay, of which each kind has one of its own, and by
-/// how long it has left. Once QEMU has exited, nothing of this is used any more.
+/// startError_ from the refused start; abandoned_ from isAbandoned(). The monitor's client holds a
+/// handler for each unanswered command. While a pause or a resumption is under way everything that
+/// QEMU has said since counts, in its order. Delayed work is told by its delay, of which each kind
+/// has one of its own, and by how long it has left. Once QEMU has exited, nothing of this is used
+/// any more.
 std::string ScriptedQemu::fingerprint() const {
   if (hasExited_) return "exited";
   std::string text;
