@@ -29,7 +29,7 @@ void LineSplitter::dropConsumed() {
   buffer_.erase(0, start_);
   searched_ -= start_;
   start_ = 0;
-  if (buffer_.size() <= keptCapacity && buffer_.capacity() > keptCapacity) buffer_.shrink_to_fit();
+  if (buffer_.capacity() > keptCapacity) buffer_.shrink_to_fit();
 }
 
 }  // namespace parlen

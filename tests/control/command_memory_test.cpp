@@ -11,6 +11,7 @@
 
 #include "app/dispatch.h"
 #include "control/commands.h"
+#include "control/line_splitter.h"
 #include "platform/error.h"
 #include "runner/run.h"
 #include "support/tool.h"
@@ -21,6 +22,7 @@ namespace {
 
 std::atomic<std::size_t> held = 0;
 std::atomic<std::size_t> mostHeld = 0;
+std::atomic<std::size_t> allocations = 0;
 
 constexpr std::size_t header = alignof(std::max_align_t);
 
@@ -28,6 +30,7 @@ void* allocate(std::size_t size) noexcept {
   auto* block = static_cast<std::byte*>(std::malloc(header + size));
   if (block == nullptr) return nullptr;
   *reinterpret_cast<std::size_t*>(block) = size;
+  ++allocations;
   const std::size_t now = held += size;
   std::size_t most = mostHeld;
   while (now > most && !mostHeld.compare_exchange_weak(most, now)) {
@@ -181,6 +184,45 @@ TEST(CommandMemory, IsBoundedForAChord) {
   const Use use = useOf(line);
   EXPECT_LE(use.most, 9 * line.size() + constantPart);
   EXPECT_LE(use.after, 8 * line.size() + constantPart);
+}
+
+// --- What holds the bytes until their line is complete ---
+
+constexpr std::size_t keptBuffer = 65'536;  // what may stay for the next lines
+
+void takeAll(LineSplitter& lines) {
+  while (lines.next()) {
+  }
+}
+
+TEST(LineSplitterMemory, IsFreedAfterALongLine) {
+  const std::size_t before = held;
+  LineSplitter lines;
+  lines.append(std::string(10 * length, 'x') + '\n');
+  takeAll(lines);
+  lines.append("{");
+  EXPECT_LE(held - before, keptBuffer);
+}
+
+TEST(LineSplitterMemory, DoesNotGrowWithTheNumberOfLines) {
+  const std::size_t before = held;
+  LineSplitter lines;
+  for (std::size_t i = 0; i < length; ++i) {
+    lines.append("{}\n{}\n");
+    takeAll(lines);
+  }
+  EXPECT_LE(held - before, keptBuffer);
+}
+
+TEST(LineSplitterMemory, GrowsByDoublingWhileALineIsIncomplete) {
+  const std::string piece(100, 'x');
+  LineSplitter lines;
+  const std::size_t before = allocations;
+  for (std::size_t i = 0; i < length / 10; ++i) {
+    lines.append(piece);
+    takeAll(lines);
+  }
+  EXPECT_LE(allocations - before, 20U);
 }
 
 }  // namespace
