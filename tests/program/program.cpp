@@ -42,6 +42,15 @@ void applyEnvironment(const Environment& more) {
 
 }  // namespace
 
+void keepSeen(std::string_view kind, std::string_view lines) {
+  const char* folder = std::getenv("PARLEN_LINES");
+  if (folder == nullptr) return;
+  std::filesystem::create_directories(folder);
+  // A file for each test process: tests run at the same time.
+  const std::string name = std::string(kind) + "-" + std::to_string(getpid()) + ".jsonl";
+  std::ofstream(std::filesystem::path(folder) / name, std::ios::app | std::ios::binary) << lines;
+}
+
 Program::Program(const std::vector<std::string>& arguments, const Environment& more,
                  const std::function<void()>& inChild) {
   posix::Pipe in = makePipe();
@@ -70,6 +79,7 @@ Program::Program(const std::vector<std::string>& arguments, const Environment& m
 }
 
 Program::~Program() {
+  keepSeen("command", sent_.substr(0, sent_.rfind('\n') + 1));
   if (!exit_) {
     kill(pid_, SIGKILL);
     wait();
@@ -81,6 +91,7 @@ Program::~Program() {
 }
 
 void Program::send(std::string_view bytes) {
+  sent_ += bytes;
   ASSERT_EQ(posix::writeAll(input_.get(), bytes), 0) << "the program does not read";
 }
 
@@ -112,6 +123,7 @@ std::string Program::event() {
   }
   std::string line = buffer_.substr(0, end);
   buffer_.erase(0, end + 1);
+  keepSeen("event", line + "\n");
   return line;
 }
 

@@ -66,8 +66,13 @@ class Program {
   posix::Descriptor output_;
   std::string errorPath_;
   std::string buffer_;
+  std::string sent_;
   std::optional<Exit> exit_;
 };
+
+/// Adds lines to the file of their kind ("event", "trace", ...) in the folder PARLEN_LINES, where
+/// the schemas' test finds them. Without the variable it does nothing.
+void keepSeen(std::string_view kind, std::string_view lines);
 
 /// Runs the program without input to its end.
 struct Finished {

@@ -15,6 +15,9 @@ namespace parlen::test {
 class World {
  public:
   explicit World(std::string_view scenario = "{}") { write("scenario.json", scenario); }
+  ~World() { keepSeen("trace", read("trace.jsonl")); }
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
 
   std::string path(const std::string& name) const { return directory_ / name; }
 
