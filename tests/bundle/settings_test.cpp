@@ -107,7 +107,13 @@ TEST_F(Settings, AreNotWrittenWhereTheSystemDoesNotLetThem) {
   ASSERT_FALSE(result);
   EXPECT_TRUE(result.error().description.contains(tool_.path("none/vm.json")))
       << result.error().description;
-  EXPECT_FALSE(saveSettings({"\xff", 2, 1, 0}, VMBundle(tool_.path("b")), MemberFile::replaced));
+}
+
+TEST_F(Settings, AreNotWrittenWithAnAddressThatIsNotUtf8) {
+  const auto result =
+      saveSettings({"\xff", 2, 1, 0}, VMBundle(tool_.path("b")), MemberFile::replaced);
+  ASSERT_FALSE(result);
+  EXPECT_EQ(result.error().description, "could not encode the settings: the address is not UTF-8");
 }
 
 TEST_F(Settings, OfANewBundleReplaceNothing) {

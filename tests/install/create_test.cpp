@@ -288,11 +288,26 @@ TEST(Create, TrapsForADiskBeyondSixtyFourBits) {
 }
 
 TEST(Create, TrapsForProgressBeyondSixtyFourBits) {
-  for (const char* progress : {"[1e308]", "[0,-1e308]", "[1e20]"}) {
+  // The last one is the first fraction of 2^63 percents.
+  for (const char* progress : {"[1e308]", "[0,-1e308]", "[1e20]", "[92233720368547760]"}) {
     Creation given(R"({"install":{"progress":)" + std::string(progress) + "}}");
     EXPECT_EQ(given.create(), trapped()) << progress;
     EXPECT_FALSE(given.tool.events().back().contains("error"));
   }
+}
+
+TEST(Create, ReportsTheLeastProgressOfSixtyFourBits) {
+  Creation given(R"({"install":{"progress":[-92233720368547760]}})");
+  EXPECT_EQ(given.create(), endedWith(0));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, progress("-92233720368547760.0000"), starting, created(given.bundle)}));
+}
+
+TEST(Create, CountsItsProgressFromMinusOnePercent) {
+  Creation given(R"({"install":{"progress":[-0.01,-0.02]}})");
+  EXPECT_EQ(given.create(), endedWith(0));
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, starting, progress("-0.0200"), created(given.bundle)}));
 }
 
 TEST(Create, DoesNotClampItsProgress) {
@@ -315,10 +330,16 @@ TEST(Create, FailsForADiskThatTheFileSystemCannotHold) {
   EXPECT_TRUE(given.tool.events().back().contains(R"("code":"create-failed")"));
 }
 
+TEST(Create, EndsWithStatus0ShouldTheEventLoopReturn) {
+  Creation given;
+  given.tool.system().loop().outcome = platform::Result<>();
+  EXPECT_EQ(given.create(), endedWith(0));
+  EXPECT_EQ(given.tool.events(), Lines{ready});
+}
+
 TEST(Create, FailsIfTheEventLoopCannotWait) {
   Creation given;
-  given.tool.system().loop().failure =
-      platform::PlatformError{.domain = "", .code = 1, .description = "no more waiting"};
+  given.tool.system().loop().outcome = platform::error("", 1, "no more waiting");
   EXPECT_EQ(given.create(), endedWith(1));
   EXPECT_EQ(given.tool.events(), (Lines{ready, error("create-failed", "no more waiting")}));
 }

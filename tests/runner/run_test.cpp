@@ -290,8 +290,7 @@ TEST(RunEnds, WithStatus0ShouldTheEventLoopReturn) {
 
 TEST(RunEnds, WithAnErrorIfTheEventLoopCannotWait) {
   HeadlessRun given;
-  given.tool.system().loop().failure =
-      platform::PlatformError{.domain = "", .code = 1, .description = "no more waiting"};
+  given.tool.system().loop().outcome = platform::error("", 1, "no more waiting");
   EXPECT_EQ(given.run(), endedWith(1));
   EXPECT_EQ(given.tool.events(), (Lines{ready, starting, error("boot-failed", "no more waiting"),
                                         stopped("no more waiting", true)}));

@@ -44,7 +44,7 @@ void VirtualLoop::runUntilIdle() {
 }
 
 platform::Result<> VirtualLoop::run() {
-  if (failure) return std::unexpected(*failure);
+  if (outcome) return *outcome;
   runUntilIdle();
   if (!returnsWhenIdle) throw LoopIdle{};
   return {};

@@ -39,7 +39,7 @@ class VirtualLoop : public platform::EventLoop {
   void skip(std::chrono::nanoseconds duration) { now_ += duration; }
 
   bool returnsWhenIdle = false;
-  std::optional<platform::PlatformError> failure;  // what `run` returns at once
+  std::optional<platform::Result<>> outcome;  // what `run` returns at once
 
  private:
   bool takePosted(platform::Work& work);
