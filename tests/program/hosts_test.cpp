@@ -2,14 +2,17 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <map>
 #include <ostream>
 #include <regex>
 
 #include "program.h"
 #include "world.h"
 
-/// The same session on the macOS host and on the simulated one: the same lines, the same warnings
-/// and, call for call, the same trace.
+/// The same creation or session on the macOS host and on the simulated one: the same lines, the
+/// same warnings and, call for call, the same trace.
 namespace parlen::test {
 namespace {
 
@@ -192,6 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
         Session{.name = "IsTypedInto",
                 .options = {"--gui"},
                 .steps = {until(running), send(text + chord, keyDone), send(stop)}},
+        // The story of tests/runner/stories/typed_into.jsonl.
         Session{
             .name = "HasTheKeysInAnInnerView",
             .scenario = R"({"window":{"views":{"name":"guest","acceptsFirstResponder":false,
@@ -234,6 +238,78 @@ INSTANTIATE_TEST_SUITE_P(
                                           {"atMs":800,"event":"guest-stops"}]})",
                 .options = {"--gui"},
                 .steps = {until(running)}}),
+    [](const auto& tested) { return tested.param.name; });
+
+/// One bundle's creation.
+struct Creation {
+  std::string name;
+  std::string scenario = "{}";
+  std::string diskGb = "1";
+  std::string image = R"({"simulatedRestoreImage":1,"hardwareModel":"sim-1"})";
+};
+
+std::ostream& operator<<(std::ostream& out, const Creation& creation) {
+  return out << creation.name;
+}
+
+/// What is in a directory, with the lengths of the files: their bytes are partly random.
+std::map<std::string, std::uintmax_t> filesIn(const std::string& directory) {
+  std::map<std::string, std::uintmax_t> files;
+  if (!std::filesystem::exists(directory)) return files;
+  for (const auto& file : std::filesystem::directory_iterator(directory))
+    files[file.path().filename()] = file.is_regular_file() ? file.file_size() : 0;
+  return files;
+}
+
+/// The trace without what each creation has of its own.
+std::string withoutIdentifiers(const std::string& trace) {
+  static const std::regex random(R"(("machineIdentifier"|"macAddress"):"[^"]*")");
+  return std::regex_replace(trace, random, "$1:0");
+}
+
+Record create(const Creation& creation, const World& world, const std::string& host) {
+  const Finished created = finish({"create", "--ipsw", world.path("image"), "--bundle",
+                                   world.path("vm"), "--disk-gb", creation.diskGb},
+                                  on(host, world));
+  return {created.events, created.warnings, created.exit,
+          withoutIdentifiers(withoutTimes(world.read("trace.jsonl")))};
+}
+
+class TwoHostsCreate : public testing::TestWithParam<Creation> {};
+
+TEST_P(TwoHostsCreate, AreToldAndTellTheSame) {
+  const Creation& creation = GetParam();
+  const World world(creation.scenario);
+  world.write("image", creation.image);
+
+  const Record simulated = create(creation, world, "simulated");
+  const auto simulatedFiles = filesIn(world.path("vm"));
+  std::filesystem::remove_all(world.path("vm"));
+  const Record macos = create(creation, world, "macos");
+
+  EXPECT_EQ(macos.events, simulated.events);
+  EXPECT_EQ(macos.warnings, simulated.warnings);
+  EXPECT_EQ(macos.exit, simulated.exit);
+  EXPECT_EQ(macos.trace, simulated.trace);
+  EXPECT_EQ(filesIn(world.path("vm")), simulatedFiles);
+  EXPECT_GT(simulated.events.size(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ABundle, TwoHostsCreate,
+    testing::Values(
+        Creation{.name = "IsCreated"}, Creation{.name = "HasALargeDisk", .diskGb = "80"},
+        Creation{.name = "IsInstalledSlowly",
+                 .scenario = R"({"install":{"progress":[0,0.5,0.25,1.5,1],"stepMs":20}})"},
+        Creation{.name = "IsNotInstalled",
+                 .scenario = R"({"install":{"error":{"description":"no","code":10007}}})"},
+        Creation{.name = "IsOfAnotherModel",
+                 .scenario = R"({"host":{"hardwareModels":["sim-2"]}})"},
+        Creation{.name = "IsNotOfAnImage", .image = "garbage"},
+        Creation{.name = "IsOnAHostThatRunsNone", .scenario = R"({"host":{"supported":false}})"},
+        Creation{.name = "IsOnASmallHost",
+                 .scenario = R"({"host":{"processorCount":2,"maximumCPUCount":2,
+                                 "maximumMemorySize":1073741824}})"}),
     [](const auto& tested) { return tested.param.name; });
 
 }  // namespace
