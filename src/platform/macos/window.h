@@ -47,11 +47,13 @@ class MachineView final : public ViewOf<platform::MachineView, VZVirtualMachineV
   using ViewOf::ViewOf;
 
   platform::Window* window() const override;
+  /// The window whose content the view is, or null; not owned.
+  Window* holder() const { return holder_; }
   /// Called by a window when it takes the view or, with null, gives it up.
-  void moveTo(Window* window) { window_ = window; }
+  void moveTo(Window* window) { holder_ = window; }
 
  private:
-  Window* window_ = nullptr;
+  Window* holder_ = nullptr;
 };
 
 /// Main thread, as all of AppKit.
@@ -89,6 +91,8 @@ class Window final : public platform::Window {
   std::string firstResponderDescription() const override;
 
  private:
+  NSWindow* laidOut() const;
+
   Guard guard_;
   NSWindow* window_ = nil;
   BarLabels labels_;

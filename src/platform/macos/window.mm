@@ -55,13 +55,6 @@ std::shared_ptr<MachineView> unwrap(const std::shared_ptr<platform::MachineView>
   return std::static_pointer_cast<MachineView>(view);
 }
 
-/// Retains `window` once more: closing it releases a reference that ARC does not count, because
-/// releasedWhenClosed is YES by default (Apple's NSWindow page).
-NSWindow* withReferenceForClosing(NSWindow* window) {
-  (void)(__bridge_retained void*)window;
-  return window;
-}
-
 }  // namespace
 
 std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view) {
@@ -70,16 +63,18 @@ std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view) {
   return views;
 }
 
-platform::Window* MachineView::window() const { return object().window != nil ? window_ : nullptr; }
+platform::Window* MachineView::window() const { return object().window != nil ? holder_ : nullptr; }
 
+// Closing would release a window made in code once more than ARC knows (Apple's NSWindow page,
+// releasedWhenClosed).
 Window::Window(const platform::WindowOptions& options, const BarLabels& labels, Guard guard)
     : guard_(std::move(guard)), labels_(labels) {
   guard_([&] {
-    window_ =
-        withReferenceForClosing([[NSWindow alloc] initWithContentRect:toNsRect(options.contentRect)
-                                                            styleMask:options.styleMask
-                                                              backing:toBacking(options.backing)
-                                                                defer:options.defer]);
+    window_ = [[NSWindow alloc] initWithContentRect:toNsRect(options.contentRect)
+                                          styleMask:options.styleMask
+                                            backing:toBacking(options.backing)
+                                              defer:options.defer];
+    window_.releasedWhenClosed = NO;
   });
 }
 
@@ -94,8 +89,10 @@ void Window::setTitle(const std::string& title) {
   guard_([&] { window_.title = toText(title); });
 }
 
-void Window::setReleasedWhenClosed(platform::ReleasedWhenClosed released) {
-  guard_([&] { window_.releasedWhenClosed = released == platform::ReleasedWhenClosed::yes; });
+// Whatever is wanted, this object holds the window for as long as it lives: there is nothing that
+// closing could release.
+void Window::setReleasedWhenClosed(platform::ReleasedWhenClosed) {
+  guard_([&] { window_.releasedWhenClosed = NO; });
 }
 
 void Window::setDelegate(platform::WindowDelegate* delegate) {
@@ -104,8 +101,11 @@ void Window::setDelegate(platform::WindowDelegate* delegate) {
 }
 
 void Window::setContentView(const std::shared_ptr<platform::MachineView>& view) {
+  const std::shared_ptr<MachineView> taken = unwrap(view);
+  Window* const holder = taken ? taken->holder() : nullptr;
+  if (holder != nullptr && holder != this) holder->setContentView(nullptr);
   if (content_) content_->moveTo(nullptr);
-  content_ = unwrap(view);
+  content_ = taken;
   if (content_) content_->moveTo(this);
   guard_([&] { window_.contentView = content_ ? content_->object() : nil; });
 }
@@ -128,10 +128,16 @@ std::optional<platform::Rect> Window::screenVisibleFrame() const {
   return fromNsRect(window_.screen.visibleFrame);
 }
 
-platform::Rect Window::frame() const { return fromNsRect(window_.frame); }
+/// The window, with the height that its bar needs: AppKit computes it in the next layout only.
+NSWindow* Window::laidOut() const {
+  guard_([&] { [window_ layoutIfNeeded]; });
+  return window_;
+}
+
+platform::Rect Window::frame() const { return fromNsRect(laidOut().frame); }
 
 platform::Rect Window::contentRectForFrameRect(const platform::Rect& frame) const {
-  return fromNsRect([window_ contentRectForFrameRect:toNsRect(frame)]);
+  return fromNsRect([laidOut() contentRectForFrameRect:toNsRect(frame)]);
 }
 
 void Window::setFrame(const platform::Rect& frame, platform::Redraw redraw) {

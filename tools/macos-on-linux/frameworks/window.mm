@@ -188,6 +188,7 @@ class CloseButton final : public platform::WindowDelegate {
   std::unique_ptr<simulated::Window> _simulated;
   CloseButton _closeButton;
   NSMutableArray<NSTitlebarAccessoryViewController*>* _accessories;
+  BOOL _needsLayout;
   __weak id<NSWindowDelegate> _delegate;
 }
 @synthesize identifier, title = _title, contentView = _contentView,
@@ -226,8 +227,10 @@ class CloseButton final : public platform::WindowDelegate {
   _title = [title copy];
   _simulated->setTitle(macos::fromText(title));
 }
+// In the trace if it changes nothing: the host switches the release off for every window that it
+// makes, which is no call of the program's.
 - (void)setReleasedWhenClosed:(BOOL)released {
-  _releasedWhenClosed = released;
+  if (std::exchange(_releasedWhenClosed, released) != released) return;
   _simulated->setReleasedWhenClosed(released ? platform::ReleasedWhenClosed::yes
                                              : platform::ReleasedWhenClosed::no);
 }
@@ -254,6 +257,7 @@ class CloseButton final : public platform::WindowDelegate {
 }
 - (void)addTitlebarAccessoryViewController:(NSTitlebarAccessoryViewController*)controller {
   [_accessories addObject:controller];
+  _needsLayout = YES;
   _simulated->addTitlebarAccessory(harness::describe(controller));
 }
 - (NSArray*)titlebarAccessoryViewControllers {
@@ -270,7 +274,12 @@ class CloseButton final : public platform::WindowDelegate {
 - (NSRect)frame {
   return fromRect(_simulated->frame());
 }
+// NSWindow.layoutIfNeeded: a bar's height comes from the constraints of its views.
+- (void)layoutIfNeeded {
+  _needsLayout = NO;
+}
 - (NSRect)contentRectForFrameRect:(NSRect)rect {
+  if (_needsLayout) return rect;
   return fromRect(_simulated->contentRectForFrameRect(toRect(rect)));
 }
 - (void)setFrame:(NSRect)rect display:(BOOL)display {

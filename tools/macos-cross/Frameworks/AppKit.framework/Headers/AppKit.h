@@ -634,6 +634,7 @@ API_AVAILABLE(macos(10.10))
 - (void)setFrameOrigin:(NSPoint)point;
 - (void)setContentSize:(NSSize)size;
 - (void)center;
+- (void)layoutIfNeeded API_AVAILABLE(macos(10.7));
 - (void)makeKeyAndOrderFront:(nullable id)sender;
 - (void)orderFront:(nullable id)sender;
 - (void)orderFrontRegardless;
