@@ -104,6 +104,7 @@ struct BarSpacer {};
 
 struct BarButton {
   std::string title;
+  std::string action = {};                              // the selector that a press sends
   std::string keyEquivalent = {};                       // empty: no key presses the button
   std::optional<NamedColor> bezelColor = std::nullopt;  // nullopt: the default color
   /// Called once for each press.

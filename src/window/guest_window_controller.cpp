@@ -50,9 +50,10 @@ BarStack textColumn() {
   return column;
 }
 
-BarButton button(std::string title, std::optional<NamedColor> bezelColor,
+BarButton button(std::string title, std::string action, std::optional<NamedColor> bezelColor,
                  std::function<void()> onPress) {
-  return {std::move(title), /*keyEquivalent=*/"", bezelColor, std::move(onPress)};
+  return {std::move(title), std::move(action), /*keyEquivalent=*/"", bezelColor,
+          std::move(onPress)};
 }
 
 /// Gives a process without a menu bar one with which the user can hide the window.
@@ -70,9 +71,11 @@ platform::TitlebarAccessory askBar(AskBarActions actions) {
   bar.outer = {.edgeInsets = {.top = 8, .left = 14, .bottom = 8, .right = 14},
                .huggingPriority = lowPriority,
                .frame = {0, 0, vmDisplayWidth, barHeight}};
-  bar.views = {platform::BarImage{iconSize, iconSize}, std::make_shared<BarStack>(textColumn()),
-               platform::BarSpacer{}, button("Later", std::nullopt, std::move(actions.onLater)),
-               button("Done", NamedColor::controlAccent, std::move(actions.onDone))};
+  bar.views = {
+      platform::BarImage{iconSize, iconSize}, std::make_shared<BarStack>(textColumn()),
+      platform::BarSpacer{},
+      button("Later", "clickedLater:", std::nullopt, std::move(actions.onLater)),
+      button("Done", "clickedDone:", NamedColor::controlAccent, std::move(actions.onDone))};
   return {platform::LayoutAttribute::bottom, std::move(bar)};
 }
 

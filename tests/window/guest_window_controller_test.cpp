@@ -173,8 +173,8 @@ std::string described(const BarText& label) {
 std::string described(const BarSpacer&) { return "spacer"; }
 
 std::string described(const BarButton& button) {
-  return "button " + button.title + " key '" + button.keyEquivalent + "'" +
-         (button.bezelColor == NamedColor::controlAccent ? " accent" : "") +
+  return "button " + button.title + " sending " + button.action + " key '" + button.keyEquivalent +
+         "'" + (button.bezelColor == NamedColor::controlAccent ? " accent" : "") +
          (button.bezelColor == NamedColor::secondaryLabel ? " secondary" : "");
 }
 
@@ -206,8 +206,8 @@ TEST(AskBar, HasIconTextsSpaceAndButtons) {
             "(title bold standard break 4 resisting 250)\n"
             "(detail regular small secondary break 4 resisting 250))\n"
             "(spacer)\n"
-            "(button Later key '')\n"
-            "(button Done key '' accent)");
+            "(button Later sending clickedLater: key '')\n"
+            "(button Done sending clickedDone: key '' accent)");
 }
 
 TEST(AskBar, GivesEachButtonItsAction) {

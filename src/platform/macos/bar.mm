@@ -6,10 +6,11 @@
 
 #import "platform/macos/bridge.h"
 
-/// Calls a function for each press of a button.
+/// Calls a function for each press of a button, whichever of the bar's two actions it sends.
 @interface ParlenButtonTarget : NSObject
 - (instancetype)initWithOnPress:(std::function<void()>)onPress;
-- (void)clicked:(id)sender;
+- (void)clickedLater:(id)sender;
+- (void)clickedDone:(id)sender;
 @end
 
 @implementation ParlenButtonTarget {
@@ -22,7 +23,11 @@
   return self;
 }
 
-- (void)clicked:(id)sender {
+- (void)clickedLater:(id)sender {
+  parlen::macos::callBack(_onPress);
+}
+
+- (void)clickedDone:(id)sender {
   parlen::macos::callBack(_onPress);
 }
 
@@ -129,7 +134,7 @@ class BarBuilder {
     [targets_ addObject:target];
     NSButton* button = [NSButton buttonWithTitle:toText(description.title)
                                           target:target
-                                          action:@selector(clicked:)];
+                                          action:NSSelectorFromString(toText(description.action))];
     button.keyEquivalent = toText(description.keyEquivalent);
     if (description.bezelColor) button.bezelColor = toColor(*description.bezelColor);
     return button;
