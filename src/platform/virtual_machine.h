@@ -39,7 +39,8 @@ class VirtualMachineDelegate {
 /// One guest, from its start to its end. Main thread. No call blocks. Each completion runs exactly
 /// once, on the main queue, in a later loop iteration. The end of a machine is reported at most
 /// once and only when it is final: as `guestDidStop`, as `didStopWithError`, as the error of
-/// `start` or as the success of `stop`.
+/// `start` or as the success of `stop`. A start or a stop that could only report it a second time
+/// never completes, and nothing is reported once the machine has been destroyed.
 class VirtualMachine {
  public:
   virtual ~VirtualMachine() = default;

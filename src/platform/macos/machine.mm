@@ -8,16 +8,21 @@
 
 namespace parlen::macos {
 
-/// The part of a machine that its callbacks need. Completions hold it weakly, so that none is
-/// delivered once the machine has been destroyed.
+/// The part of a machine that its callbacks need. They may outlive it: a view, or the framework in
+/// the middle of a call, keeps its VZVirtualMachine and the delegate.
 class MachineLife {
  public:
   /// True for the first end of the machine, which is the only one reported. Apple's pages do not
   /// say whether the delegate is also called after a completed stopWithCompletionHandler:.
   bool claimEnd() { return !std::exchange(ended_, true); }
 
+  /// The machine has been destroyed: nothing is reported from now on.
+  void leave() { left_ = true; }
+  bool hasLeft() const { return left_; }
+
  private:
   bool ended_ = false;
+  bool left_ = false;
 };
 
 }  // namespace parlen::macos
@@ -43,15 +48,20 @@ class MachineLife {
   return self;
 }
 
+/// Null also for a machine that has been destroyed.
+- (parlen::platform::VirtualMachineDelegate*)listener {
+  return _life->hasLeft() ? nullptr : self.receiver;
+}
+
 - (void)guestDidStopVirtualMachine:(VZVirtualMachine*)virtualMachine {
-  if (self.receiver == nullptr || !_life->claimEnd()) return;
-  parlen::macos::callBack([self] { self.receiver->guestDidStop(); });
+  if (self.listener == nullptr || !_life->claimEnd()) return;
+  parlen::macos::callBack([self] { self.listener->guestDidStop(); });
 }
 
 - (void)virtualMachine:(VZVirtualMachine*)virtualMachine didStopWithError:(NSError*)error {
-  if (self.receiver == nullptr || !_life->claimEnd()) return;
+  if (self.listener == nullptr || !_life->claimEnd()) return;
   parlen::macos::callBack([self, error] {
-    self.receiver->didStopWithError(parlen::macos::error(error, self->_warn).error());
+    self.listener->didStopWithError(parlen::macos::error(error, self->_warn).error());
   });
 }
 
@@ -60,9 +70,9 @@ class MachineLife {
 - (void)virtualMachine:(VZVirtualMachine*)virtualMachine
                          networkDevice:(VZNetworkDevice*)networkDevice
     attachmentWasDisconnectedWithError:(NSError*)error {
-  if (self.receiver == nullptr) return;
+  if (self.listener == nullptr) return;
   parlen::macos::callBack([self, error] {
-    self.receiver->networkAttachmentDisconnected(parlen::macos::error(error, self->_warn).error());
+    self.listener->networkAttachmentDisconnected(parlen::macos::error(error, self->_warn).error());
   });
 }
 
@@ -87,12 +97,11 @@ enum class Ends { never, onFailure, onSuccess };
 /// `handler`, but for a machine that has been destroyed, and for a second end of the same machine.
 CompletionHandler whileAlive(const std::shared_ptr<MachineLife>& life, Ends when,
                              CompletionHandler handler) {
-  const std::weak_ptr<MachineLife> weakLife = life;
+  const std::shared_ptr<MachineLife> kept = life;
   return ^(NSError* error) {
-    const auto alive = weakLife.lock();
-    if (!alive) return;
+    if (kept->hasLeft()) return;
     const bool ends = when == (error == nil ? Ends::onSuccess : Ends::onFailure);
-    if (!ends || alive->claimEnd()) handler(error);
+    if (!ends || kept->claimEnd()) handler(error);
   };
 }
 
@@ -106,7 +115,10 @@ Machine::Machine(VZVirtualMachine* machine, platform::WarningSink warn)
   machine_.delegate = delegate_;
 }
 
-Machine::~Machine() { delegate_.receiver = nullptr; }
+Machine::~Machine() {
+  life_->leave();
+  machine_.delegate = nil;
+}
 
 void Machine::setDelegate(platform::VirtualMachineDelegate* delegate) {
   delegate_.receiver = delegate;
