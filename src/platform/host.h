@@ -91,7 +91,7 @@ class RestoreImage {
 };
 
 /// Keeps an observation alive. Destroying it ends the calls; it waits for a call that is running on
-/// another thread.
+/// another thread, and may be done from inside a call.
 class ProgressObservation {
  public:
   virtual ~ProgressObservation() = default;

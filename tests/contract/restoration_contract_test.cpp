@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <memory>
+
 #include "contract/contract.h"
 
 namespace parlen::test {
@@ -85,6 +87,25 @@ TEST_P(RestorationContract, ReportsNothingToAnEndedObservation) {
 
   runUntil([&] { return ended; }, "the installation ends");
   EXPECT_EQ(calls, 1);
+}
+
+TEST_P(RestorationContract, EndsAnObservationFromInsideItsCall) {
+  const Guest guest = emptyGuest("guest", smallDisk);
+  const auto image = load(path("small-image")).value();
+  const auto machine = host().machines().createMachine(guest.configuration);
+  const auto installer = host().restoration().createInstaller(*machine, *image);
+  const auto calls = std::make_shared<int>(0);
+  std::unique_ptr<platform::ProgressObservation> observation;
+  bool ended = false;
+
+  observation = installer->observeProgress([calls, &observation] {
+    observation.reset();
+    ++*calls;  // what the function holds is still there
+  });
+  installer->install([&ended](const platform::Result<>&) { ended = true; });
+
+  runUntil([&] { return ended; }, "the installation ends");
+  EXPECT_EQ(*calls, 2);
 }
 
 TEST_P(RestorationContract, FailsOnATooShortDiskAndLeavesItUnchanged) {

@@ -14,7 +14,8 @@
 /// (key-value observation has no thread of its own). The first call is made inside the initializer.
 @interface ParlenProgressObserver : NSObject
 - (instancetype)initWithProgress:(NSProgress*)progress onChange:(std::function<void()>)onChange;
-/// No call is made afterwards. Waits for one that is in progress on another thread.
+/// No call is made afterwards. Waits for one that is in progress on another thread. May be called
+/// from inside a call, also if that drops the last reference to this object.
 - (void)end;
 @end
 
@@ -47,8 +48,11 @@ char context;
                       ofObject:(id)object
                         change:(NSDictionary<NSKeyValueChangeKey, id>*)change
                        context:(void*)observed {
-  @synchronized(self) {
-    if (_onChange) parlen::macos::callBack(_onChange);
+  // Both must live until the call returns; see `end`. An observer is not kept by what it observes.
+  __attribute__((objc_precise_lifetime)) ParlenProgressObserver* const alive = self;
+  @synchronized(alive) {
+    const std::function<void()> onChange = _onChange;
+    if (onChange) parlen::macos::callBack(onChange);
   }
 }
 
