@@ -3,14 +3,22 @@
 #import <Foundation/Foundation.h>
 #include <dispatch/dispatch.h>
 #include <signal.h>
+#include <spawn.h>
+#include <string.h>
+#include <sys/wait.h>
 #include <time.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <string>
+#include <vector>
 
 #import "platform/macos/bridge.h"
 #import "platform/macos/files.h"
 #include "platform/posix/process.h"
 #include "platform/posix/streams.h"
+
+extern char** environ;  // environ(7): no header declares it
 
 namespace parlen::macos {
 namespace {
@@ -85,25 +93,42 @@ int number(platform::TerminationSignal signal) {
 }
 
 /// As shells count it: 128 plus the signal's number for a child that a signal ended.
-int exitStatus(NSTask* task) {
+int exitStatus(int status) {
   constexpr int signalled = 128;
-  switch (task.terminationReason) {
-    case NSTaskTerminationReasonExit:
-      return task.terminationStatus;
-    case NSTaskTerminationReasonUncaughtSignal:
-      return signalled + task.terminationStatus;
-  }
-  return task.terminationStatus;  // a reason that a later system has added
+  return WIFSIGNALED(status) ? signalled + WTERMSIG(status) : WEXITSTATUS(status);
 }
+
+/// How a child starts: with no signal blocked, and each with its default action, also those that
+/// this process ignores.
+class SpawnAttributes {
+ public:
+  SpawnAttributes() {
+    posix_spawnattr_init(&attributes_);
+    sigset_t signals;
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes_, &signals);
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes_, &signals);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
+  SpawnAttributes(const SpawnAttributes&) = delete;
+  SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+
+  const posix_spawnattr_t* get() const { return &attributes_; }
+
+ private:
+  posix_spawnattr_t attributes_{};
+};
 
 /// This process. Stateless.
 class Process final : public posix::Process {
  public:
   platform::Result<std::unique_ptr<platform::SignalSource>> watchSignal(
       platform::TerminationSignal signal, platform::Work handler) override {
-    // A dispatch source does not replace the default action (dispatch_source_create(3)). An empty
-    // handler does; ignoring the signal would too, but children inherit that.
-    ::signal(number(signal), [](int) {});
+    // A dispatch source does not replace the default action, and sees a signal that is ignored too
+    // (dispatch_source_create(3)).
+    ::signal(number(signal), SIG_IGN);
     dispatch_source_t source =
         dispatch_source_create(DISPATCH_SOURCE_TYPE_SIGNAL, static_cast<uintptr_t>(number(signal)),
                                0, dispatch_get_main_queue());
@@ -116,20 +141,21 @@ class Process final : public posix::Process {
 
   platform::Result<int> runAndWait(const std::string& program,
                                    const std::vector<std::string>& arguments) override {
-    NSMutableArray<NSString*>* words = [NSMutableArray arrayWithCapacity:arguments.size()];
-    for (const std::string& argument : arguments) [words addObject:toText(argument)];
-
-    NSTask* task = [[NSTask alloc] init];
-    task.executableURL = toFileUrl(program);
-    task.arguments = words;
-    NSError* error = nil;
-    // Apple's NSTask page: launch raises when the program cannot be started; launchAndReturnError:
-    // does not.
-    if (![task launchAndReturnError:&error]) return macos::error(error);
-    // Runs the run loop while it waits (the same page): work of the main queue may run inside this
-    // call.
-    [task waitUntilExit];
-    return exitStatus(task);
+    std::vector<char*> words{const_cast<char*>(program.c_str())};
+    for (const std::string& argument : arguments)
+      words.push_back(const_cast<char*>(argument.c_str()));
+    words.push_back(nullptr);
+    pid_t child = 0;
+    // Not NSTask, which runs the run loop while it waits: the main queue would go on inside.
+    if (const int code = posix_spawn(&child, program.c_str(), nullptr, SpawnAttributes().get(),
+                                     words.data(), environ)) {
+      return macos::error(code, "could not start " + program + ": " + strerror(code));
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+      if (errno != EINTR) return macos::error(errno, "could not wait for " + program);
+    }
+    return exitStatus(status);
   }
 };
 
