@@ -13,6 +13,10 @@
 #import "platform/macos/window_system.h"
 #include "platform/platform.h"
 
+// An entry point of the runtime that no header declares: Clang's documentation, "Objective-C
+// Automatic Reference Counting", runtime support. @autoreleasepool cannot outlive a function.
+extern "C" void* objc_autoreleasePoolPush(void);
+
 namespace parlen::macos {
 namespace {
 
@@ -105,7 +109,9 @@ class NativePlatform final : public platform::NativePlatform {
 
 namespace parlen::platform {
 
+// What is autoreleased before the loop runs goes to this pool, which stays: `main` never returns.
 std::unique_ptr<NativePlatform> makeNativePlatform() {
+  objc_autoreleasePoolPush();
   return std::make_unique<macos::NativePlatform>();
 }
 
