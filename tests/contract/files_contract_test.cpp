@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <filesystem>
@@ -28,6 +29,40 @@ TEST_P(FilesContract, CreatesOnlyWhatIsNotThere) {
   EXPECT_EQ(files().read(path("file")), "precious");
   EXPECT_FALSE(files().exists(path("nowhere")));
   EXPECT_FALSE(files().createDirectory(path("no/where")));
+}
+
+TEST_P(FilesContract, FindsNothingBehindADanglingLink) {
+  std::filesystem::create_symlink("nowhere", path("dangling"));
+
+  EXPECT_FALSE(files().exists(path("dangling")));
+  EXPECT_FALSE(files().length(path("dangling")));
+  EXPECT_FALSE(files().read(path("dangling")));
+  EXPECT_FALSE(files().writeStart(path("dangling"), "x"));
+  EXPECT_FALSE(files().exists(path("nowhere")));
+}
+
+TEST_P(FilesContract, AppendsAndIsNotBlockedByAFifo) {
+  ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+  ASSERT_TRUE(files().create(path("file"), "old"));
+
+  EXPECT_FALSE(files().createForAppending(path("fifo"))) << "nobody reads it";
+  const auto file = files().createForAppending(path("file"));
+  ASSERT_TRUE(file);
+  (*file)->append("one ");
+  std::filesystem::resize_file(path("file"), 2);
+  (*file)->append("two");
+
+  EXPECT_EQ(files().read(path("file")), "ontwo");
+}
+
+TEST_P(FilesContract, NamesAFileWhoseNameIsNoText) {
+  const std::string name = path("none/caf\xe9");
+
+  EXPECT_FALSE(files().exists(name));
+  EXPECT_THAT(files().read(name).error().description, HasSubstr("caf"));
+  EXPECT_THAT(files().length(name).error().description, HasSubstr("caf"));
+  EXPECT_FALSE(files().create(name, ""));
+  EXPECT_FALSE(files().createForAppending(name));
 }
 
 TEST_P(FilesContract, ReplacesALinkAndNotItsTarget) {

@@ -17,6 +17,7 @@
 
 #include "platform/linux/directory_copy.h"
 #include "platform/linux/error.h"
+#include "platform/posix/appending_file.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/directory_lock.h"
 
@@ -30,7 +31,6 @@ constexpr mode_t fileMode = 0666;
 constexpr mode_t directoryMode = 0777;
 // No file may block the open, become a controlling terminal or leak into a child.
 constexpr int safely = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-constexpr int creating = O_WRONLY | O_CREAT | O_TRUNC | safely;
 
 struct Freed {
   void operator()(char* text) const { std::free(text); }
@@ -94,15 +94,6 @@ Result<> writeAndClose(Descriptor file, std::string_view bytes, std::string_view
   if (!file.close()) return error(attempt, errno);
   return {};
 }
-
-class OpenFile final : public platform::AppendingFile {
- public:
-  explicit OpenFile(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
-  void append(std::string_view bytes) override { posix::writeAll(descriptor_.get(), bytes); }
-
- private:
-  Descriptor descriptor_;
-};
 
 }  // namespace
 
@@ -187,9 +178,9 @@ Result<> Files::writeStart(const std::string& path, std::string_view bytes) {
 
 Result<std::unique_ptr<platform::AppendingFile>> Files::createForAppending(
     const std::string& path) {
-  Descriptor file(open(path.c_str(), creating | O_APPEND, fileMode));
-  if (!file) return error("create the file " + path, errno);
-  return std::make_unique<OpenFile>(std::move(file));
+  auto file = posix::createForAppending(path);
+  if (!file) return error("create the file " + path, file.error());
+  return *std::move(file);
 }
 
 Result<> Files::setLength(const std::string& path, std::uint64_t length) {

@@ -19,8 +19,8 @@ namespace parlen::macos {
 /// `text` is UTF-8. Bytes that are not valid UTF-8 are read as Latin-1, so that none are lost.
 NSString* toText(std::string_view text);
 
-/// A path that is not valid UTF-8 names no file on this system; it becomes a path at which nothing
-/// exists or can be created.
+/// A path that is not valid UTF-8 names no file on this system. It becomes one at which nothing
+/// exists or can be created, with the same last component for errors to name.
 NSString* toPath(const std::string& path);
 NSURL* toFileUrl(const std::string& path);
 

@@ -30,7 +30,8 @@ NSString* toText(std::string_view text) {
 
 NSString* toPath(const std::string& path) {
   NSString* string = decoded(path, NSUTF8StringEncoding);
-  return string != nil ? string : @"/dev/null/not-utf-8";
+  if (string != nil) return string;
+  return [@"/dev/null/" stringByAppendingString:toText(path.substr(path.rfind('/') + 1))];
 }
 
 NSURL* toFileUrl(const std::string& path) { return [NSURL fileURLWithPath:toPath(path)]; }

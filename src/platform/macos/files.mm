@@ -11,6 +11,7 @@
 #include <cerrno>
 
 #import "platform/macos/bridge.h"
+#include "platform/posix/appending_file.h"
 #include "platform/posix/directory_lock.h"
 
 namespace parlen::macos {
@@ -26,13 +27,19 @@ std::string couldNotUse(const std::string& path, std::string_view reason) {
   return sentence;
 }
 
+/// This host's own error for an errno value.
+std::unexpected<platform::PlatformError> failed(const std::string& path, int code) {
+  return macos::error(code, couldNotUse(path, strerror(code)));
+}
+
 /// The attributes of what is at `path`, links followed.
 Result<NSDictionary<NSFileAttributeKey, id>*> attributesOf(const std::string& path) {
   // Apple's NSFileManager page: attributesOfItemAtPath:error: does not follow a final link.
-  const std::string target = Files().canonicalPath(path).value_or(path);
+  const auto target = Files().canonicalPath(path);
+  if (!target) return failed(path, errno);
   NSError* error = nil;
   NSDictionary<NSFileAttributeKey, id>* attributes =
-      [manager() attributesOfItemAtPath:toPath(target) error:&error];
+      [manager() attributesOfItemAtPath:toPath(*target) error:&error];
   if (attributes == nil) return macos::error(error);
   return attributes;
 }
@@ -50,15 +57,6 @@ Result<> requireRegular(const std::string& path) {
   if (!type) return std::unexpected(type.error());
   if (![*type isEqualToString:NSFileTypeRegular])
     return macos::error(EINVAL, couldNotUse(path, "it is not a file"));
-  return {};
-}
-
-/// An error for a FIFO, which would block the caller that opens it. A missing item is no error.
-Result<> rejectFifo(const std::string& path) {
-  const auto type = typeOf(path);
-  // NSFileType has a constant for every type but the FIFO's.
-  if (type && [*type isEqualToString:NSFileTypeUnknown])
-    return macos::error(EINVAL, couldNotUse(path, "it is a FIFO"));
   return {};
 }
 
@@ -82,19 +80,6 @@ Result<> close(NSFileHandle* handle) {
   if (![handle closeAndReturnError:&error]) return macos::error(error);
   return {};
 }
-
-class AppendingFile final : public platform::AppendingFile {
- public:
-  explicit AppendingFile(NSFileHandle* handle) : handle_(handle) {}
-
-  void append(std::string_view bytes) override {
-    [handle_ seekToEndReturningOffset:nil error:nil];
-    [handle_ writeData:toData(bytes) error:nil];
-  }
-
- private:
-  NSFileHandle* handle_;
-};
 
 /// Compares the items, not the paths, so links do not matter. False for a missing item; the copy
 /// itself reports that.
@@ -206,13 +191,9 @@ Result<> Files::writeStart(const std::string& path, std::string_view bytes) {
 
 Result<std::unique_ptr<platform::AppendingFile>> Files::createForAppending(
     const std::string& path) {
-  if (const auto usable = rejectFifo(path); !usable) return std::unexpected(usable.error());
-  // Without NSDataWritingAtomic the file is truncated in place.
-  if (const auto created = writeWhole(path, "", 0); !created)
-    return std::unexpected(created.error());
-  const auto handle = openForWriting(path);
-  if (!handle) return std::unexpected(handle.error());
-  return std::make_unique<AppendingFile>(*handle);
+  auto file = posix::createForAppending(path);
+  if (!file) return failed(path, file.error());
+  return *std::move(file);
 }
 
 Result<> Files::createDirectories(const std::string& path) {
@@ -242,7 +223,7 @@ Result<> Files::createDirectory(const std::string& path) {
 Result<std::unique_ptr<platform::DirectoryLock>> Files::lockDirectory(const std::string& path,
                                                                       platform::LockKind kind) {
   auto lock = posix::lockDirectory(path, kind);
-  if (!lock) return macos::error(lock.error(), couldNotUse(path, strerror(lock.error())));
+  if (!lock) return failed(path, lock.error());
   return *std::move(lock);
 }
 
@@ -274,8 +255,7 @@ Result<> Files::copyDirectory(const std::string& from, const std::string& to,
   }
   // copyfile(3): the mode, the times, the access list and the extended attributes.
   if (copyfile(source.c_str(), to.c_str(), nullptr, COPYFILE_METADATA) == 0) return {};
-  const int code = errno;
-  return macos::error(code, couldNotUse(to, strerror(code)));
+  return failed(to, errno);
 }
 
 Result<> Files::remove(const std::string& path) {
