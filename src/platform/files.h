@@ -31,8 +31,8 @@ class DirectoryLock {
 
 /// The file system. A path is a string of bytes without a NUL, absolute or relative to the working
 /// directory. Every call blocks until it is done and follows symbolic links, except where its
-/// comment says otherwise. Every error's description names the path and the system's reason. Any
-/// thread.
+/// comment says otherwise. Every error's description names the file, at least by the last component
+/// of its path, and the system's reason. Any thread.
 class Files {
  public:
   virtual ~Files() = default;

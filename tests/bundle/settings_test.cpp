@@ -105,8 +105,7 @@ TEST_F(Settings, AreNotWrittenWhereTheSystemDoesNotLetThem) {
   const auto result =
       saveSettings({"a", 2, 1, 0}, VMBundle(tool_.path("none")), MemberFile::created);
   ASSERT_FALSE(result);
-  EXPECT_TRUE(result.error().description.contains(tool_.path("none/vm.json")))
-      << result.error().description;
+  EXPECT_TRUE(result.error().description.contains("vm.json")) << result.error().description;
 }
 
 TEST_F(Settings, AreNotWrittenWithAnAddressThatIsNotUtf8) {

@@ -53,7 +53,7 @@ TEST_P(BundleContract, DoesNotOverwriteAFileWithAuxiliaryStorage) {
   const auto created = host().machines().createAuxiliaryStorage(path("aux"), *model);
 
   ASSERT_FALSE(created);
-  EXPECT_THAT(created.error().description, HasSubstr(path("aux")));
+  EXPECT_THAT(created.error().description, NamesFile(path("aux")));
   EXPECT_EQ(files().read(path("aux")), "precious");
 }
 
@@ -65,7 +65,7 @@ TEST_P(BundleContract, NamesTheDiskThatItCannotAttach) {
   const auto attached = host().machines().attachDisk(path("nothing here"), false);
 
   ASSERT_FALSE(attached);
-  EXPECT_THAT(attached.error().description, HasSubstr(path("nothing here")));
+  EXPECT_THAT(attached.error().description, NamesFile(path("nothing here")));
 }
 
 TEST_P(BundleContract, RejectsProcessorsAndMemoryOutsideItsLimits) {

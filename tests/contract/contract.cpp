@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "support/run_until.h"
+
 namespace parlen::test {
 
 using platform::Result;
@@ -13,7 +15,7 @@ void Contract::SetUp() {
 }
 
 void Contract::runUntil(const std::function<bool()>& condition, const char* what) {
-  ASSERT_TRUE(underTest().runUntil(condition)) << "waited too long: " << what;
+  ASSERT_TRUE(test::runUntil(loop(), condition)) << "waited too long: " << what;
 }
 
 void Contract::runAWhile() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -65,6 +66,11 @@ class Contract : public testing::TestWithParam<HostMaker> {
   TemporaryDirectory directory_;
   std::unique_ptr<HostUnderTest> host_;
 };
+
+/// A sentence that names the file at `path`, at least by the last component.
+inline auto NamesFile(const std::string& path) {
+  return testing::HasSubstr(path.substr(path.rfind('/') + 1));
+}
 
 /// The number that VirtualMachine::state reports for `state`.
 std::int64_t raw(platform::MachineState state);

@@ -10,7 +10,6 @@
 
 #include "platform/host.h"
 #include "platform/platform.h"
-#include "support/run_until.h"
 
 namespace parlen::test {
 
@@ -32,10 +31,6 @@ class HostUnderTest {
   /// The path of a bundle with an installed guest, on hosts where an installation takes too long
   /// for a test. The tests then use copies of it.
   virtual std::optional<std::string> preparedBundle() { return std::nullopt; }
-  /// Runs the main queue until `condition` is true; false after a timeout of two minutes.
-  virtual bool runUntil(const std::function<bool()>& condition) {
-    return test::runUntil(system().loop(), condition);
-  }
   /// Whether the host prevents two machines from using the same disk.
   virtual bool keepsMachinesApart() const = 0;
 };

@@ -1,5 +1,3 @@
-#import <Foundation/Foundation.h>
-
 #include <cstdlib>
 
 #include "contract/host_under_test.h"
@@ -22,20 +20,6 @@ class MacHost final : public HostUnderTest {
   }
   std::optional<std::string> preparedBundle() override { return std::getenv("PARLEN_MAC_BUNDLE"); }
   bool keepsMachinesApart() const override { return true; }
-
-  /// Runs the loop in slices, because the condition cannot leave it by throwing: exceptions must
-  /// not pass through the main queue's stack frames.
-  bool runUntil(const std::function<bool()>& condition) override {
-    constexpr NSTimeInterval timeout = 120;  // seconds
-    constexpr NSTimeInterval slice = 0.01;   // seconds
-    NSDate* deadline = [NSDate dateWithTimeIntervalSinceNow:timeout];
-    while (!condition()) {
-      if (deadline.timeIntervalSinceNow < 0) return false;
-      [NSRunLoop.mainRunLoop runMode:NSDefaultRunLoopMode
-                          beforeDate:[NSDate dateWithTimeIntervalSinceNow:slice]];
-    }
-    return true;
-  }
 
  private:
   std::unique_ptr<platform::NativePlatform> platform_ = platform::makeNativePlatform();
