@@ -28,5 +28,5 @@ function(parlen_check_signature target)
   add_test(NAME Signature.GrantsTheProgramVirtualMachines
     COMMAND ${PARLEN_CODESIGN} --display --entitlements - --xml $<TARGET_FILE:${target}>)
   set_property(TEST Signature.GrantsTheProgramVirtualMachines PROPERTY
-    PASS_REGULAR_EXPRESSION "com\\.apple\\.security\\.virtualization</key>[ \\n]*<true/>")
+    PASS_REGULAR_EXPRESSION "com\\.apple\\.security\\.virtualization</key>[ \t\r\n]*<true/>")
 endfunction()
