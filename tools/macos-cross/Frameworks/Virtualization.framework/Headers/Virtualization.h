@@ -296,7 +296,7 @@ API_AVAILABLE(macos(11.0))
 - (instancetype)initWithConfiguration:(VZVirtualMachineConfiguration *)configuration;
 - (instancetype)initWithConfiguration:(VZVirtualMachineConfiguration *)configuration
                                 queue:(dispatch_queue_t)queue NS_DESIGNATED_INITIALIZER;
-@property(readonly, strong) dispatch_queue_t queue;
+@property(readonly, strong) dispatch_queue_t queue API_AVAILABLE(macos(26.0));
 @property(class, readonly, getter=isSupported) BOOL supported;
 @property(readonly) VZVirtualMachineState state;
 @property(weak, nullable) id<VZVirtualMachineDelegate> delegate;
