@@ -113,6 +113,13 @@ Guest Contract::installedGuest(const std::string& name) {
   return guest;
 }
 
+void Contract::expectReason(const std::string& error, const std::string& path) {
+  EXPECT_NE(error, "");
+  if (underTest().explainsFailedStarts()) {
+    EXPECT_THAT(error, NamesFile(path));
+  }
+}
+
 std::unique_ptr<platform::VirtualMachine> Contract::machineOf(const Guest& guest,
                                                               MachineStory& story) {
   EXPECT_TRUE(host().machines().validate(guest.configuration));

@@ -57,6 +57,10 @@ class Contract : public testing::TestWithParam<HostMaker> {
   /// A machine of the guest, already running.
   std::unique_ptr<platform::VirtualMachine> runningMachine(const Guest& guest, MachineStory& story);
 
+  /// A start has failed because of the file at `path`: the error has a sentence, which names the
+  /// file where the host writes it.
+  void expectReason(const std::string& error, const std::string& path);
+
   static constexpr std::uint64_t smallDisk = 4UL * 1024UL * 1024UL;
 
  private:

@@ -31,6 +31,8 @@ class HostUnderTest {
   /// The path of a bundle with an installed guest, on hosts where an installation takes too long
   /// for a test. The tests then use copies of it.
   virtual std::optional<std::string> preparedBundle() { return std::nullopt; }
+  /// Whether the sentence of a start that failed is the host's own; it then names the file.
+  virtual bool explainsFailedStarts() const { return true; }
   /// Whether the host prevents two machines from using the same disk.
   virtual bool keepsMachinesApart() const = 0;
 };

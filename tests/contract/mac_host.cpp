@@ -19,6 +19,7 @@ class MacHost final : public HostUnderTest {
     return std::nullopt;
   }
   std::optional<std::string> preparedBundle() override { return std::getenv("PARLEN_MAC_BUNDLE"); }
+  bool explainsFailedStarts() const override { return false; }  // the framework's sentences
   bool keepsMachinesApart() const override { return true; }
 
  private:

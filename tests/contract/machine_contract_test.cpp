@@ -208,7 +208,7 @@ TEST_P(MachineContract, FailsToStartWithoutAuxiliaryStorage) {
   runUntil([&] { return !story.happened.empty(); }, "the start fails");
   runAWhile();
   EXPECT_THAT(story.happened, ElementsAre("start failed"));
-  EXPECT_THAT(story.lastError, NamesFile(guest.auxiliaryStorage));
+  expectReason(story.lastError, guest.auxiliaryStorage);
   EXPECT_EQ(machine->state(), raw(MachineState::error));
 }
 
@@ -223,7 +223,7 @@ TEST_P(MachineContract, FailsToStartWithDamagedAuxiliaryStorage) {
   runUntil([&] { return !story.happened.empty(); }, "the start fails");
   runAWhile();
   EXPECT_THAT(story.happened, ElementsAre("start failed"));
-  EXPECT_THAT(story.lastError, NamesFile(guest.auxiliaryStorage));
+  expectReason(story.lastError, guest.auxiliaryStorage);
 }
 
 TEST_P(MachineContract, FailsToStartWithoutItsDisk) {
@@ -237,7 +237,7 @@ TEST_P(MachineContract, FailsToStartWithoutItsDisk) {
   runUntil([&] { return !story.happened.empty(); }, "the start fails");
   runAWhile();
   EXPECT_THAT(story.happened, ElementsAre("start failed"));
-  EXPECT_THAT(story.lastError, NamesFile(guest.disk));
+  expectReason(story.lastError, guest.disk);
 }
 
 TEST_P(MachineContract, FailsToStartOnADiskThatAnotherMachineUses) {

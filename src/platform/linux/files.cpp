@@ -17,9 +17,9 @@
 
 #include "platform/linux/directory_copy.h"
 #include "platform/linux/error.h"
-#include "platform/posix/appending_file.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/directory_lock.h"
+#include "platform/posix/files.h"
 
 namespace parlen::linux {
 namespace {
@@ -27,7 +27,6 @@ namespace {
 using platform::Result;
 using posix::Descriptor;
 
-constexpr mode_t fileMode = 0666;
 constexpr mode_t directoryMode = 0777;
 // No file may block the open, become a controlling terminal or leak into a child.
 constexpr int safely = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
@@ -77,11 +76,6 @@ Result<std::string> readUpTo(const RegularFile& file, std::size_t maxBytes,
   return content;
 }
 
-/// Fails if there is anything at all, a link that leads nowhere included.
-Descriptor openNew(const std::string& path) {
-  return Descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | safely, fileMode));
-}
-
 /// The owner as far as the process may. For another owner or group a file has no special bits.
 void giveAttributes(const struct stat& status, int file) {
   constexpr mode_t modeBits = 0777;
@@ -90,8 +84,7 @@ void giveAttributes(const struct stat& status, int file) {
 }
 
 Result<> writeAndClose(Descriptor file, std::string_view bytes, std::string_view attempt) {
-  if (const int code = posix::writeAll(file.get(), bytes)) return error(attempt, code);
-  if (!file.close()) return error(attempt, errno);
+  if (const int code = posix::writeAndClose(std::move(file), bytes)) return error(attempt, code);
   return {};
 }
 
@@ -153,7 +146,7 @@ Result<std::string> Files::readStart(const std::string& path, std::size_t maxByt
 
 Result<> Files::create(const std::string& path, std::string_view bytes) {
   const std::string attempt = "create the file " + path;
-  Descriptor file = openNew(path);
+  Descriptor file = posix::openNew(path);
   if (!file) return error(attempt, errno);
   return writeAndClose(std::move(file), bytes, attempt);
 }
@@ -163,7 +156,7 @@ Result<> Files::replace(const std::string& path, std::string_view bytes) {
   struct stat before{};
   const bool exists = lstat(path.c_str(), &before) == 0;
   if (exists && unlink(path.c_str()) != 0) return error(attempt, errno);
-  Descriptor file = openNew(path);
+  Descriptor file = posix::openNew(path);
   if (!file) return error(attempt, errno);
   if (exists && S_ISREG(before.st_mode)) giveAttributes(before, file.get());
   return writeAndClose(std::move(file), bytes, attempt);

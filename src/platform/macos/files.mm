@@ -9,10 +9,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #import "platform/macos/bridge.h"
-#include "platform/posix/appending_file.h"
 #include "platform/posix/directory_lock.h"
+#include "platform/posix/files.h"
 
 namespace parlen::macos {
 namespace {
@@ -57,13 +58,6 @@ Result<> requireRegular(const std::string& path) {
   if (!type) return std::unexpected(type.error());
   if (![*type isEqualToString:NSFileTypeRegular])
     return macos::error(EINVAL, couldNotUse(path, "it is not a file"));
-  return {};
-}
-
-Result<> writeWhole(const std::string& path, std::string_view bytes, NSDataWritingOptions options) {
-  NSError* error = nil;
-  if (![toData(bytes) writeToURL:toFileUrl(path) options:options error:&error])
-    return macos::error(error);
   return {};
 }
 
@@ -158,8 +152,11 @@ Result<std::string> Files::readStart(const std::string& path, std::size_t max) c
 }
 
 Result<> Files::create(const std::string& path, std::string_view bytes) {
-  // Apple's NSDataWritingOptions page: fails if the file exists.
-  return writeWhole(path, bytes, NSDataWritingWithoutOverwriting);
+  // Not NSData's option to not overwrite, whose page leaves links open.
+  posix::Descriptor file = posix::openNew(path);
+  if (!file) return failed(path, errno);
+  if (const int code = posix::writeAndClose(std::move(file), bytes)) return failed(path, code);
+  return {};
 }
 
 Result<> Files::replace(const std::string& path, std::string_view bytes) {

@@ -1,15 +1,16 @@
-#include "platform/posix/appending_file.h"
+#include "platform/posix/files.h"
 
 #include <fcntl.h>
 
 #include <cerrno>
-#include <string_view>
 #include <utility>
-
-#include "platform/posix/descriptor.h"
 
 namespace parlen::posix {
 namespace {
+
+constexpr mode_t fileMode = 0666;
+// No file may block the open, become a controlling terminal or leak into a child.
+constexpr int creating = O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 class OpenFile final : public platform::AppendingFile {
  public:
@@ -22,12 +23,18 @@ class OpenFile final : public platform::AppendingFile {
 
 }  // namespace
 
-// No file may block the open, become a controlling terminal or leak into a child.
+Descriptor openNew(const std::string& path) {
+  return Descriptor(open(path.c_str(), creating | O_EXCL, fileMode));
+}
+
+int writeAndClose(Descriptor file, std::string_view bytes) {
+  if (const int code = writeAll(file.get(), bytes)) return code;
+  return file.close() ? 0 : errno;
+}
+
 std::expected<std::unique_ptr<platform::AppendingFile>, int> createForAppending(
     const std::string& path) {
-  constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-  constexpr mode_t mode = 0666;
-  Descriptor file(open(path.c_str(), flags, mode));
+  Descriptor file(open(path.c_str(), creating | O_TRUNC | O_APPEND, fileMode));
   if (!file) return std::unexpected(errno);
   return std::make_unique<OpenFile>(std::move(file));
 }
