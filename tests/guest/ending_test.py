@@ -11,23 +11,11 @@ import tempfile
 import unittest
 
 from desktop import until
+from processes import QEMU, children, is_gone
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
 HARD_STOP = {"type": "state", "state": "stopped", "crashed": False,
              "reason": "host requested stop"}
-
-
-def children(pid):
-    return [int(child) for child in
-            pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()]
-
-
-def is_gone(pid):
-    try:
-        state = pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0]
-    except FileNotFoundError:
-        return True
-    return state == "Z"
 
 
 class EndingTest(unittest.TestCase):
@@ -55,8 +43,7 @@ class EndingTest(unittest.TestCase):
         tool = self.start(**options)
         while json.loads(tool.stdout.readline()) != {"type": "state", "state": "running"}:
             pass
-        [qemu] = children(tool.pid)
-        return tool, qemu
+        return tool, children(tool.pid)[QEMU]
 
     @staticmethod
     def clean(tool):
