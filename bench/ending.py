@@ -11,9 +11,13 @@ from tool import Row
 
 
 def machine_of(process):
-    """The process ID of QEMU, the tool's only child."""
+    """The process ID of QEMU, one of the tool's children."""
     children = pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children")
-    return int(children.read_text(encoding="ascii").split()[0])
+    return next(
+        int(child)
+        for child in children.read_text(encoding="ascii").split()
+        if pathlib.Path(f"/proc/{child}/comm").read_text(encoding="ascii").startswith("qemu")
+    )
 
 
 def end_times(handles):
