@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "platform/qemu/handles.h"
 
 namespace parlen::qemu {
@@ -141,7 +143,7 @@ platform::MachineConfiguration configuration() {
 
 TEST(Arguments, DescribeTheWholeMachine) {
   EXPECT_THAT(
-      buildArguments(configuration(), Acceleration::emulation),
+      buildArguments(configuration(), Acceleration::emulation, Networking::user),
       ElementsAre(
           "-nodefaults", "-no-user-config", "-S",                               //
           "-machine", "q35,pflash0=firmware,pflash1=variables",                 //
@@ -174,8 +176,24 @@ TEST(Arguments, DescribeTheWholeMachine) {
           "-sandbox", "on,obsolete=deny,elevateprivileges=deny,spawn=deny,resourcecontrol=deny"));
 }
 
+TEST(Arguments, ConnectTheNetworkToASocketOfPasst) {
+  auto expected = buildArguments(configuration(), Acceleration::emulation, Networking::user);
+  std::ranges::replace(expected, "user,id=net0",
+                       "stream,id=net0,server=off,addr.type=fd,addr.str=4");
+
+  EXPECT_EQ(buildArguments(configuration(), Acceleration::emulation, Networking::passt), expected);
+}
+
+TEST(Arguments, GiveEachNetworkDeviceItsOwnSocket) {
+  auto machine = configuration();
+  machine.networkDevices.push_back(machine.networkDevices.front());
+
+  EXPECT_THAT(buildArguments(machine, Acceleration::emulation, Networking::passt),
+              Contains("stream,id=net1,server=off,addr.type=fd,addr.str=5"));
+}
+
 TEST(Arguments, NameTheAcceleration) {
-  const auto arguments = buildArguments(configuration(), Acceleration::kvm);
+  const auto arguments = buildArguments(configuration(), Acceleration::kvm, Networking::user);
 
   EXPECT_THAT(arguments, Contains("kvm"));
   EXPECT_THAT(arguments, Not(Contains("tcg")));
@@ -188,7 +206,7 @@ TEST(Arguments, DoubleTheCommasOfPaths) {
       {std::make_shared<DiskAttachment>("/c,,d", DiskKind::file, DiskAccess::readWrite)}};
   machine.directorySharingDevices[0].path = ",e";
 
-  const auto arguments = buildArguments(machine, Acceleration::emulation);
+  const auto arguments = buildArguments(machine, Acceleration::emulation, Networking::user);
 
   EXPECT_THAT(arguments, Contains(HasSubstr("file.filename=/a,,b,,read-only=on")));
   EXPECT_THAT(arguments, Contains(HasSubstr("file.filename=/c,,,,d,file.aio")));
@@ -199,7 +217,7 @@ TEST(Arguments, LeaveTheAddressToQemuIfThereIsNone) {
   auto machine = configuration();
   machine.networkDevices[0].macAddress.reset();
 
-  EXPECT_THAT(buildArguments(machine, Acceleration::emulation),
+  EXPECT_THAT(buildArguments(machine, Acceleration::emulation, Networking::user),
               Contains("virtio-net-pci,netdev=net0"));
 }
 
@@ -208,7 +226,7 @@ TEST(Arguments, OpenABlockDeviceReadOnly) {
   machine.storageDevices = {
       {std::make_shared<DiskAttachment>("/dev/sdz", DiskKind::blockDevice, DiskAccess::readOnly)}};
 
-  EXPECT_THAT(buildArguments(machine, Acceleration::emulation),
+  EXPECT_THAT(buildArguments(machine, Acceleration::emulation, Networking::user),
               Contains("driver=raw,node-name=disk0,discard=unmap,read-only=on,"
                        "file.driver=host_device,file.filename=/dev/sdz,file.aio=threads,"
                        "file.discard=unmap"));
@@ -224,7 +242,7 @@ TEST(Arguments, GiveAMachineWithoutDevicesNone) {
   machine.pointingDevices.clear();
   machine.directorySharingDevices.clear();
 
-  const auto arguments = buildArguments(machine, Acceleration::emulation);
+  const auto arguments = buildArguments(machine, Acceleration::emulation, Networking::user);
 
   for (const char* part : {"VGA", "virtio-", "usb-", "-netdev", "-fsdev", "-object"}) {
     EXPECT_THAT(arguments, Not(Contains(HasSubstr(part)))) << part;

@@ -167,7 +167,7 @@ class QemuProcessTest : public testing::Test {
  protected:
   void start(const std::string& script) {
     auto started = QemuProcess::start(
-        system_.loop(), "/bin/sh", {"-c", script},
+        system_.loop(), {.program = "/bin/sh", .arguments = {"-c", script}, .networkSockets = {}},
         {.monitor = {.onReady = [this] { heard.emplace_back("ready"); },
                      .onEvent = [this](const QmpEvent& event) { heard.push_back(event.name); }},
          .onExit = [this](const SubprocessExit& exit) {
@@ -286,7 +286,8 @@ TEST_F(QemuProcessTest, SendsAllCommandsToAProcessThatReadsLate) {
 }
 
 TEST_F(QemuProcessTest, DoesNotStartWithoutItsProgram) {
-  const auto started = QemuProcess::start(system_.loop(), "/nowhere/qemu", {}, {});
+  const auto started = QemuProcess::start(
+      system_.loop(), {.program = "/nowhere/qemu", .arguments = {}, .networkSockets = {}}, {});
 
   ASSERT_FALSE(started);
   EXPECT_THAT(started.error().description, testing::HasSubstr("No such file or directory"));

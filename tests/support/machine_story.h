@@ -35,8 +35,9 @@ class MachineStory : public platform::VirtualMachineDelegate {
     happened.emplace_back("stopped with an error");
     lastError = error.description;
   }
-  void networkAttachmentDisconnected(const platform::PlatformError&) override {
+  void networkAttachmentDisconnected(const platform::PlatformError& error) override {
     happened.emplace_back("network disconnected");
+    lastError = error.description;
   }
 };
 

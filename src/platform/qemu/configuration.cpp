@@ -134,11 +134,19 @@ void addDisk(Arguments& arguments, const DiskAttachment& disk, std::size_t index
                 "virtio-blk-pci,drive=" + name + ",write-cache=on,werror=stop,rerror=stop");
 }
 
-void addNetwork(Arguments& arguments, const platform::NetworkDevice& network, std::size_t index) {
-  const std::string name = "net" + std::to_string(index);
+/// QEMU's network back end: NAT of its own, or frames over a socket to passt.
+std::string networkBackend(Networking networking, const std::string& name, std::size_t index) {
+  if (networking == Networking::user) return "user,id=" + name;
+  const std::size_t descriptor = static_cast<std::size_t>(networkDescriptor) + index;
+  return "stream,id=" + name + ",server=off,addr.type=fd,addr.str=" + std::to_string(descriptor);
+}
+
+void addNetwork(Arguments& arguments, const platform::NetworkDevice& network, std::size_t index,
+                Networking networking) {
+  const std::string name = networkName(index);
   const std::string address =
       network.macAddress ? ",mac=" + platform::toString(*network.macAddress) : "";
-  arguments.add("-netdev", "user,id=" + name);
+  arguments.add("-netdev", networkBackend(networking, name, index));
   arguments.add("-device", "virtio-net-pci,netdev=" + name + address);
 }
 
@@ -171,13 +179,14 @@ void addShare(Arguments& arguments, const platform::DirectorySharingDevice& shar
   arguments.add("-device", "virtio-9p-pci,fsdev=" + name + ",mount_tag=" + escapeOption(share.tag));
 }
 
-void addDevices(Arguments& arguments, const MachineConfiguration& configuration) {
+void addDevices(Arguments& arguments, const MachineConfiguration& configuration,
+                Networking networking) {
   for (std::size_t i = 0; i < configuration.storageDevices.size(); ++i) {
     const auto& attachment = *configuration.storageDevices[i].attachment;
     addDisk(arguments, static_cast<const DiskAttachment&>(attachment), i);
   }
   for (std::size_t i = 0; i < configuration.networkDevices.size(); ++i) {
-    addNetwork(arguments, configuration.networkDevices[i], i);
+    addNetwork(arguments, configuration.networkDevices[i], i, networking);
   }
   for (std::size_t i = 0; i < configuration.entropyDevices.size(); ++i) addEntropy(arguments, i);
   for (const auto& graphics : configuration.graphicsDevices) {
@@ -227,13 +236,15 @@ Result<> validate(const MachineConfiguration& configuration, const MachineLimits
 }
 
 std::vector<std::string> buildArguments(const MachineConfiguration& configuration,
-                                        Acceleration acceleration) {
+                                        Acceleration acceleration, Networking networking) {
   Arguments arguments;
   addBoard(arguments, configuration, acceleration);
-  addDevices(arguments, configuration);
+  addDevices(arguments, configuration, networking);
   addConnections(arguments);
   return arguments.take();
 }
+
+std::string networkName(std::size_t index) { return "net" + std::to_string(index); }
 
 std::string escapeOption(std::string_view value) {
   std::string escaped;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -22,15 +23,25 @@ platform::Result<> validate(const platform::MachineConfiguration& configuration,
 
 enum class Acceleration { kvm, emulation };
 
+/// What connects a guest to the host's network: QEMU itself, or passt(1).
+enum class Networking { user, passt };
+
 /// QEMU's descriptor for its end of the monitor socket.
 inline constexpr int monitorDescriptor = 3;
+
+/// QEMU's descriptor for the socket of the first network device, with passt. The numbers of further
+/// devices' sockets follow.
+inline constexpr int networkDescriptor = 4;
+
+/// QEMU's name for what a network device is connected to.
+std::string networkName(std::size_t index);
 
 /// The tag of a share that a guest mounts by itself.
 inline constexpr std::string_view shareTag = "parlen-share";
 
 /// QEMU's arguments for a valid configuration. Pure.
 std::vector<std::string> buildArguments(const platform::MachineConfiguration& configuration,
-                                        Acceleration acceleration);
+                                        Acceleration acceleration, Networking networking);
 
 /// `value` for use inside an option of QEMU, where a comma ends a value and ",," is a comma.
 std::string escapeOption(std::string_view value);

@@ -4,17 +4,20 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/linux/find_program.h"
 #include "platform/qemu/configuration.h"
 #include "platform/qemu/error.h"
 #include "platform/qemu/guest_platform.h"
 #include "platform/qemu/handles.h"
 #include "platform/qemu/kvm_probe.h"
+#include "platform/qemu/network.h"
 
 namespace parlen::qemu {
 namespace {
 
 using platform::Completion;
 using platform::MachineState;
+using platform::PlatformError;
 using platform::Result;
 
 constexpr const char* monitorClosed = "QEMU does not listen any more";
@@ -53,9 +56,13 @@ Launcher installedEmulator(linux::EventLoop& loop, platform::WarningSink warn) {
              QemuProcess::Handlers handlers) -> Result<std::unique_ptr<QemuProcess>> {
     const auto emulator = findEmulator(configuration);
     if (!emulator) return std::unexpected(emulator.error());
-    return QemuProcess::start(loop, *emulator,
-                              buildArguments(configuration, chooseAcceleration(warn)),
-                              std::move(handlers));
+    const auto passt = linux::findProgram(networkProgram);
+    return startQemu(loop,
+                     {.emulator = *emulator,
+                      .passt = passt ? std::optional(*passt) : std::nullopt,
+                      .configuration = configuration,
+                      .acceleration = chooseAcceleration(warn)},
+                     std::move(handlers));
   };
 }
 
@@ -73,11 +80,13 @@ void Machine::start(Completion done) {
   life_ = Life::alive;
   state_ = MachineState::starting;
   startDone_ = std::move(done);
-  auto launched = launch_(
-      configuration_, {.monitor = {.onReady = [this] { onReady(); },
-                                   .onEvent = [this](const QmpEvent& event) { onQmpEvent(event); },
-                                   .onClosed = [this] { onMonitorClosed(); }},
-                       .onExit = [this](const SubprocessExit& exit) { onExit(exit); }});
+  auto launched =
+      launch_(configuration_,
+              {.monitor = {.onReady = [this] { onReady(); },
+                           .onEvent = [this](const QmpEvent& event) { onQmpEvent(event); },
+                           .onClosed = [this] { onMonitorClosed(); }},
+               .onExit = [this](const SubprocessExit& exit) { onExit(exit); },
+               .onNetworkLost = [this](const PlatformError& error) { onNetworkLost(error); }});
   if (launched) {
     process_ = *std::move(launched);
   } else {
@@ -151,6 +160,12 @@ void Machine::onDiskError(const QmpEvent& event) {
   const std::string_view what = event.data.text("operation") == "write" ? "writing" : "reading";
   warn_("the guest is paused: " + std::string(what) + " its disk failed (" +
         std::string(event.data.text("reason").value_or("")) + "); resuming tries again");
+}
+
+void Machine::onNetworkLost(const platform::PlatformError& error) {
+  later([this, error] {
+    if (delegate_ != nullptr) delegate_->networkAttachmentDisconnected(error);
+  });
 }
 
 void Machine::pause(Completion done) {

@@ -61,6 +61,7 @@ class Machine : public platform::VirtualMachine {
   // Running.
   void onQmpEvent(const QmpEvent& event);
   void onDiskError(const QmpEvent& event);
+  void onNetworkLost(const platform::PlatformError& error);
   void followProcessors();
   void changePower(platform::MachineState change, std::string_view command,
                    platform::Completion done);

@@ -35,6 +35,11 @@ void QmpClient::addViewer(posix::Descriptor socket, ReplyHandler onReply) {
   flush();
 }
 
+void QmpClient::unplugNetwork(std::string_view name, ReplyHandler onReply) {
+  append("set_link", R"({"name":")" + std::string(name) + R"(","up":false})", std::move(onReply));
+  flush();
+}
+
 void QmpClient::append(std::string_view command, std::string_view arguments, ReplyHandler onReply) {
   const std::int64_t id = nextId_++;
   unsent_.append(R"({"execute":")").append(command);
@@ -151,8 +156,7 @@ class StartedQemu final : public QemuProcess {
  public:
   explicit StartedQemu(Subprocess::ExitHandler onExit) : onExit_(std::move(onExit)) {}
 
-  platform::Result<> start(linux::EventLoop& loop, const std::string& emulator,
-                           std::vector<std::string> arguments, QmpClient::Handlers handlers);
+  platform::Result<> start(linux::EventLoop& loop, Command command, QmpClient::Handlers handlers);
 
   QmpClient& monitor() override { return *monitor_; }
   void kill() override { process_->kill(); }
@@ -165,16 +169,18 @@ class StartedQemu final : public QemuProcess {
   std::unique_ptr<Subprocess> process_;
 };
 
-platform::Result<> StartedQemu::start(linux::EventLoop& loop, const std::string& emulator,
-                                      std::vector<std::string> arguments,
+platform::Result<> StartedQemu::start(linux::EventLoop& loop, Command command,
                                       QmpClient::Handlers handlers) {
   auto sockets = linux::makeSocketPair();
   if (!sockets) return linux::error("make QEMU's control socket", sockets.error());
+  std::vector<std::pair<int, int>> descriptors{{monitorDescriptor, sockets->theirs.get()}};
+  int number = networkDescriptor;
+  for (const int socket : command.networkSockets) descriptors.emplace_back(number++, socket);
   auto process = Subprocess::start(loop,
-                                   {.program = emulator,
-                                    .arguments = std::move(arguments),
+                                   {.program = std::move(command.program),
+                                    .arguments = std::move(command.arguments),
                                     .onOutput = nullptr,
-                                    .descriptors = {{monitorDescriptor, sockets->theirs.get()}}},
+                                    .descriptors = std::move(descriptors)},
                                    [this](const SubprocessExit& exit) { finish(exit); });
   if (!process) return std::unexpected(std::move(process).error());
   process_ = *std::move(process);
@@ -190,11 +196,11 @@ void StartedQemu::finish(const SubprocessExit& exit) {
 
 }  // namespace
 
-platform::Result<std::unique_ptr<QemuProcess>> QemuProcess::start(
-    linux::EventLoop& loop, const std::string& emulator, std::vector<std::string> arguments,
-    Handlers handlers) {
+platform::Result<std::unique_ptr<QemuProcess>> QemuProcess::start(linux::EventLoop& loop,
+                                                                  Command command,
+                                                                  Handlers handlers) {
   auto qemu = std::make_unique<StartedQemu>(std::move(handlers.onExit));
-  auto started = qemu->start(loop, emulator, std::move(arguments), std::move(handlers.monitor));
+  auto started = qemu->start(loop, std::move(command), std::move(handlers.monitor));
   if (!started) return std::unexpected(std::move(started).error());
   return qemu;
 }

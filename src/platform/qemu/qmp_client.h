@@ -42,6 +42,10 @@ class QmpClient {
   /// `execute`.
   void addViewer(posix::Descriptor socket, ReplyHandler onReply);
 
+  /// Shows the guest that the cable of a network device is out. `name` is that of QEMU's -netdev;
+  /// `onReply` as with `execute`.
+  void unplugNetwork(std::string_view name, ReplyHandler onReply);
+
   /// Whether QEMU can still receive and reply.
   bool isOpen() const { return reading_ != nullptr; }
 
@@ -86,12 +90,19 @@ class QemuProcess {
     /// As a Subprocess's; everything that QEMU sent has been handled before. May destroy this
     /// object.
     Subprocess::ExitHandler onExit;
+    /// A network device has lost its connection to the host's network; QEMU runs on.
+    std::function<void(const platform::PlatformError&)> onNetworkLost = nullptr;
+  };
+
+  struct Command {
+    std::string program;  // a path
+    std::vector<std::string> arguments;
+    /// Become QEMU's descriptors from `networkDescriptor` on.
+    std::vector<int> networkSockets;
   };
 
   static platform::Result<std::unique_ptr<QemuProcess>> start(linux::EventLoop& loop,
-                                                              const std::string& emulator,
-                                                              std::vector<std::string> arguments,
-                                                              Handlers handlers);
+                                                              Command command, Handlers handlers);
   virtual ~QemuProcess() = default;
 
   virtual QmpClient& monitor() = 0;
