@@ -72,6 +72,9 @@ class NetworkTest : public HostTest {
   static constexpr const char* untilQemuEnds = "cat <&3 >/dev/null";
   static constexpr const char* emulated = "greet; echo \"$network\" >network; wait_for_end";
 
+  void withNameServers(std::vector<std::string> addresses) {
+    plan_.nameServers = std::move(addresses);
+  }
   void withoutPasst() { plan_.passt.reset(); }
   void withoutNetwork() { plan_.configuration.networkDevices.clear(); }
 
@@ -95,6 +98,17 @@ TEST_F(NetworkTest, GoesThroughPasst) {
   EXPECT_THAT(heard, ElementsAre("ready"));
   EXPECT_EQ(written("passt-arguments"), "--foreground --fd 3 --no-map-gw\n");
   EXPECT_EQ(written("network"), "stream,id=net0,server=off,addr.type=fd,addr.str=4\n");
+}
+
+TEST_F(NetworkTest, TellsPasstOfNameServers) {
+  withNameServers({"192.0.2.1", "2001:db8::1"});
+  passt("echo \"$*\" >passt-arguments; " + std::string(untilQemuEnds));
+  emulator(emulated);
+
+  start();
+
+  EXPECT_EQ(written("passt-arguments"),
+            "--foreground --fd 3 --no-map-gw --dns 192.0.2.1 --dns 2001:db8::1\n");
 }
 
 TEST_F(NetworkTest, ConnectsPasstAndQemu) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/find_program.h"
 #include "platform/qemu/configuration.h"
@@ -10,6 +11,7 @@
 #include "platform/qemu/guest_platform.h"
 #include "platform/qemu/handles.h"
 #include "platform/qemu/kvm_probe.h"
+#include "platform/qemu/name_servers.h"
 #include "platform/qemu/network.h"
 
 namespace parlen::qemu {
@@ -60,6 +62,7 @@ Launcher installedEmulator(linux::EventLoop& loop, platform::WarningSink warn) {
     return startQemu(loop,
                      {.emulator = *emulator,
                       .passt = passt ? std::optional(*passt) : std::nullopt,
+                      .nameServers = passt ? hostNameServers() : std::vector<std::string>(),
                       .configuration = configuration,
                       .acceleration = chooseAcceleration(warn)},
                      std::move(handlers));

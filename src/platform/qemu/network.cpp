@@ -15,8 +15,14 @@ namespace {
 using platform::Result;
 
 /// passt's arguments. Without --no-map-gw it takes the gateway's address for the host itself.
-std::vector<std::string> passtArguments(int descriptor) {
-  return {"--foreground", "--fd", std::to_string(descriptor), "--no-map-gw"};
+std::vector<std::string> passtArguments(int descriptor,
+                                        const std::vector<std::string>& nameServers) {
+  std::vector<std::string> arguments{"--foreground", "--fd", std::to_string(descriptor),
+                                     "--no-map-gw"};
+  for (const std::string& address : nameServers) {
+    arguments.insert(arguments.end(), {"--dns", address});
+  }
+  return arguments;
 }
 
 /// Only after a failure is passt's last message the reason.
@@ -90,7 +96,7 @@ void NetworkedQemu::connect(const QemuPlan& plan, const posix::Descriptor& socke
   auto passt =
       Subprocess::start(loop_,
                         {.program = *plan.passt,
-                         .arguments = passtArguments(descriptor),
+                         .arguments = passtArguments(descriptor, plan.nameServers),
                          .onOutput = nullptr,
                          .descriptors = {{descriptor, socket.get()}}},
                         [this, index](const SubprocessExit& exit) { lose(index, exitText(exit)); });

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/error.h"
 #include "platform/linux/event_loop.h"
@@ -19,8 +20,9 @@ inline constexpr std::string_view networkProgram = "passt";
 
 /// A QEMU to be started.
 struct QemuPlan {
-  std::string emulator;              // a path
-  std::optional<std::string> passt;  // a path; nothing if it is not installed
+  std::string emulator;                  // a path
+  std::optional<std::string> passt;      // a path; nothing if it is not installed
+  std::vector<std::string> nameServers;  // for passt; empty: those that it finds by itself
   platform::MachineConfiguration configuration;
   Acceleration acceleration;
 };
