@@ -3,6 +3,7 @@
 import pathlib
 
 QEMU = "qemu-system-x86"  # the kernel keeps 15 bytes of a name
+PASST = "passt"
 
 
 def children(pid):
