@@ -11,6 +11,7 @@ import commanding
 import copying
 import ending
 import memory
+import network
 import starting
 import typing_rows
 from tool import Bench
@@ -43,6 +44,7 @@ def main():
         memory.rows,
         typing_rows.rows,
         ending.rows,
+        network.rows,
     )
     over = False
     for row in itertools.chain.from_iterable(rows(bench) for rows in measurements):

@@ -63,10 +63,11 @@ class Bench:
         self.call("create", *arguments, host=host)
         return bundle
 
-    def start_run(self, bundle, host=None):
-        """Starts a run and returns its process once the guest is running."""
+    def start_run(self, bundle, host=None, before=(), options=()):
+        """Starts a run and returns its process once the guest is running. `before` is the beginning
+        of its command line."""
         process = subprocess.Popen(
-            [self.program, "run", "--bundle", str(bundle)],
+            [*before, self.program, "run", "--bundle", str(bundle), *options],
             env=environment(host),
             stdin=subprocess.PIPE,
             stdout=subprocess.PIPE,
