@@ -5,6 +5,7 @@ import dataclasses
 import json
 import os
 import queue
+import select
 import socket
 import subprocess
 import threading
@@ -81,6 +82,54 @@ class Display:
         lines = self.run("xdotool", "getwindowgeometry", "--shell", window).splitlines()
         values = dict(line.split("=") for line in lines)
         return Box(*(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")))
+
+
+class BreakingDisplay:
+    """A way to `display` that breaks for good when its clients have sent `limit` bytes."""
+
+    def __init__(self, display, limit):
+        self.server = "/tmp/.X11-unix/X" + display.name.removeprefix(":")
+        self.left = limit
+        self.listener = socket.socket()
+        self.listener.bind(("127.0.0.1", 0))
+        self.listener.listen()
+        # An X display's number is its port's distance to 6000.
+        self.name = f"127.0.0.1:{self.listener.getsockname()[1] - 6000}"
+        self.clients = set()
+        self.peers = {}
+        threading.Thread(target=self._serve, daemon=True).start()
+
+    def _serve(self):
+        while self.left > 0:
+            for source in select.select([self.listener, *self.peers], [], [])[0]:
+                if source is self.listener:
+                    self._connect()
+                elif source in self.peers:
+                    self._pass_on(source)
+        for end in (self.listener, *self.peers):
+            end.close()
+
+    def _connect(self):
+        client, _ = self.listener.accept()
+        server = socket.socket(socket.AF_UNIX)
+        server.connect(self.server)
+        self.clients.add(client)
+        self.peers |= {client: server, server: client}
+
+    def _pass_on(self, source):
+        peer = self.peers[source]
+        try:
+            data = source.recv(65536)
+            if source in self.clients:
+                data = data[:self.left]
+                self.left -= len(data)
+            peer.sendall(data)
+        except ConnectionError:
+            data = b""
+        if not data:
+            for end in (source, peer):
+                del self.peers[end]
+                end.close()
 
 
 class SilentDisplay:

@@ -9,7 +9,7 @@ import subprocess
 import tempfile
 import unittest
 
-from desktop import TIMEOUT, Display, SilentDisplay, Tool, until
+from desktop import TIMEOUT, BreakingDisplay, Display, SilentDisplay, Tool, until
 from window_parts import (BAR_TITLE, BORDER, done_button, gone, press_close, press_done,
                           press_later, shown, test_picture)
 
@@ -274,6 +274,36 @@ class WindowTest(unittest.TestCase):
         tool.send(type="pause")
         tool.wait_for(type="guest-power", state="paused")
         self.stop(tool)
+
+
+    def end_on_breaking_display(self, limit, *options):
+        """What the run says of its display, which breaks: it ends, or it goes on."""
+        name = BreakingDisplay(self.display, limit).name
+        tool = self.run_tool(*options, environment=self.environment | {"DISPLAY": name})
+        if not options:
+            tool.send(type="window", show=True, title="Going to break")
+        said = ("the display is gone", f"cannot open the display '{name}'")
+        until(lambda: tool.process.poll() is not None or any(said[0] in line or said[1] in line
+                                                             for line in tool.errors), "the end")
+        if tool.process.poll() is None:
+            self.stop(tool)
+            self.assertEqual("host requested stop", tool.events[-1]["reason"], tool.log())
+            return "goes on"
+        self.assertEqual(1, tool.end(), tool.log())
+        self.assertEqual([said[1], said[1]], [tool.events[-2].get("message"),
+                                              tool.events[-1].get("reason")], tool.log())
+        return "ends"
+
+    # From the first request to what a window takes; what it sends later depends on the time.
+    BREAKS = (*range(100, 7000, 500), *range(7000, 40000, 5000))
+
+    def test_gui_run_ends_or_goes_on_when_its_display_breaks(self):
+        ends = {self.end_on_breaking_display(limit, "--gui") for limit in self.BREAKS}
+        self.assertEqual({"ends", "goes on"}, ends)
+
+    def test_headless_run_goes_on_when_its_display_breaks(self):
+        ends = {self.end_on_breaking_display(limit) for limit in self.BREAKS}
+        self.assertEqual({"goes on"}, ends)
 
 
 class LargeScreenTest(WindowTest):

@@ -27,7 +27,8 @@ void addClass(GtkWidget* widget, const char* name) {
 /// Makes the widget of each kind of bar view.
 class WidgetMaker {
  public:
-  explicit WidgetMaker(const Labels& labels) : labels_(labels) {}
+  WidgetMaker(Connection& connection, const Labels& labels)
+      : connection_(connection), labels_(labels) {}
 
   GtkWidget* operator()(const BarImage& image) const {
     const int side = points(std::min(image.width, image.height));
@@ -78,8 +79,8 @@ class WidgetMaker {
     if (button.bezelColor == platform::NamedColor::controlAccent) {
       addClass(widget, "suggested-action");
     }
-    auto* pressed = new std::function<void()>(button.onPress);  // owned by the connection
-    g_signal_connect_data(widget, "clicked", G_CALLBACK(onClicked), pressed, deletePressed,
+    auto* press = new Press{connection_, button.onPress};  // owned by the signal's connection
+    g_signal_connect_data(widget, "clicked", G_CALLBACK(onClicked), press, deletePress,
                           static_cast<GConnectFlags>(0));
     return widget;
   }
@@ -102,12 +103,14 @@ class WidgetMaker {
   }
 
  private:
-  static void onClicked(GtkButton*, gpointer pressed) {
-    (*static_cast<std::function<void()>*>(pressed))();
+  struct Press {
+    Connection& connection;
+    std::function<void()> handler;
+  };
+  static void onClicked(GtkButton*, gpointer press) {
+    static_cast<Press*>(press)->connection.callOut(static_cast<Press*>(press)->handler);
   }
-  static void deletePressed(gpointer pressed, GClosure*) {
-    delete static_cast<std::function<void()>*>(pressed);
-  }
+  static void deletePress(gpointer press, GClosure*) { delete static_cast<Press*>(press); }
 
   /// Of the frame only the height counts, as the bar's minimum; the window gives the width.
   static void setOuter(GtkWidget* box, const platform::OuterStack& outer) {
@@ -119,6 +122,7 @@ class WidgetMaker {
     gtk_widget_set_size_request(box, -1, points(std::max(outer.frame.height - insets, 0.0)));
   }
 
+  Connection& connection_;
   const Labels& labels_;
 };
 
@@ -134,18 +138,23 @@ std::string shownText(const std::string& text) {
   return shown;
 }
 
-Labels::Labels() : title_(gtk_label_new(nullptr)), detail_(gtk_label_new(nullptr)) {}
+Labels Labels::make() {
+  Labels labels;
+  labels.title_ = Reference(gtk_label_new(nullptr));
+  labels.detail_ = Reference(gtk_label_new(nullptr));
+  return labels;
+}
 
 GtkWidget* Labels::operator[](platform::BarLabel label) const {
   return (label == platform::BarLabel::title ? title_ : detail_).get();
 }
 
 void Labels::setText(platform::BarLabel label, const std::string& text) {
-  gtk_label_set_text(GTK_LABEL((*this)[label]), shownText(text).c_str());
+  gtk_label_set_text(GTK_LABEL((*this)[label]), text.c_str());
 }
 
-GtkWidget* makeBar(const BarStack& bar, const Labels& labels) {
-  GtkWidget* widget = WidgetMaker(labels).make(bar);
+GtkWidget* makeBar(Connection& connection, const BarStack& bar, const Labels& labels) {
+  GtkWidget* widget = WidgetMaker(connection, labels).make(bar);
   gtk_widget_show_all(widget);
   return widget;
 }

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "platform/gtk/connection.h"
 #include "platform/gtk/reference.h"
 #include "platform/window_system.h"
 
@@ -16,8 +17,9 @@ std::string shownText(const std::string& text);
 /// The two labels of the bar. They exist, empty, before any bar does.
 class Labels {
  public:
-  Labels();
+  static Labels make();
   GtkWidget* operator[](platform::BarLabel label) const;
+  /// `text` as `shownText` returns it.
   void setText(platform::BarLabel label, const std::string& text);
 
  private:
@@ -26,6 +28,6 @@ class Labels {
 };
 
 /// The widgets of a bar, with a floating reference. The labels are removed from any other bar.
-GtkWidget* makeBar(const platform::BarStack& bar, const Labels& labels);
+GtkWidget* makeBar(Connection& connection, const platform::BarStack& bar, const Labels& labels);
 
 }  // namespace parlen::gtk

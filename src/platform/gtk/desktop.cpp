@@ -1,7 +1,5 @@
 #include "platform/gtk/desktop.h"
 
-#include <X11/Xlib.h>
-#include <gdk/gdkx.h>
 #include <glib.h>
 #include <poll.h>
 
@@ -26,7 +24,7 @@ constexpr int iconSide = 128;  // pixels
 class GlibLoop final : public linux::ForeignLoop {
  public:
   // This thread keeps the context: then a source that another thread adds ends the wait.
-  explicit GlibLoop(linux::EventLoop& loop) : loop_(loop) {
+  GlibLoop(linux::EventLoop& loop, Connection& connection) : loop_(loop), connection_(connection) {
     g_main_context_acquire(context_);
     loop_.serve(this);
   }
@@ -37,15 +35,12 @@ class GlibLoop final : public linux::ForeignLoop {
   }
 
   std::chrono::nanoseconds prepare(std::vector<pollfd>& polled) override {
-    g_main_context_prepare(context_, &priority_);
     int timeout = -1;  // ms; negative: none
     int count = 0;
-    for (;;) {
-      const int room = static_cast<int>(entries_.size());
-      count = g_main_context_query(context_, priority_, &timeout, entries_.data(), room);
-      if (count <= room) break;
-      entries_.resize(static_cast<std::size_t>(count));
-    }
+    connection_.use([&] {
+      g_main_context_prepare(context_, &priority_);
+      count = query(timeout);
+    });
     // GPollFD's events have the values of poll(2)'s.
     for (const GPollFD& entry : std::span(entries_).first(static_cast<std::size_t>(count))) {
       polled.push_back({entry.fd, static_cast<short>(entry.events), 0});
@@ -59,48 +54,48 @@ class GlibLoop final : public linux::ForeignLoop {
       entries_[i].revents = static_cast<gushort>(polled[i].revents);
     }
     const int count = static_cast<int>(polled.size());
-    if (g_main_context_check(context_, priority_, entries_.data(), count)) {
-      g_main_context_dispatch(context_);
-    }
+    connection_.use([&] {
+      if (g_main_context_check(context_, priority_, entries_.data(), count)) {
+        g_main_context_dispatch(context_);
+      }
+    });
   }
 
  private:
+  /// Puts what is to be polled into the entries and returns their number.
+  int query(int& timeout) {
+    for (;;) {
+      const int room = static_cast<int>(entries_.size());
+      const int count = g_main_context_query(context_, priority_, &timeout, entries_.data(), room);
+      if (count <= room) return count;
+      entries_.resize(static_cast<std::size_t>(count));
+    }
+  }
+
   linux::EventLoop& loop_;
+  Connection& connection_;
   GMainContext* context_ = g_main_context_default();
   int priority_ = 0;                 // sources below the last prepared priority are not checked
   std::vector<GPollFD> entries_{8};  // what the context polls
 };
 
-int ignoreBrokenConnection(Display*) { return 0; }
-
-void onBrokenConnection(Display*, void* desktop) { static_cast<Desktop*>(desktop)->lose(); }
-
-/// By default GTK and Xlib exit when the connection breaks, and the guest would end with the
-/// process.
-void surviveBrokenConnection(Desktop* desktop) {
-  GdkDisplay* display = gdk_display_get_default();
-  if (!GDK_IS_X11_DISPLAY(display)) return;
-  XSetIOErrorHandler(ignoreBrokenConnection);
-  XSetIOErrorExitHandler(gdk_x11_display_get_xdisplay(display), onBrokenConnection, desktop);
-}
-
 }  // namespace
 
-Desktop::Desktop(const ModuleContext& context)
-    : context_(context), glibLoop_(std::make_unique<GlibLoop>(context.loop)) {
+Desktop::Desktop(const ModuleContext& context, Connection& connection)
+    : context_(context),
+      glibLoop_(std::make_unique<GlibLoop>(context.loop, connection)),
+      state_(std::make_shared<DesktopState>(connection)) {
+  connection.setHandler([this] { context_.loop.post([this] { lose(); }); });
   const Reference<GdkPixbuf> icon(makeIcon(iconSide));
-  gtk_window_set_default_icon(icon.get());
-  surviveBrokenConnection(this);
+  connection.use([&] {
+    labels_ = Labels::make();
+    gtk_window_set_default_icon(icon.get());
+  });
 }
 
-/// Xlib calls this while it reads from the display, so the rest waits for the next loop iteration.
 void Desktop::lose() {
-  if (state_->lost) return;
-  state_->lost = true;
-  context_.loop.post([this] {
-    glibLoop_.reset();
-    context_.warn("the display is gone: the guest runs on without a window");
-  });
+  glibLoop_.reset();
+  context_.warn("the display is gone: the guest runs on without a window");
 }
 
 void Desktop::activate(platform::OtherApps otherApps) {
@@ -109,14 +104,15 @@ void Desktop::activate(platform::OtherApps otherApps) {
 }
 
 std::optional<platform::Rect> Desktop::mainScreenVisibleFrame() const {
-  if (state_->lost) return std::nullopt;
-  return mainVisibleFrame();
+  std::optional<platform::Rect> frame;
+  state_->connection.use([&] { frame = mainVisibleFrame(); });
+  return frame;
 }
 
 std::shared_ptr<platform::MachineView> Desktop::makeMachineView(
     const platform::Rect&, platform::VirtualMachine& machine,
     const platform::MachineViewOptions& options) {
-  return makeView(context_.connectDisplay, machine, options);
+  return makeView(state_->connection, context_.connectDisplay, machine, options);
 }
 
 std::unique_ptr<platform::Window> Desktop::makeWindow(const platform::WindowOptions& options) {
@@ -124,7 +120,8 @@ std::unique_ptr<platform::Window> Desktop::makeWindow(const platform::WindowOpti
 }
 
 void Desktop::setLabelText(platform::BarLabel label, const std::string& text) {
-  labels_.setText(label, text);
+  const std::string shown = shownText(text);
+  state_->connection.use([&] { labels_.setText(label, shown); });
 }
 
 std::unique_ptr<platform::KeyEvent> Desktop::keyEvent(const platform::KeyEventDetails& details) {
@@ -134,9 +131,11 @@ std::unique_ptr<platform::KeyEvent> Desktop::keyEvent(const platform::KeyEventDe
 /// Delivers to the view itself: GTK's own dispatch would ask the display server which window has
 /// the keyboard, and might reach a button.
 void Desktop::sendEvent(const platform::KeyEvent& event) {
-  if (state_->lost || state_->keyWindow == nullptr) return;
-  MachineView* view = state_->keyWindow->responder();
-  if (view != nullptr) static_cast<const KeyEvent&>(event).deliverTo(view->widget());
+  if (state_->keyWindow == nullptr) return;
+  state_->connection.use([&] {
+    MachineView* view = state_->keyWindow->responder();
+    if (view != nullptr) static_cast<const KeyEvent&>(event).deliverTo(view->widget());
+  });
 }
 
 }  // namespace parlen::gtk

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/gtk/bar.h"
+#include "platform/gtk/connection.h"
 #include "platform/gtk/module.h"
 #include "platform/gtk/window.h"
 #include "platform/linux/event_loop.h"
@@ -15,9 +16,9 @@ namespace parlen::gtk {
 /// The default display. Made once, after GTK has been initialized. Main thread only.
 class Desktop final : public WindowSystem {
  public:
-  explicit Desktop(const ModuleContext& context);
+  Desktop(const ModuleContext& context, Connection& connection);
 
-  bool isLost() const override { return state_->lost; }
+  bool isLost() const override { return state_->connection.isBroken(); }
 
   bool hasMainMenu() const override { return hasMainMenu_; }
   /// Applications have no menu bar on this desktop: only remembers that there was one.
@@ -36,17 +37,16 @@ class Desktop final : public WindowSystem {
   std::unique_ptr<platform::KeyEvent> keyEvent(const platform::KeyEventDetails& details) override;
   void sendEvent(const platform::KeyEvent& event) override;
 
-  /// The display server has gone: the display is not called or served any more.
+ private:
   void lose();
 
- private:
   const ModuleContext context_;
-  std::unique_ptr<linux::ForeignLoop> glibLoop_;  // null once the display is lost
+  std::unique_ptr<linux::ForeignLoop> glibLoop_;  // null once the connection is broken
   Labels labels_;
   bool hasMainMenu_ = false;
   std::int64_t lastWindowNumber_ = 0;
 
-  const std::shared_ptr<DesktopState> state_ = std::make_shared<DesktopState>();
+  const std::shared_ptr<DesktopState> state_;
 };
 
 }  // namespace parlen::gtk

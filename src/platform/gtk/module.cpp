@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/gtk/connection.h"
 #include "platform/gtk/desktop.h"
 #include "platform/gtk/display_probe.h"
 
@@ -99,20 +100,23 @@ bool displayAnswers() {
   return false;
 }
 
-bool initialize() {
+void initialize(bool& initialized) {
   gtk_disable_setlocale();  // the program's numbers and messages are those of the C locale
   // X first, because only X lets a program place its windows; Wayland desktops have it as well.
   gdk_set_allowed_backends("x11,wayland");
   g_set_prgname("parlen-mac-vm");
-  return gtk_init_check(nullptr, nullptr) != FALSE;
+  initialized = gtk_init_check(nullptr, nullptr) != FALSE;
 }
 
 platform::Result<std::unique_ptr<WindowSystem>> openDesktop(const ModuleContext& context) {
+  static Connection connection;
   redirectLog(context.warn);
   const BrokenPipeSignalKept brokenPipe;
   if (!displayAnswers()) return error("the display '" + displayName() + "' does not answer");
-  if (!initialize()) return error("cannot open the display '" + displayName() + "'");
-  return std::make_unique<Desktop>(context);
+  bool initialized = false;
+  connection.use([&] { initialize(initialized); });
+  if (!initialized) return error("cannot open the display '" + displayName() + "'");
+  return std::make_unique<Desktop>(context, connection);
 }
 
 }  // namespace

@@ -18,9 +18,25 @@ class DisplayView final : public MachineView {
  public:
   using Connect = std::function<std::optional<posix::Descriptor>()>;
 
-  DisplayView(Connect connect, posix::Descriptor socket,
+  DisplayView(Connection& connection, Connect connect, posix::Descriptor socket,
               const platform::MachineViewOptions& options)
-      : MachineView(vnc_display_new()), connect_(std::move(connect)) {
+      : connection_(connection), connect_(std::move(connect)), socket_(std::move(socket)) {
+    connection_.use([&] { build(options); });
+  }
+
+  ~DisplayView() override {
+    connection_.use([this] {
+      if (retryTimer_ != 0) g_source_remove(retryTimer_);
+      g_signal_handlers_disconnect_by_data(widget(), this);
+      vnc_display_close(display());
+    });
+  }
+
+ private:
+  VncDisplay* display() const { return VNC_DISPLAY(widget()); }
+
+  void build(const platform::MachineViewOptions& options) {
+    setWidget(vnc_display_new());
     vnc_display_set_shared_flag(display(), TRUE);  // other viewers stay connected
     vnc_display_set_scaling(display(), !options.automaticallyReconfiguresDisplay);
     vnc_display_set_allow_resize(display(), options.automaticallyReconfiguresDisplay);
@@ -31,17 +47,8 @@ class DisplayView final : public MachineView {
     vnc_display_set_pointer_grab(display(), FALSE);
     removeGrabKeys();
     g_signal_connect(display(), "vnc-disconnected", G_CALLBACK(onDisconnected), this);
-    open(std::move(socket));
+    open();
   }
-
-  ~DisplayView() override {
-    if (retryTimer_ != 0) g_source_remove(retryTimer_);
-    g_signal_handlers_disconnect_by_data(widget(), this);
-    vnc_display_close(display());
-  }
-
- private:
-  VncDisplay* display() const { return VNC_DISPLAY(widget()); }
 
   /// By default the widget releases keyboard and pointer on Ctrl+Alt, which a parent may type into
   /// the guest. Nothing needs that: the keyboard is released when the pointer leaves the widget,
@@ -52,8 +59,8 @@ class DisplayView final : public MachineView {
     vnc_grab_sequence_free(none);
   }
 
-  void open(posix::Descriptor socket) {
-    if (socket) vnc_display_open_fd(display(), socket.release());
+  void open() {
+    if (socket_) vnc_display_open_fd(display(), socket_.release());
   }
 
   /// The guest may have ended, or only its display: `connect_` tells at the next try.
@@ -68,18 +75,33 @@ class DisplayView final : public MachineView {
   static gboolean onRetryTimer(gpointer self) {
     auto* view = static_cast<DisplayView*>(self);
     view->retryTimer_ = 0;
-    if (auto socket = view->connect_()) view->open(*std::move(socket));
+    view->connection_.callOut([view] {
+      if (auto socket = view->connect_()) view->socket_ = *std::move(socket);
+    });
+    view->open();
     return G_SOURCE_REMOVE;
   }
 
+  Connection& connection_;
   Connect connect_;
-  guint retryTimer_ = 0;  // GLib source that will connect again; 0: none
+  posix::Descriptor socket_;  // to be opened
+  guint retryTimer_ = 0;      // GLib source that will connect again; 0: none
 };
 
 /// The view of a machine without a display. Its text names the last key that it was given.
 class TestPictureView final : public MachineView {
  public:
-  TestPictureView() : MachineView(gtk_drawing_area_new()) {
+  explicit TestPictureView(Connection& connection) : connection_(connection) {
+    connection_.use([this] { build(); });
+  }
+
+  ~TestPictureView() override {
+    connection_.use([this] { g_signal_handlers_disconnect_by_data(widget(), this); });
+  }
+
+ private:
+  void build() {
+    setWidget(gtk_drawing_area_new());
     gtk_widget_add_events(widget(),
                           GDK_KEY_PRESS_MASK | GDK_KEY_RELEASE_MASK | GDK_BUTTON_PRESS_MASK);
     g_signal_connect(widget(), "draw", G_CALLBACK(onDraw), this);
@@ -88,9 +110,6 @@ class TestPictureView final : public MachineView {
     g_signal_connect(widget(), "button-press-event", G_CALLBACK(onButtonPress), this);
   }
 
-  ~TestPictureView() override { g_signal_handlers_disconnect_by_data(widget(), this); }
-
- private:
   static gboolean onDraw(GtkWidget* widget, cairo_t* canvas, gpointer self) {
     drawTestPicture(canvas, gtk_widget_get_allocated_width(widget),
                     gtk_widget_get_allocated_height(widget),
@@ -112,25 +131,27 @@ class TestPictureView final : public MachineView {
     return GDK_EVENT_STOP;
   }
 
+  Connection& connection_;
   std::string text_ = "1920 x 1200";
 };
 
 }  // namespace
 
-MachineView::MachineView(GtkWidget* widget) : widget_(widget) {
+void MachineView::setWidget(GtkWidget* widget) {
+  widget_ = Reference(widget);
   gtk_widget_set_can_focus(widget, TRUE);
   gtk_widget_set_hexpand(widget, TRUE);
   gtk_widget_set_vexpand(widget, TRUE);
   gtk_widget_show(widget);
 }
 
-std::shared_ptr<MachineView> makeView(const ConnectDisplay& connectDisplay,
+std::shared_ptr<MachineView> makeView(Connection& connection, const ConnectDisplay& connectDisplay,
                                       platform::VirtualMachine& machine,
                                       const platform::MachineViewOptions& options) {
   auto connect = [connectDisplay, &machine] { return connectDisplay(machine); };
   std::optional<posix::Descriptor> socket = connect();
-  if (!socket) return std::make_shared<TestPictureView>();
-  return std::make_shared<DisplayView>(std::move(connect), *std::move(socket), options);
+  if (!socket) return std::make_shared<TestPictureView>(connection);
+  return std::make_shared<DisplayView>(connection, std::move(connect), *std::move(socket), options);
 }
 
 }  // namespace parlen::gtk

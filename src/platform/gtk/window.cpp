@@ -42,11 +42,11 @@ std::string decorationLayout(std::uint64_t styleMask) {
   return left ? controls + ":" : ":" + controls;
 }
 
-GtkWidget* makeHeader(std::uint64_t styleMask) {
+GtkWidget* makeHeader(const std::string& decorationLayout) {
   GtkWidget* header = gtk_header_bar_new();
   gtk_header_bar_set_show_close_button(GTK_HEADER_BAR(header), TRUE);
   gtk_header_bar_set_has_subtitle(GTK_HEADER_BAR(header), FALSE);
-  gtk_header_bar_set_decoration_layout(GTK_HEADER_BAR(header), decorationLayout(styleMask).c_str());
+  gtk_header_bar_set_decoration_layout(GTK_HEADER_BAR(header), decorationLayout.c_str());
   gtk_widget_show(header);
   return header;
 }
@@ -93,14 +93,21 @@ void keepAspectRatio(GtkWidget* window, GtkWidget* content, const platform::Size
 
 Window::Window(std::int64_t number, const platform::WindowOptions& options, const Labels& labels,
                std::shared_ptr<DesktopState> desktop)
-    : number_(number),
-      labels_(labels),
-      desktop_(std::move(desktop)),
-      window_(GTK_WIDGET(g_object_ref(gtk_window_new(GTK_WINDOW_TOPLEVEL)))),
-      header_(makeHeader(options.styleMask)),
-      column_(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0)) {
+    : number_(number), labels_(labels), desktop_(std::move(desktop)) {
+  std::string layout;
+  desktop_->connection.use([&] { layout = decorationLayout(options.styleMask); });
+  desktop_->connection.use([&] {
+    build(options.styleMask, layout);
+    frame_ = withTop(options.contentRect, chrome());
+  });
+}
+
+void Window::build(std::uint64_t styleMask, const std::string& decorationLayout) {
+  window_ = Reference(GTK_WIDGET(g_object_ref(gtk_window_new(GTK_WINDOW_TOPLEVEL))));
+  header_ = makeHeader(decorationLayout);
+  column_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
   gtk_window_set_titlebar(window(), header_);
-  gtk_window_set_resizable(window(), (options.styleMask & platform::windowResizable) != 0);
+  gtk_window_set_resizable(window(), (styleMask & platform::windowResizable) != 0);
   gtk_container_add(GTK_CONTAINER(window_.get()), column_);
   gtk_widget_show(column_);
   g_signal_connect(window_.get(), "delete-event", G_CALLBACK(onDelete), this);
@@ -108,29 +115,31 @@ Window::Window(std::int64_t number, const platform::WindowOptions& options, cons
   g_signal_connect(window_.get(), "map-event", G_CALLBACK(onMap), this);
   g_signal_connect_after(window_.get(), "size-allocate", G_CALLBACK(onSizeAllocate), this);
   g_signal_connect(window_.get(), "focus-in-event", G_CALLBACK(onFocusIn), this);
-  frame_ = withTop(options.contentRect, chrome());
 }
 
 Window::~Window() {
   if (desktop_->keyWindow == this) desktop_->keyWindow = nullptr;
   if (view_) view_->setWindow(nullptr);
-  g_signal_handlers_disconnect_by_data(window_.get(), this);
-  if (!desktop_->lost) gtk_widget_destroy(window_.get());
+  desktop_->connection.use([this] {
+    g_signal_handlers_disconnect_by_data(window_.get(), this);
+    gtk_widget_destroy(window_.get());
+  });
 }
 
 void Window::setTitle(const std::string& title) {
-  gtk_window_set_title(window(), shownText(title).c_str());
+  const std::string shown = shownText(title);
+  desktop_->connection.use([&] { gtk_window_set_title(window(), shown.c_str()); });
 }
 
 void Window::setContentView(const std::shared_ptr<platform::MachineView>& view) {
-  if (view_) {
-    gtk_container_remove(GTK_CONTAINER(column_), view_->widget());
-    view_->setWindow(nullptr);
-  }
-  view_ = std::static_pointer_cast<MachineView>(view);  // the only kind that makeView makes
-  if (!view_) return;
-  view_->setWindow(this);
-  gtk_box_pack_end(GTK_BOX(column_), view_->widget(), TRUE, TRUE, 0);
+  const auto before = std::exchange(
+      view_, std::static_pointer_cast<MachineView>(view));  // the only kind that makeView makes
+  if (before) before->setWindow(nullptr);
+  if (view_) view_->setWindow(this);
+  desktop_->connection.use([&] {
+    if (before) gtk_container_remove(GTK_CONTAINER(column_), before->widget());
+    if (view_) gtk_box_pack_end(GTK_BOX(column_), view_->widget(), TRUE, TRUE, 0);
+  });
 }
 
 void Window::setInitialFirstResponder(const std::shared_ptr<platform::MachineView>& view) {
@@ -138,18 +147,29 @@ void Window::setInitialFirstResponder(const std::shared_ptr<platform::MachineVie
 }
 
 void Window::addTitlebarAccessory(const platform::TitlebarAccessory& accessory) {
-  const Rect content = contentRectForFrameRect(frame_);
-  bar_ = makeBar(accessory.bar, labels_);
-  gtk_box_pack_start(GTK_BOX(column_), bar_, FALSE, FALSE, 0);
-  frame_ = withTop(content, chrome());
+  desktop_->connection.use([&] {
+    const Rect content = withoutTop(frame_, chrome());
+    bar_ = makeBar(desktop_->connection, accessory.bar, labels_);
+    gtk_box_pack_start(GTK_BOX(column_), bar_, FALSE, FALSE, 0);
+    frame_ = withTop(content, chrome());
+  });
 }
 
-bool Window::isVisible() const { return gtk_widget_get_visible(window_.get()) && !iconified_; }
+bool Window::isShown() const { return gtk_widget_get_visible(window_.get()) && !iconified_; }
+
+bool Window::isVisible() const {
+  bool visible = false;
+  desktop_->connection.use([&] { visible = isShown(); });
+  return visible;
+}
 
 std::optional<Rect> Window::screenVisibleFrame() const {
-  GdkWindow* surface = gtk_widget_get_window(window_.get());
-  if (!isVisible() || surface == nullptr) return std::nullopt;
-  return visibleFrameAt(surface);
+  std::optional<Rect> frame;
+  desktop_->connection.use([&] {
+    GdkWindow* surface = gtk_widget_get_window(window_.get());
+    if (isShown() && surface != nullptr) frame = visibleFrameAt(surface);
+  });
+  return frame;
 }
 
 double Window::chrome() const {
@@ -158,8 +178,7 @@ double Window::chrome() const {
 
 /// Where the view is on screen; nothing before it is shown.
 std::optional<Rect> Window::contentOnScreen() const {
-  if (desktop_->lost || !isVisible() || !view_ || !gtk_widget_get_mapped(view_->widget()))
-    return std::nullopt;
+  if (!isShown() || !view_ || !gtk_widget_get_mapped(view_->widget())) return std::nullopt;
   int x = 0;
   int y = 0;
   GdkWindow* surface = gtk_widget_get_window(window_.get());
@@ -172,30 +191,41 @@ std::optional<Rect> Window::contentOnScreen() const {
                     mainScreen());
 }
 
-Rect Window::frame() const {
+Rect Window::currentFrame() const {
   const auto content = contentOnScreen();
   return content ? withTop(*content, chrome()) : frame_;
 }
 
+Rect Window::frame() const {
+  Rect frame = frame_;
+  desktop_->connection.use([&] { frame = currentFrame(); });
+  return frame;
+}
+
 Rect Window::contentRectForFrameRect(const Rect& frame) const {
-  return withoutTop(frame, chrome());
+  Rect content = frame;
+  desktop_->connection.use([&] { content = withoutTop(frame, chrome()); });
+  return content;
 }
 
 void Window::setFrame(const Rect& frame, platform::Redraw redraw) {
   frame_ = frame;
-  applyFrame();
-  if (redraw == platform::Redraw::atOnce) gtk_widget_queue_draw(window_.get());
+  desktop_->connection.use([&] {
+    applyFrame();
+    if (redraw == platform::Redraw::atOnce) gtk_widget_queue_draw(window_.get());
+  });
 }
 
 void Window::setContentSize(const platform::Size& size) {
-  frame_ = withTop({frame_.x, frame_.y, size.width, size.height}, chrome());
-  applyFrame();
+  desktop_->connection.use([&] {
+    frame_ = withTop({frame_.x, frame_.y, size.width, size.height}, chrome());
+    applyFrame();
+  });
 }
 
 /// GTK's size of a window is without title bar and borders, but only once it knows them: therefore
 /// the window is realized first.
 void Window::applyFrame() {
-  if (desktop_->lost) return;
   gtk_widget_realize(window_.get());
   gtk_window_unmaximize(window());  // a maximized window ignores a resize
   const ScreenRect outer = toScreen(frame_, mainScreen());
@@ -206,11 +236,15 @@ void Window::applyFrame() {
 
 void Window::setContentAspectRatio(const platform::Size& ratio) {
   ratio_ = ratio;
-  gtk_widget_queue_resize(window_.get());  // onSizeAllocate applies it
+  // onSizeAllocate applies it.
+  desktop_->connection.use([&] { gtk_widget_queue_resize(window_.get()); });
 }
 
 void Window::makeKeyAndOrderFront() {
-  if (desktop_->lost) return;
+  desktop_->connection.use([this] { present(); });
+}
+
+void Window::present() {
   if (!gtk_widget_get_visible(window_.get())) applyFrame();  // GTK forgets a hidden position
   gtk_window_deiconify(window());
   iconified_ = false;
@@ -220,14 +254,19 @@ void Window::makeKeyAndOrderFront() {
 }
 
 void Window::orderOut() {
-  if (desktop_->lost) return;
+  desktop_->connection.use([this] { hide(); });
+}
+
+void Window::hide() {
   if (desktop_->keyWindow == this) desktop_->keyWindow = nullptr;
-  frame_ = frame();
+  frame_ = currentFrame();
   gtk_widget_hide(window_.get());
 }
 
 MachineView* Window::responder() const {
-  const bool isView = view_ && gtk_window_get_focus(window()) == view_->widget();
+  bool isView = false;
+  desktop_->connection.use(
+      [&] { isView = view_ && gtk_window_get_focus(window()) == view_->widget(); });
   return isView ? view_.get() : nullptr;
 }
 
@@ -236,19 +275,26 @@ bool Window::firstResponderIsMachineView() const { return responder() != nullptr
 bool Window::isFirstResponder(const platform::View& view) const { return responder() == &view; }
 
 void Window::makeFirstResponder(const std::shared_ptr<platform::View>& view) {
-  // Every view of this host is a MachineView.
-  gtk_window_set_focus(window(), view ? static_cast<MachineView&>(*view).widget() : nullptr);
+  desktop_->connection.use([&] {
+    // Every view of this host is a MachineView.
+    gtk_window_set_focus(window(), view ? static_cast<MachineView&>(*view).widget() : nullptr);
+  });
 }
 
 std::string Window::firstResponderDescription() const {
-  GtkWidget* widget = gtk_window_get_focus(window());
+  GtkWidget* widget = nullptr;
+  desktop_->connection.use([&] { widget = gtk_window_get_focus(window()); });
   return widget != nullptr ? G_OBJECT_TYPE_NAME(widget) : "none";
 }
 
 /// Hides the window unless the delegate objects. Never destroys it: its owner does.
 gboolean Window::onDelete(GtkWidget*, GdkEvent*, gpointer self) {
   auto* window = static_cast<Window*>(self);
-  if (window->delegate_ == nullptr || window->delegate_->windowShouldClose()) window->orderOut();
+  bool closes = true;
+  window->desktop_->connection.callOut([&] {
+    if (window->delegate_ != nullptr) closes = window->delegate_->windowShouldClose();
+  });
+  if (closes) window->hide();
   return GDK_EVENT_STOP;
 }
 
@@ -266,7 +312,7 @@ gboolean Window::onMap(GtkWidget* widget, GdkEvent*, gpointer) {
 
 void Window::onSizeAllocate(GtkWidget* widget, GdkRectangle*, gpointer self) {
   const auto* window = static_cast<Window*>(self);
-  if (window->desktop_->lost || !window->view_ || window->ratio_ == platform::Size{}) return;
+  if (!window->view_ || window->ratio_ == platform::Size{}) return;
   keepAspectRatio(widget, window->view_->widget(), window->ratio_);
 }
 

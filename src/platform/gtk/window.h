@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/gtk/bar.h"
+#include "platform/gtk/connection.h"
 #include "platform/gtk/reference.h"
 #include "platform/gtk/view.h"
 #include "platform/window_system.h"
@@ -18,8 +19,8 @@ class Window;
 
 /// What all windows of a desktop share.
 struct DesktopState {
+  Connection& connection;
   Window* keyWindow = nullptr;  // the one that the user or the program brought to the front
-  bool lost = false;            // the display server has gone: do not call it any more
 };
 
 /// A window with a title bar that it draws itself, so that its chrome is known before it is on
@@ -70,19 +71,25 @@ class Window final : public platform::Window {
   static void onSizeAllocate(GtkWidget* widget, GdkRectangle* area, gpointer self);
   static gboolean onFocusIn(GtkWidget* widget, GdkEvent* event, gpointer self);
 
+  // These are called inside of the connection's `use`.
   GtkWindow* window() const { return GTK_WINDOW(window_.get()); }
+  void build(std::uint64_t styleMask, const std::string& decorationLayout);
+  bool isShown() const;
   double chrome() const;
   std::optional<platform::Rect> contentOnScreen() const;
+  platform::Rect currentFrame() const;
   void applyFrame();
+  void present();
+  void hide();
 
   const std::int64_t number_;
   const Labels& labels_;
   const std::shared_ptr<DesktopState> desktop_;
   platform::WindowDelegate* delegate_ = nullptr;
-  Reference<GtkWidget> window_;
-  GtkWidget* header_;         // owned by window_, as are the next two
-  GtkWidget* column_;         // the bar, if there is one, above the view
-  GtkWidget* bar_ = nullptr;  // null: none
+  Reference<GtkWidget> window_;  // null only if the connection broke while it was made
+  GtkWidget* header_ = nullptr;  // owned by window_, as are the next two
+  GtkWidget* column_ = nullptr;  // the bar, if there is one, above the view
+  GtkWidget* bar_ = nullptr;     // null: none
   std::shared_ptr<MachineView> view_;
   platform::Rect frame_;  // as last requested
   platform::Size ratio_;  // of the content; empty: any
