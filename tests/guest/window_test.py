@@ -305,6 +305,15 @@ class WindowTest(unittest.TestCase):
         ends = {self.end_on_breaking_display(limit) for limit in self.BREAKS}
         self.assertEqual({"goes on"}, ends)
 
+    def test_window_loads_no_opengl(self):
+        tool = self.running()
+        tool.send(type="window", show=True, title="Plain")
+        shown(self.display)
+        loaded = pathlib.Path(f"/proc/{tool.process.pid}/maps").read_text()
+        self.assertIn("libgtk-3", loaded)
+        self.assertNotIn("libGL.so", loaded)
+        self.stop(tool)
+
 
 class LargeScreenTest(WindowTest):
     size = "2560x1440"

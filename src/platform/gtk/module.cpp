@@ -100,7 +100,10 @@ bool displayAnswers() {
   return false;
 }
 
+/// The windows use no OpenGL. GDK would ask for it all the same, and Mesa crashes when the
+/// connection breaks meanwhile. Source: GTK 3 reference, "Running and debugging GTK+ applications".
 void initialize(bool& initialized) {
+  g_setenv("GDK_GL", "disable", FALSE);
   gtk_disable_setlocale();  // the program's numbers and messages are those of the C locale
   // X first, because only X lets a program place its windows; Wayland desktops have it as well.
   gdk_set_allowed_backends("x11,wayland");
