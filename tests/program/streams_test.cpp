@@ -71,6 +71,19 @@ TEST(StandardInput, MayBringManyCommandsAtOnce) {
   EXPECT_EQ(events.size(), commands + 1U);
 }
 
+TEST(StandardInput, MayBeAPipeThatDoesNotBlock) {
+  const World world;
+  Program program({"run", "--bundle", world.makeBundle()}, world.environment(),
+                  [] { fcntl(STDIN_FILENO, F_SETFL, fcntl(STDIN_FILENO, F_GETFL) | O_NONBLOCK); });
+  program.eventsUntil(running);
+  program.send("{\"type\":\"pa");
+  program.waitUntilRead();
+  program.send("use\"}\n");
+  EXPECT_EQ(program.event(), paused);
+  program.closeInput();
+  EXPECT_THAT(program.remainingEvents().back(), testing::HasSubstr("\"state\":\"stopped\""));
+}
+
 /// What is opened as standard input; the run ends in order when it ends.
 class StandardInputFrom : public testing::TestWithParam<const char*> {
  protected:
