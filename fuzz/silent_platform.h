@@ -122,6 +122,7 @@ class SilentHost : public platform::Host, private platform::Application {
  private:
   void setActivationPolicy(platform::ActivationPolicy) override {}
   void disableAutomaticTermination(std::string_view) override {}
+  void setQuitHandler(platform::Work) override {}
   platform::Result<> run() override { return {}; }
 };
 
