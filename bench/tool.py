@@ -4,6 +4,7 @@ import dataclasses
 import json
 import os
 import pathlib
+import resource
 import shutil
 import statistics
 import subprocess
@@ -40,6 +41,7 @@ class Bench:
         self.program = str(build / "src/app/parlen-mac-vm")
         self.empty = str(build / "bench/empty_program")
         self.spawn_times = str(build / "bench/spawn_times")
+        self.bare_waits = str(build / "bench/bare_waits")
         self.image = pathlib.Path(image)
         self.folder = folder
 
@@ -93,15 +95,33 @@ def timed(action):
     return time.monotonic() - begin
 
 
-def alternate(rounds, ours, reference):
-    """The medians of two actions, run alternately, each after a sync. Each takes the number of the
-    round and returns seconds."""
-    times = ([], [])
+def processor_time(action):
+    """Runs an action and returns the seconds that processors spent on the children which ended
+    meanwhile, and on theirs. Other work on the machine hardly changes it."""
+
+    def spent():
+        usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+        return usage.ru_utime + usage.ru_stime
+
+    begin = spent()
+    action()
+    return spent() - begin
+
+
+def in_turn(rounds, *actions):
+    """The seconds of each action, a list for each. They are run in turn, each after a sync, and take the
+    number of the round."""
+    times = [[] for _ in actions]
     for number in range(rounds):
-        for action, taken in zip((ours, reference), times):
+        for action, taken in zip(actions, times):
             os.sync()
             taken.append(action(number))
-    return statistics.median(times[0]), statistics.median(times[1])
+    return times
+
+
+def alternate(rounds, *actions):
+    """The median of each of the actions, run as in_turn() does."""
+    return list(map(statistics.median, in_turn(rounds, *actions)))
 
 
 def allocated(path):
