@@ -104,9 +104,8 @@ class Installer final : public platform::Installer {
 
   std::unique_ptr<platform::ProgressObservation> observeProgress(
       std::function<void()> onChange) override {
-    return std::make_unique<Observation>([[ParlenProgressObserver alloc]
-        initWithProgress:progress_
-                onChange:std::move(onChange)]);
+    return std::make_unique<Observation>(
+        [[ParlenProgressObserver alloc] initWithProgress:progress_ onChange:std::move(onChange)]);
   }
 
   void install(platform::Completion done) override {
