@@ -14,6 +14,7 @@
 
 #include "platform/linux/event_loop.h"
 #include "support/posix_fixtures.h"
+#include "support/sanitizers.h"
 
 namespace parlen::test {
 namespace {
@@ -72,6 +73,7 @@ std::unique_ptr<platform::SignalSource> watchSignal(EventLoop& loop, Termination
 }
 
 TEST(SignalSource, LeavesTheDefaultActionWithoutAFreeDescriptor) {
+  if (needsDescriptors) GTEST_SKIP() << "a sanitizer needs descriptors";
   const int status = inChild([] {
     EventLoop loop;
     const rlimit none{0, 0};

@@ -17,6 +17,7 @@
 #include "platform/posix/descriptor.h"
 #include "queue_loop.h"
 #include "support/posix_fixtures.h"
+#include "support/sanitizers.h"
 #include "support/temporary_directory.h"
 
 namespace parlen::test {
@@ -371,6 +372,7 @@ TEST(Streams, DoesNotHandAReservedOutputToChildren) {
 }
 
 TEST(InputErrors, AreNotTakenForTheEndOfTheInput) {
+  if (needsDescriptors) GTEST_SKIP() << "a sanitizer needs descriptors";
   enum class Missing { descriptor, thread };
   for (const Missing missing : {Missing::descriptor, Missing::thread}) {
     const int status = inChild([missing] {

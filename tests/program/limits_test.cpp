@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "program.h"
+#include "support/sanitizers.h"
 #include "world.h"
 
 /// Limits that the program was started with.
@@ -63,6 +64,7 @@ TEST(TheLengthOfFiles, EndsARunByItsSignal) {
 class TheNumberOfDescriptors : public testing::TestWithParam<std::string> {
  protected:
   void SetUp() override {
+    if (needsDescriptors) GTEST_SKIP() << "a sanitizer needs descriptors";
     if (finish({"status", "--bundle", "/"}, host_).events.at(0).contains(R"("supported":false)")) {
       GTEST_SKIP() << "this machine runs no guests";
     }
