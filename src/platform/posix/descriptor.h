@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <optional>
@@ -48,6 +49,18 @@ int writeAll(int descriptor, std::string_view& bytes);
 
 /// How many bytes can be read from a pipe or a stream socket without waiting; 0 on an error.
 std::size_t readableBytes(int descriptor);
+
+/// Calls `readSome`, which returns how many bytes it has read, until all that could be read at the
+/// time of this call has been, or it returns 0. Who writes on meanwhile does not hold it up.
+template <class ReadSome>
+void drain(int descriptor, ReadSome readSome) {
+  std::size_t left = readableBytes(descriptor);
+  while (left > 0) {
+    const std::size_t count = readSome();
+    if (count == 0) return;
+    left -= std::min(left, count);
+  }
+}
 
 /// Waits until at least one descriptor is ready for its `events` (POLLIN or POLLOUT) and sets the
 /// `revents` of those that are. An end, an error and a number that is not open are readiness: the

@@ -2,7 +2,6 @@
 
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -65,12 +64,7 @@ std::size_t QmpClient::receive() {
 }
 
 void QmpClient::drain() {
-  std::size_t left = posix::readableBytes(socket_.get());
-  while (left > 0) {
-    const std::size_t count = receive();
-    if (count == 0) return;
-    left -= std::min(left, count);
-  }
+  posix::drain(socket_.get(), [this] { return receive(); });
 }
 
 void QmpClient::handle(const QmpMessage& message) {

@@ -6,7 +6,6 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -102,12 +101,7 @@ class Subprocess::OutputPipe {
 
   /// Handles what is in the pipe now. Another process that has the pipe may never stop writing.
   void drain() {
-    std::size_t left = posix::readableBytes(ownEnd_.get());
-    while (left > 0) {
-      const std::size_t count = readChunk();
-      if (count == 0) return;
-      left -= std::min(left, count);
-    }
+    posix::drain(ownEnd_.get(), [this] { return readChunk(); });
   }
 
  private:
