@@ -79,6 +79,7 @@ Program::Program(const std::vector<std::string>& arguments, const Environment& m
 }
 
 Program::~Program() {
+  keepSeen("event", seen_);
   keepSeen("command", sent_.substr(0, sent_.rfind('\n') + 1));
   if (!exit_) {
     kill(pid_, SIGKILL);
@@ -123,7 +124,7 @@ std::string Program::event() {
   }
   std::string line = buffer_.substr(0, end);
   buffer_.erase(0, end + 1);
-  keepSeen("event", line + "\n");
+  seen_ += line + "\n";
   return line;
 }
 

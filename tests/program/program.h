@@ -66,6 +66,7 @@ class Program {
   posix::Descriptor output_;
   std::string errorPath_;
   std::string buffer_;
+  std::string seen_;  // every event that was taken
   std::string sent_;
   std::optional<Exit> exit_;
 };
