@@ -30,7 +30,7 @@ struct Session {
   std::string name;
   std::string scenario = "{}";
   Lines options = {};
-  std::vector<Step> steps = {};  // none: the input ends at once
+  std::vector<Step> steps = {};  // none: the run ends by itself
   std::string settings = {};     // of the bundle; empty: those that `create` has written
 };
 
@@ -68,7 +68,6 @@ Record play(const Session& session, const World& world, const std::string& host)
     if (!step.awaited.empty()) append(record.events, program.eventsUntil(step.awaited));
     if (step.signal != 0) program.signal(step.signal);
   }
-  if (session.steps.empty()) program.closeInput();
   append(record.events, program.remainingEvents());
   record.exit = program.wait();
   record.warnings = program.warnings();
@@ -178,7 +177,9 @@ INSTANTIATE_TEST_SUITE_P(
         Session{.name = "OfASmallHost",
                 .scenario = R"({"host":{"processorCount":2,"maximumCPUCount":2,
                                 "maximumMemorySize":1073741824}})"},
-        Session{.name = "OfAHostThatRunsNone", .scenario = R"({"host":{"supported":false}})"},
+        Session{.name = "OfAHostThatRunsNone",
+                .scenario = R"({"host":{"supported":false}})",
+                .steps = stopped()},
         Session{.name = "OfAnotherModel", .scenario = R"({"host":{"hardwareModels":["sim-2"]}})"},
         Session{.name = "WithADiskThatCannotBeOpened",
                 .scenario = R"({"configuration":{"attachError":{"description":"no disk"}}})"},
