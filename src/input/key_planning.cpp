@@ -24,9 +24,9 @@ std::optional<CharKey> keyFor(std::string_view character) {
   return vmCharKeys.find(character);
 }
 
-/// The stroke that types a character that has a key.
+/// The stroke that types a character. It has a key: text with another character is refused.
 KeyStroke strokeFor(char character) {
-  const CharKey key = keyFor({&character, 1}).value();
+  const CharKey key = keyFor({&character, 1}).value_or(CharKey{});
   KeyStroke stroke;
   stroke.keyCode = key.code;
   if (key.shift) stroke.modifiers.emplace_back("shift");

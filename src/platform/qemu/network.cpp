@@ -35,8 +35,8 @@ std::string exitText(const SubprocessExit& exit) {
 /// A QEMU with a passt for each network device.
 class NetworkedQemu final : public QemuProcess {
  public:
-  NetworkedQemu(linux::EventLoop& loop, Handlers handlers)
-      : loop_(loop), handlers_(std::move(handlers)) {}
+  NetworkedQemu(linux::EventLoop& loop, std::string passtProgram, Handlers handlers)
+      : loop_(loop), passtProgram_(std::move(passtProgram)), handlers_(std::move(handlers)) {}
 
   Result<> start(const QemuPlan& plan);
   QmpClient& monitor() override { return qemu_->monitor(); }
@@ -55,6 +55,7 @@ class NetworkedQemu final : public QemuProcess {
   void onReady();
 
   linux::EventLoop& loop_;
+  std::string passtProgram_;
   Handlers handlers_;
   bool ready_ = false;
   std::vector<Connection> connections_;  // one for each network device
@@ -95,7 +96,7 @@ void NetworkedQemu::connect(const QemuPlan& plan, const posix::Descriptor& socke
   const std::size_t index = connections_.size();
   auto passt =
       Subprocess::start(loop_,
-                        {.program = *plan.passt,
+                        {.program = passtProgram_,
                          .arguments = passtArguments(descriptor, plan.nameServers),
                          .onOutput = nullptr,
                          .descriptors = {{descriptor, socket.get()}}},
@@ -140,7 +141,7 @@ Result<std::unique_ptr<QemuProcess>> startQemu(linux::EventLoop& loop, const Qem
          .networkSockets = {}},
         std::move(handlers));
   }
-  auto qemu = std::make_unique<NetworkedQemu>(loop, std::move(handlers));
+  auto qemu = std::make_unique<NetworkedQemu>(loop, *plan.passt, std::move(handlers));
   if (auto started = qemu->start(plan); !started) {
     return std::unexpected(std::move(started).error());
   }
