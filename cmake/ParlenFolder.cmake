@@ -6,7 +6,8 @@ endif()
 # The compiler options of every target.
 add_library(parlen_options INTERFACE)
 target_compile_options(parlen_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wreserved-identifier>)
 if(CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
   # Let the linker drop what the program does not use.
   target_compile_options(parlen_options INTERFACE -ffunction-sections -fdata-sections)
