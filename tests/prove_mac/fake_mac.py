@@ -1,18 +1,16 @@
 #!/usr/bin/env python3
 """What a Mac would have: the program, and the commands that prove-mac runs, played by this one file
 under their names. FAKE_LIE is the id of the assumption that it breaks; "hang" makes each command wait
-for ever. FAKE_FOLDER is where the fakes keep what they know."""
+for ever. FAKE_FOLDER is where the fakes keep what they know. A clone with a file "copied" in it stands
+for one that shares nothing with its source."""
 
 import fcntl
 import json
 import os
-import plistlib
 import queue
 import select
-import shutil
 import signal
 import stat
-import subprocess
 import sys
 import threading
 import time
@@ -99,12 +97,11 @@ def clone():
     os.mkdir(path)
     with open(os.path.join(path, "Disk.img"), "wb") as disk:
         disk.truncate(os.path.getsize(os.path.join(source, "Disk.img")))
-    if lying("clone.storage"):
-        with open(os.path.join(path, "Disk.img"), "wb") as disk:
-            os.posix_fallocate(disk.fileno(), 0, 400 << 20)
     new = "--regenerate-machine-id" in sys.argv
-    with open(os.path.join(path, "new" if new else "plain"), "w"):
-        pass
+    marks = ["new" if new else "plain"] + (["copied"] if lying("clone.storage") else [])
+    for mark in marks:
+        with open(os.path.join(path, mark), "w"):
+            pass
     say(type="cloned", **{"from": source, "to": path})
     return 0
 
@@ -257,7 +254,7 @@ def cmake():
         os.makedirs(folder, exist_ok=True)
         target = os.path.join(folder, "parlen-mac-vm")
         if not os.path.exists(target):
-            shutil.copy(os.path.abspath(__file__), target)
+            os.symlink(os.path.abspath(__file__), target)
         return 0
     if lying("build." + sys.argv[-1]):
         print("main.cpp:1: error: no such selector")
@@ -291,9 +288,6 @@ def window_check():
         print("session: no")
         return 0
     for name in names:
-        if lying("windows.hang") and name == "close":
-            sys.stdout.flush()
-            hang()
         print(f"{name}: no, seen otherwise" if lying("windows." + name) else f"{name}: yes")
     return 0
 
@@ -313,6 +307,9 @@ def sudo():
 
 
 def launchctl(arguments):
+    import plistlib  # not above: this file starts some hundred times
+    import subprocess
+
     known = os.path.join(FOLDER, "daemon")
     if arguments[0] == "bootstrap":
         with open(arguments[2], "rb") as file:

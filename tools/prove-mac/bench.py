@@ -1,6 +1,7 @@
 """What the stages work with: the tree, the program, what the caller gave, and scratch space."""
 
 import os
+import shutil
 import tempfile
 
 import processes
@@ -11,13 +12,14 @@ class Bench:
     """`source` is the tree, `folder` the scratch folder, `ipsw` and `bundle` what the caller gave
     (or None). `longest`: no limit is longer than this many seconds. `settle`: for so many seconds a
     guest has to run before it counts as booted. `ask(question)` returns True, False or None for no
-    answer; None in its place asks nothing."""
+    answer; None in its place asks nothing. `free(folder)` is how many bytes are free on a volume."""
 
     def __init__(self, source, folder, ipsw=None, bundle=None, gui=False, ask=None,
-                 longest=None, settle=60.0, environment=None):
+                 longest=None, settle=60.0, environment=None,
+                 free=lambda folder: shutil.disk_usage(folder).free):
         self.source, self.folder = source, folder
         self.ipsw, self.bundle, self.gui, self.ask = ipsw, bundle, gui, ask
-        self.longest, self.settle = longest, settle
+        self.longest, self.settle, self.free = longest, settle, free
         self.environment = dict(os.environ if environment is None else environment)
         self.prefix = os.path.join(folder, "installed")
         self.program = os.path.join(self.prefix, "bin", "parlen-mac-vm")

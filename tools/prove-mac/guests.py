@@ -6,7 +6,7 @@ import shutil
 import signal
 
 from outcomes import Assumption, NotTried, Refuted
-from streams import HARD, PAUSE, RESUME, STOP, paused
+from streams import HARD, ORDERLY, PAUSE, RESUME, STOP, paused
 
 MACHINE = "src/platform/macos/machine.mm"
 FILES = "src/platform/macos/files.mm"
@@ -128,9 +128,10 @@ def orderly_stop(bench):
     except Refuted:
         if tool.ended:
             raise
-        stop_hard(tool)
+        tool.signal(signal.SIGTERM)
+        tool.expect_stopped((ORDERLY, HARD))  # it may have stopped before the signal came
         return
-    if not tool.events[-1]["reason"].startswith("guest stopped after host stop request"):
+    if not tool.events[-1]["reason"].startswith(ORDERLY):
         raise Refuted(f"the reason is '{tool.events[-1]['reason']}'")
     tool.expect_status(0)
 
@@ -166,10 +167,9 @@ def new_clone(bench):
 
 def taken_by_clone(bench, source):
     """How much of the volume was taken while a clone was made, in bytes."""
-    before = os.statvfs(bench.folder)
+    before = bench.free(bench.folder)
     clone_of(bench, source)
-    after = os.statvfs(bench.folder)
-    return (before.f_bavail - after.f_bavail) * before.f_frsize
+    return before - bench.free(bench.folder)
 
 
 def shared_storage(bench):

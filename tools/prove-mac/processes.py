@@ -176,7 +176,7 @@ class Tool:
             raise Refuted(f"it ended with status {seen}{self.so_far()}")
 
     def expect_stopped(self, reason="", status=0):
-        """Its end: a stopped line whose reason begins so, then the status."""
+        """Its end: a stopped line whose reason begins so (or in one of these ways), then the status."""
         event = self.expect(type="state", state="stopped")
         if not event.get("reason", "").startswith(reason):
             raise Refuted(f"it stopped with the reason '{event.get('reason')}'")
