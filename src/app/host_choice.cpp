@@ -50,16 +50,28 @@ std::unique_ptr<platform::Host> makeSimulatedHost(const HostChoice& choice,
   die(errorCode::badUsage, "unknown PARLEN_WINDOWS '" + windows + "'");
 }
 
+std::unique_ptr<platform::Host> makeNativeHost(const HostChoice& choice,
+                                               platform::NativePlatform& native) {
+  const std::string console = choice.console.value_or("");
+  if (!console.empty()) {
+    const auto opened = native.openConsole(console);
+    if (!opened) {
+      die(errorCode::badUsage, "unusable console " + console + ": " + opened.error().description);
+    }
+  }
+  return native.makeHost(warn);
+}
+
 }  // namespace
 
 HostChoice readEnvironment() {
   return {variable("PARLEN_HOST"), variable("PARLEN_SCENARIO"), variable("PARLEN_TRACE"),
-          variable("PARLEN_WINDOWS")};
+          variable("PARLEN_CONSOLE"), variable("PARLEN_WINDOWS")};
 }
 
 std::unique_ptr<platform::Host> makeChosenHost(const HostChoice& choice,
                                                platform::NativePlatform& native) {
-  if (!choice.host || *choice.host == native.hostName()) return native.makeHost(warn);
+  if (!choice.host || *choice.host == native.hostName()) return makeNativeHost(choice, native);
   if (*choice.host == "simulated") return makeSimulatedHost(choice, native);
   die(errorCode::badUsage, "unknown PARLEN_HOST '" + *choice.host + "'");
 }

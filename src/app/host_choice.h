@@ -13,6 +13,7 @@ struct HostChoice {
   std::optional<std::string> host = std::nullopt;      // PARLEN_HOST
   std::optional<std::string> scenario = std::nullopt;  // PARLEN_SCENARIO
   std::optional<std::string> trace = std::nullopt;     // PARLEN_TRACE
+  std::optional<std::string> console = std::nullopt;   // PARLEN_CONSOLE, of the native host
   // PARLEN_WINDOWS, for work on a window: "native" shows the simulated machine in a window of the
   // system's own, where the system can.
   std::optional<std::string> windows = std::nullopt;

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <string_view>
 
+#include "platform/error.h"
 #include "platform/event_loop.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -35,6 +37,12 @@ class NativePlatform {
   /// Makes the host that runs real guests. Nothing is probed before it is asked for. The host calls
   /// `warn` on the main thread.
   virtual std::unique_ptr<Host> makeHost(WarningSink warn) = 0;
+  /// Creates or truncates the file at `path`, to which the first serial port of the guests of a
+  /// host that is made later writes. Has no effect where guests have no serial port.
+  virtual Result<> openConsole(const std::string& path) {
+    (void)path;
+    return {};
+  }
   /// Whether that host's windows can show a machine that another host has made.
   virtual bool showsForeignMachines() const { return false; }
 };

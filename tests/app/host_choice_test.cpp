@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "support/tool.h"
 
 namespace parlen::test {
@@ -17,9 +20,15 @@ class FakeNative : public platform::NativePlatform {
     return nullptr;
   }
 
+  platform::Result<> openConsole(const std::string& path) override {
+    consoles.push_back(path);
+    if (path == "/full/console") return platform::error("Test", 1, "the disk is full");
+    return {};
+  }
   bool showsForeignMachines() const override { return showsForeign; }
 
   int hostsMade = 0;
+  std::vector<std::string> consoles;
   bool showsForeign = false;
 
  private:
@@ -75,6 +84,23 @@ TEST_F(ChoosingTheHost, RefusesWindowsThatTheSystemDoesNotHave) {
                   .contains("unknown PARLEN_WINDOWS 'native'"));
   EXPECT_TRUE(
       errorFor({.host = "simulated", .windows = "gtk"}).contains("unknown PARLEN_WINDOWS 'gtk'"));
+}
+
+TEST_F(ChoosingTheHost, OpensTheConsoleOfTheNativeOneAlone) {
+  (void)makeChosenHost({.console = ""}, native_);
+  (void)makeChosenHost({.host = "simulated", .console = "/console"}, native_);
+  EXPECT_EQ(native_.consoles, std::vector<std::string>{});
+
+  (void)makeChosenHost({.console = "/console"}, native_);
+  EXPECT_EQ(native_.consoles, std::vector<std::string>{"/console"});
+}
+
+TEST_F(ChoosingTheHost, RefusesAConsoleThatCannotBeOpened) {
+  (void)tool_.run({});
+  EXPECT_EQ(
+      errorFor({.console = "/full/console"}),
+      R"({"type":"error","code":"bad-usage","message":"unusable console \/full\/console: the disk is full"})");
+  EXPECT_EQ(native_.hostsMade, 0);
 }
 
 TEST_F(ChoosingTheHost, RefusesAScenarioThatCannotBeUsed) {

@@ -1,4 +1,4 @@
-"""The documents' links. PARLEN_SOURCE: the tree; PARLEN_CMAKE: the cmake program; PARLEN_DOCS: the
+"""The documents: their links, and what they must name. PARLEN_SOURCE: the tree; PARLEN_CMAKE: the cmake program; PARLEN_DOCS: the
 build folder of docs/, from which they are installed."""
 
 import os
@@ -50,6 +50,18 @@ class LinksTest(unittest.TestCase):
             for target in LINK.findall(document.read_text())
             if not (document.parent / target).exists()
         ]
+
+
+class EnvironmentTest(unittest.TestCase):
+    def test_man_page_has_every_variable_of_the_program(self):
+        tree = pathlib.Path(os.environ["PARLEN_SOURCE"])
+        read = re.compile(r'(?:variable|getenv)\("([A-Z_]+)"\)')
+        variables = {name for suffix in ("*.cpp", "*.mm") for source in (tree / "src").rglob(suffix)
+                     for name in read.findall(source.read_text())}
+        self.assertIn("PARLEN_HOST", variables)
+        page = (tree / "docs" / "parlen-mac-vm.1").read_text()
+        environment = page.split(".SH ENVIRONMENT")[1].split(".SH ")[0]
+        self.assertEqual({name for name in variables if name not in environment}, set())
 
 
 if __name__ == "__main__":

@@ -1,5 +1,6 @@
 """A real guest in a real window: typed keys reach the guest, and a user's clicks reach the parent."""
 
+import json
 import os
 import pathlib
 import signal
@@ -26,6 +27,7 @@ class GuestTest(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         self.logs = self.folder / "logs"
         self.logs.mkdir()
+        self.console = self.folder / "console"
         self.bundle = self.folder / "guest"
         subprocess.run([PROGRAM, "create", "--ipsw", IMAGE, "--bundle", self.bundle,
                         "--disk-gb", "1"], check=True, capture_output=True)
@@ -35,7 +37,7 @@ class GuestTest(unittest.TestCase):
 
     def booted(self, *options):
         tool = Tool(PROGRAM, "run", "--bundle", self.bundle, "--logs-share", self.logs, *options,
-                    environment=self.display.environment())
+                    environment=self.display.environment() | {"PARLEN_CONSOLE": str(self.console)})
         self.addCleanup(tool.close)
         tool.wait_for(state="running")
         until((self.logs / "booted").exists, f"the start of the guest; {tool.log()}", BOOT_TIMEOUT)
@@ -79,6 +81,18 @@ class GuestTest(unittest.TestCase):
         self.press(tool, "return")
         self.assertEqual("edited\n", self.written("edited"))
         self.stop(tool)
+        # The shell on the guest's first serial port.
+        self.assertIn("guest# ", self.console.read_text(errors="replace"))
+
+    def test_a_console_that_cannot_be_opened_is_an_error(self):
+        path = str(self.folder / "none" / "console")
+        tool = subprocess.run([PROGRAM, "status", "--bundle", self.bundle], capture_output=True,
+                              env=os.environ | {"PARLEN_CONSOLE": path}, text=True)
+        self.assertEqual(1, tool.returncode)
+        error = json.loads(tool.stdout)
+        self.assertEqual("bad-usage", error["code"])
+        self.assertEqual(f"unusable console {path}: could not create the file {path}: "
+                         "No such file or directory", error["message"])
 
     def test_headless_guest_is_shown_and_clicks_are_sent(self):
         tool = self.booted()

@@ -143,7 +143,7 @@ platform::MachineConfiguration configuration() {
 
 TEST(Arguments, DescribeTheWholeMachine) {
   EXPECT_THAT(
-      buildArguments(configuration(), Acceleration::emulation, Networking::user),
+      buildArguments(configuration(), Acceleration::emulation, Networking::user, Console::none),
       ElementsAre(
           "-nodefaults", "-no-user-config", "-S",                               //
           "-machine", "q35,pflash0=firmware,pflash1=variables",                 //
@@ -177,23 +177,40 @@ TEST(Arguments, DescribeTheWholeMachine) {
 }
 
 TEST(Arguments, ConnectTheNetworkToASocketOfPasst) {
-  auto expected = buildArguments(configuration(), Acceleration::emulation, Networking::user);
+  auto expected =
+      buildArguments(configuration(), Acceleration::emulation, Networking::user, Console::none);
   std::ranges::replace(expected, "user,id=net0",
-                       "stream,id=net0,server=off,addr.type=fd,addr.str=4");
+                       "stream,id=net0,server=off,addr.type=fd,addr.str=5");
 
-  EXPECT_EQ(buildArguments(configuration(), Acceleration::emulation, Networking::passt), expected);
+  EXPECT_EQ(
+      buildArguments(configuration(), Acceleration::emulation, Networking::passt, Console::none),
+      expected);
 }
 
 TEST(Arguments, GiveEachNetworkDeviceItsOwnSocket) {
   auto machine = configuration();
   machine.networkDevices.push_back(machine.networkDevices.front());
 
-  EXPECT_THAT(buildArguments(machine, Acceleration::emulation, Networking::passt),
-              Contains("stream,id=net1,server=off,addr.type=fd,addr.str=5"));
+  EXPECT_THAT(buildArguments(machine, Acceleration::emulation, Networking::passt, Console::none),
+              Contains("stream,id=net1,server=off,addr.type=fd,addr.str=6"));
+}
+
+TEST(Arguments, ConnectASerialPortToAnOpenFile) {
+  auto expected =
+      buildArguments(configuration(), Acceleration::emulation, Networking::user, Console::none);
+  const std::vector<std::string> port{"-add-fd",  "fd=4,set=0",
+                                      "-chardev", "file,id=console,path=/dev/fdset/0,append=on",
+                                      "-serial",  "chardev:console"};
+  expected.insert(std::ranges::find(expected, "-display"), port.begin(), port.end());
+
+  EXPECT_EQ(
+      buildArguments(configuration(), Acceleration::emulation, Networking::user, Console::file),
+      expected);
 }
 
 TEST(Arguments, NameTheAcceleration) {
-  const auto arguments = buildArguments(configuration(), Acceleration::kvm, Networking::user);
+  const auto arguments =
+      buildArguments(configuration(), Acceleration::kvm, Networking::user, Console::none);
 
   EXPECT_THAT(arguments, Contains("kvm"));
   EXPECT_THAT(arguments, Not(Contains("tcg")));
@@ -206,7 +223,8 @@ TEST(Arguments, DoubleTheCommasOfPaths) {
       {std::make_shared<DiskAttachment>("/c,,d", DiskKind::file, DiskAccess::readWrite)}};
   machine.directorySharingDevices[0].path = ",e";
 
-  const auto arguments = buildArguments(machine, Acceleration::emulation, Networking::user);
+  const auto arguments =
+      buildArguments(machine, Acceleration::emulation, Networking::user, Console::none);
 
   EXPECT_THAT(arguments, Contains(HasSubstr("file.filename=/a,,b,,read-only=on")));
   EXPECT_THAT(arguments, Contains(HasSubstr("file.filename=/c,,,,d,file.aio")));
@@ -217,7 +235,7 @@ TEST(Arguments, LeaveTheAddressToQemuIfThereIsNone) {
   auto machine = configuration();
   machine.networkDevices[0].macAddress.reset();
 
-  EXPECT_THAT(buildArguments(machine, Acceleration::emulation, Networking::user),
+  EXPECT_THAT(buildArguments(machine, Acceleration::emulation, Networking::user, Console::none),
               Contains("virtio-net-pci,netdev=net0"));
 }
 
@@ -226,7 +244,7 @@ TEST(Arguments, OpenABlockDeviceReadOnly) {
   machine.storageDevices = {
       {std::make_shared<DiskAttachment>("/dev/sdz", DiskKind::blockDevice, DiskAccess::readOnly)}};
 
-  EXPECT_THAT(buildArguments(machine, Acceleration::emulation, Networking::user),
+  EXPECT_THAT(buildArguments(machine, Acceleration::emulation, Networking::user, Console::none),
               Contains("driver=raw,node-name=disk0,discard=unmap,read-only=on,"
                        "file.driver=host_device,file.filename=/dev/sdz,file.aio=threads,"
                        "file.discard=unmap"));
@@ -242,7 +260,8 @@ TEST(Arguments, GiveAMachineWithoutDevicesNone) {
   machine.pointingDevices.clear();
   machine.directorySharingDevices.clear();
 
-  const auto arguments = buildArguments(machine, Acceleration::emulation, Networking::user);
+  const auto arguments =
+      buildArguments(machine, Acceleration::emulation, Networking::user, Console::none);
 
   for (const char* part : {"VGA", "virtio-", "usb-", "-netdev", "-fsdev", "-object"}) {
     EXPECT_THAT(arguments, Not(Contains(HasSubstr(part)))) << part;

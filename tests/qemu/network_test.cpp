@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host_fixture.h"
+#include "platform/posix/files.h"
 
 namespace parlen::qemu {
 namespace {
@@ -19,7 +20,7 @@ using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
 /// A QEMU and a passt that are shell scripts, so that each can fail in its own way. Descriptor 3 is
-/// QEMU's control socket and passt's network, descriptor 4 is QEMU's network.
+/// QEMU's control socket and passt's network, descriptor 4 is QEMU's console, 5 its network.
 class NetworkTest : public HostTest {
  protected:
   void SetUp() override {
@@ -75,6 +76,7 @@ class NetworkTest : public HostTest {
   void withNameServers(std::vector<std::string> addresses) {
     plan_.nameServers = std::move(addresses);
   }
+  void withConsole(int descriptor) { plan_.console = descriptor; }
   void withoutPasst() { plan_.passt.reset(); }
   void withoutNetwork() { plan_.configuration.networkDevices.clear(); }
 
@@ -88,6 +90,18 @@ class NetworkTest : public HostTest {
   QemuPlan plan_;
 };
 
+TEST_F(NetworkTest, LeavesTheConsoleItsDescriptor) {
+  const posix::Descriptor console = posix::openForAppending(path("console"));
+  withConsole(console.get());
+  passt(untilQemuEnds);
+  emulator("greet; echo \"guest\" >&4; echo \"$network\" >network; wait_for_end");
+
+  start();
+
+  EXPECT_EQ(written("console"), "guest\n");
+  EXPECT_EQ(written("network"), "stream,id=net0,server=off,addr.type=fd,addr.str=5\n");
+}
+
 TEST_F(NetworkTest, GoesThroughPasst) {
   passt("echo \"$*\" >passt-arguments; echo noise; " + std::string(untilQemuEnds));
   emulator(emulated);
@@ -97,7 +111,7 @@ TEST_F(NetworkTest, GoesThroughPasst) {
 
   EXPECT_THAT(heard, ElementsAre("ready"));
   EXPECT_EQ(written("passt-arguments"), "--foreground --fd 3 --no-map-gw\n");
-  EXPECT_EQ(written("network"), "stream,id=net0,server=off,addr.type=fd,addr.str=4\n");
+  EXPECT_EQ(written("network"), "stream,id=net0,server=off,addr.type=fd,addr.str=5\n");
 }
 
 TEST_F(NetworkTest, TellsPasstOfNameServers) {
@@ -113,7 +127,7 @@ TEST_F(NetworkTest, TellsPasstOfNameServers) {
 
 TEST_F(NetworkTest, ConnectsPasstAndQemu) {
   passt("read -r line <&3; echo \"$line\" >frames; " + std::string(untilQemuEnds));
-  emulator("echo 'a frame' >&4; greet; wait_for_end");
+  emulator("echo 'a frame' >&5; greet; wait_for_end");
 
   start();
 
@@ -156,13 +170,13 @@ TEST_F(NetworkTest, NeedsNoPasstIfThereIsNone) {
 TEST_F(NetworkTest, IsLostWhenPasstFailsAtItsStart) {
   passt("echo 'a note' >&2; echo 'no interface' >&2; exit 1");
   // passt has ended before QEMU is ready.
-  emulator("cat <&4; greet; echo \"$network\" >network; answer; wait_for_end");
+  emulator("cat <&5; greet; echo \"$network\" >network; answer; wait_for_end");
 
   start();
   runUntilHeard(2);
 
   EXPECT_THAT(heard, UnorderedElementsAre("ready", "passt has ended with status 1: no interface"));
-  EXPECT_EQ(written("network"), "stream,id=net0,server=off,addr.type=fd,addr.str=4\n");
+  EXPECT_EQ(written("network"), "stream,id=net0,server=off,addr.type=fd,addr.str=5\n");
 }
 
 TEST_F(NetworkTest, IsLostWhenPasstCannotBeExecuted) {
@@ -179,7 +193,7 @@ TEST_F(NetworkTest, IsLostWhenPasstCannotBeExecuted) {
 
 TEST_F(NetworkTest, IsLostWhenPasstIsKilledLater) {
   passt("read -r line <&3; echo 'an old message' >&2; kill -KILL $$");
-  emulator("greet; echo >&4; answer; wait_for_end");
+  emulator("greet; echo >&5; answer; wait_for_end");
 
   start();
   runUntilHeard(2);
@@ -203,7 +217,7 @@ TEST_F(NetworkTest, IsNotLostWhenQemuEnds) {
   // passt has been reaped before QEMU ends.
   emulator(R"sh(
     greet; until [ -s passt-number ]; do :; done
-    exec 4>&-; while [ -e "/proc/$(cat passt-number)" ]; do :; done; exit 0)sh");
+    exec 5>&-; while [ -e "/proc/$(cat passt-number)" ]; do :; done; exit 0)sh");
 
   start();
   runUntilHeard(2);
@@ -213,7 +227,7 @@ TEST_F(NetworkTest, IsNotLostWhenQemuEnds) {
 
 TEST_F(NetworkTest, LossDoesNotHideThatQemuFails) {
   passt("exit 1");
-  emulator("cat <&4; echo 'no such disk' >&2; exit 1");
+  emulator("cat <&5; echo 'no such disk' >&2; exit 1");
 
   start();
   runUntilHeard(1);

@@ -27,6 +27,10 @@ Descriptor openNew(const std::string& path) {
   return Descriptor(open(path.c_str(), creating | O_EXCL, fileMode));
 }
 
+Descriptor openForAppending(const std::string& path) {
+  return Descriptor(open(path.c_str(), creating | O_TRUNC | O_APPEND, fileMode));
+}
+
 int writeAndClose(Descriptor file, std::string_view bytes) {
   if (const int code = writeAll(file.get(), bytes)) return code;
   return file.close() ? 0 : errno;
@@ -34,7 +38,7 @@ int writeAndClose(Descriptor file, std::string_view bytes) {
 
 std::expected<std::unique_ptr<platform::AppendingFile>, int> createForAppending(
     const std::string& path) {
-  Descriptor file(open(path.c_str(), creating | O_TRUNC | O_APPEND, fileMode));
+  Descriptor file = openForAppending(path);
   if (!file) return std::unexpected(errno);
   return std::make_unique<OpenFile>(std::move(file));
 }

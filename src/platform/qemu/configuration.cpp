@@ -206,6 +206,15 @@ void addDevices(Arguments& arguments, const MachineConfiguration& configuration,
   arguments.add("-device", "pvpanic-pci");
 }
 
+/// The file is named by a set of descriptors (QEMU docs/system/invocation: -add-fd), so that it is
+/// the one that this process has opened.
+void addConsole(Arguments& arguments, Console console) {
+  if (console == Console::none) return;
+  arguments.add("-add-fd", "fd=" + std::to_string(consoleDescriptor) + ",set=0");
+  arguments.add("-chardev", "file,id=console,path=/dev/fdset/0,append=on");
+  arguments.add("-serial", "chardev:console");
+}
+
 /// No port is opened and no window. The VNC server is there for viewers that the monitor socket
 /// adds later (add_client).
 void addConnections(Arguments& arguments) {
@@ -236,10 +245,12 @@ Result<> validate(const MachineConfiguration& configuration, const MachineLimits
 }
 
 std::vector<std::string> buildArguments(const MachineConfiguration& configuration,
-                                        Acceleration acceleration, Networking networking) {
+                                        Acceleration acceleration, Networking networking,
+                                        Console console) {
   Arguments arguments;
   addBoard(arguments, configuration, acceleration);
   addDevices(arguments, configuration, networking);
+  addConsole(arguments, console);
   addConnections(arguments);
   return arguments.take();
 }

@@ -26,12 +26,18 @@ enum class Acceleration { kvm, emulation };
 /// What connects a guest to the host's network: QEMU itself, or passt(1).
 enum class Networking { user, passt };
 
+/// What the first serial port of a guest is connected to. Without a file it has no serial port.
+enum class Console { none, file };
+
 /// QEMU's descriptor for its end of the monitor socket.
 inline constexpr int monitorDescriptor = 3;
 
+/// QEMU's descriptor for the file that the serial port writes to.
+inline constexpr int consoleDescriptor = 4;
+
 /// QEMU's descriptor for the socket of the first network device, with passt. The numbers of further
 /// devices' sockets follow.
-inline constexpr int networkDescriptor = 4;
+inline constexpr int networkDescriptor = 5;
 
 /// QEMU's name for what a network device is connected to.
 std::string networkName(std::size_t index);
@@ -41,7 +47,8 @@ inline constexpr std::string_view shareTag = "parlen-share";
 
 /// QEMU's arguments for a valid configuration. Pure.
 std::vector<std::string> buildArguments(const platform::MachineConfiguration& configuration,
-                                        Acceleration acceleration, Networking networking);
+                                        Acceleration acceleration, Networking networking,
+                                        Console console);
 
 /// `value` for use inside an option of QEMU, where a comma ends a value and ",," is a comma.
 std::string escapeOption(std::string_view value);

@@ -3,11 +3,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
+#include "platform/linux/error.h"
 #include "platform/linux/socket_pair.h"
 #include "platform/linux/system.h"
 #include "platform/platform.h"
+#include "platform/posix/files.h"
 #include "platform/qemu/configuration.h"
 #include "platform/qemu/error.h"
 #include "platform/qemu/guest_platform.h"
@@ -51,8 +54,8 @@ std::int64_t Capabilities::processorCount() {
 platform::MachineLimits Capabilities::limits() { return limitsFor(processorCount(), hostMemory()); }
 
 MachineFactory::MachineFactory(linux::EventLoop& loop, platform::WarningSink warn,
-                               platform::HostCapabilities& capabilities)
-    : loop_(loop), warn_(std::move(warn)), capabilities_(capabilities) {}
+                               platform::HostCapabilities& capabilities, std::optional<int> console)
+    : loop_(loop), warn_(std::move(warn)), capabilities_(capabilities), console_(console) {}
 
 std::shared_ptr<const platform::AuxiliaryStorage> MachineFactory::openAuxiliaryStorage(
     const std::string& path) {
@@ -86,17 +89,23 @@ Result<> MachineFactory::validate(const platform::MachineConfiguration& configur
 
 std::unique_ptr<platform::VirtualMachine> MachineFactory::createMachine(
     const platform::MachineConfiguration& configuration) {
-  return std::make_unique<Machine>(loop_, warn_, configuration, installedEmulator(loop_, warn_));
+  return std::make_unique<Machine>(loop_, warn_, configuration,
+                                   installedEmulator(loop_, warn_, console_));
 }
 
-Host::Host(linux::EventLoop& loop, platform::WarningSink warn, platform::Work reserveOutput)
+Host::Host(linux::EventLoop& loop, platform::WarningSink warn, platform::Work reserveOutput,
+           posix::Descriptor console)
     : loop_(loop),
       warn_(std::move(warn)),
       reserveOutput_(std::move(reserveOutput)),
+      console_(std::move(console)),
       application_(loop) {}
 
 platform::MachineFactory& Host::machines() {
-  if (!machines_) machines_.emplace(loop_, warn_, capabilities_);
+  if (!machines_) {
+    machines_.emplace(loop_, warn_, capabilities_,
+                      console_ ? std::optional(console_.get()) : std::nullopt);
+  }
   return *machines_;
 }
 
@@ -129,12 +138,19 @@ class LinuxPlatform final : public NativePlatform {
   std::string_view hostName() const override { return "qemu"; }
   bool showsForeignMachines() const override { return true; }  // a test picture
   std::unique_ptr<Host> makeHost(WarningSink warn) override {
-    return std::make_unique<qemu::Host>(system_.loop(), std::move(warn),
-                                        [this] { system_.streams().reserveOutput(); });
+    return std::make_unique<qemu::Host>(
+        system_.loop(), std::move(warn), [this] { system_.streams().reserveOutput(); },
+        std::move(console_));
+  }
+  Result<> openConsole(const std::string& path) override {
+    console_ = posix::openForAppending(path);
+    if (!console_) return linux::error("create the file " + path, errno);
+    return {};
   }
 
  private:
   linux::System system_;
+  posix::Descriptor console_;  // until a host is made
 };
 
 }  // namespace

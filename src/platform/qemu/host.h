@@ -11,6 +11,7 @@
 #include "platform/gtk/module.h"
 #include "platform/host.h"
 #include "platform/linux/event_loop.h"
+#include "platform/posix/descriptor.h"
 #include "platform/qemu/handles.h"
 #include "platform/qemu/restoration.h"
 #include "platform/window_system.h"
@@ -28,8 +29,9 @@ class Capabilities : public platform::HostCapabilities {
 /// Machines whose handles come from this host.
 class MachineFactory : public platform::MachineFactory {
  public:
+  /// `console`: see installedEmulator.
   MachineFactory(linux::EventLoop& loop, platform::WarningSink warn,
-                 platform::HostCapabilities& capabilities);
+                 platform::HostCapabilities& capabilities, std::optional<int> console);
 
   std::shared_ptr<const platform::AuxiliaryStorage> openAuxiliaryStorage(
       const std::string& path) override;
@@ -46,6 +48,7 @@ class MachineFactory : public platform::MachineFactory {
   linux::EventLoop& loop_;
   platform::WarningSink warn_;
   platform::HostCapabilities& capabilities_;
+  std::optional<int> console_;
 };
 
 /// A process without windows, which no desktop knows.
@@ -65,8 +68,10 @@ class HeadlessApplication : public platform::Application {
 /// Runs guests on QEMU. Construction probes nothing; each part is made when it is first asked for.
 class Host : public platform::Host {
  public:
-  /// `reserveOutput` runs before the window module is loaded, whose libraries may print.
-  Host(linux::EventLoop& loop, platform::WarningSink warn, platform::Work reserveOutput);
+  /// `reserveOutput` runs before the window module is loaded, whose libraries may print. `console`
+  /// is an open file for the first serial port of the guests, or none; then they have no such port.
+  Host(linux::EventLoop& loop, platform::WarningSink warn, platform::Work reserveOutput,
+       posix::Descriptor console = posix::Descriptor());
 
   platform::HostCapabilities& capabilities() override { return capabilities_; }
   platform::GuestIdentities& identities() override { return identities_; }
@@ -79,6 +84,7 @@ class Host : public platform::Host {
   linux::EventLoop& loop_;
   platform::WarningSink warn_;
   platform::Work reserveOutput_;
+  posix::Descriptor console_;
   Capabilities capabilities_;
   Identities identities_;
   HeadlessApplication application_;

@@ -52,8 +52,9 @@ Acceleration chooseAcceleration(const platform::WarningSink& warn) {
 
 }  // namespace
 
-Launcher installedEmulator(linux::EventLoop& loop, platform::WarningSink warn) {
-  return [&loop, warn = std::move(warn)](
+Launcher installedEmulator(linux::EventLoop& loop, platform::WarningSink warn,
+                           std::optional<int> console) {
+  return [&loop, console, warn = std::move(warn)](
              const platform::MachineConfiguration& configuration,
              QemuProcess::Handlers handlers) -> Result<std::unique_ptr<QemuProcess>> {
     const auto emulator = findEmulator(configuration);
@@ -64,7 +65,8 @@ Launcher installedEmulator(linux::EventLoop& loop, platform::WarningSink warn) {
                       .passt = passt ? std::optional(*passt) : std::nullopt,
                       .nameServers = passt ? hostNameServers() : std::vector<std::string>(),
                       .configuration = configuration,
-                      .acceleration = chooseAcceleration(warn)},
+                      .acceleration = chooseAcceleration(warn),
+                      .console = console},
                      std::move(handlers));
   };
 }

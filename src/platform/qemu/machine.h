@@ -20,8 +20,10 @@ using Launcher = std::function<platform::Result<std::unique_ptr<QemuProcess>>(
     const platform::MachineConfiguration&, QemuProcess::Handlers)>;
 
 /// Launches the emulator that is installed; `warn` gets a sentence if it has no acceleration. The
-/// configuration's parts are this host's own. `loop` must outlive the processes.
-Launcher installedEmulator(linux::EventLoop& loop, platform::WarningSink warn);
+/// configuration's parts are this host's own. `console` is an open file for the guest's first
+/// serial port, if it shall have one. `loop` must outlive the processes.
+Launcher installedEmulator(linux::EventLoop& loop, platform::WarningSink warn,
+                           std::optional<int> console);
 
 /// One guest: a QEMU process from its start until it is reaped. Destroying the machine kills the
 /// process and drops the callbacks that have not run.

@@ -14,6 +14,16 @@ namespace {
 
 using platform::Result;
 
+/// `networkSockets` are the ends of the network devices' sockets, with passt.
+QemuProcess::Command commandOf(const QemuPlan& plan, std::vector<int> networkSockets) {
+  const auto networking = plan.passt ? Networking::passt : Networking::user;
+  const auto console = plan.console ? Console::file : Console::none;
+  return {.program = plan.emulator,
+          .arguments = buildArguments(plan.configuration, plan.acceleration, networking, console),
+          .networkSockets = std::move(networkSockets),
+          .console = plan.console};
+}
+
 /// passt's arguments. Without --no-map-gw it takes the gateway's address for the host itself.
 std::vector<std::string> passtArguments(int descriptor,
                                         const std::vector<std::string>& nameServers) {
@@ -77,12 +87,7 @@ Result<> NetworkedQemu::start(const QemuPlan& plan) {
   }
   Handlers handlers = handlers_;
   handlers.monitor.onReady = [this] { onReady(); };
-  auto qemu = QemuProcess::start(
-      loop_,
-      {.program = plan.emulator,
-       .arguments = buildArguments(plan.configuration, plan.acceleration, Networking::passt),
-       .networkSockets = std::move(numbers)},
-      std::move(handlers));
+  auto qemu = QemuProcess::start(loop_, commandOf(plan, std::move(numbers)), std::move(handlers));
   if (!qemu) return std::unexpected(std::move(qemu).error());
   qemu_ = *std::move(qemu);
   // Only now, so that QEMU, which takes longer, does not wait for it.
@@ -133,14 +138,7 @@ void NetworkedQemu::reportLoss(std::size_t index) {
 
 Result<std::unique_ptr<QemuProcess>> startQemu(linux::EventLoop& loop, const QemuPlan& plan,
                                                QemuProcess::Handlers handlers) {
-  if (!plan.passt) {
-    return QemuProcess::start(
-        loop,
-        {.program = plan.emulator,
-         .arguments = buildArguments(plan.configuration, plan.acceleration, Networking::user),
-         .networkSockets = {}},
-        std::move(handlers));
-  }
+  if (!plan.passt) return QemuProcess::start(loop, commandOf(plan, {}), std::move(handlers));
   auto qemu = std::make_unique<NetworkedQemu>(loop, *plan.passt, std::move(handlers));
   if (auto started = qemu->start(plan); !started) {
     return std::unexpected(std::move(started).error());

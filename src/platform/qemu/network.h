@@ -25,6 +25,7 @@ struct QemuPlan {
   std::vector<std::string> nameServers;  // for passt; empty: those that it finds by itself
   platform::MachineConfiguration configuration;
   Acceleration acceleration;
+  std::optional<int> console = std::nullopt;  // the descriptor of the file for the serial port
 };
 
 /// Starts QEMU for a machine. With passt, each network device has one of its own, which ends with

@@ -168,6 +168,7 @@ platform::Result<> StartedQemu::start(linux::EventLoop& loop, Command command,
   auto sockets = linux::makeSocketPair();
   if (!sockets) return linux::error("make QEMU's control socket", sockets.error());
   std::vector<std::pair<int, int>> descriptors{{monitorDescriptor, sockets->theirs.get()}};
+  if (command.console) descriptors.emplace_back(consoleDescriptor, *command.console);
   int number = networkDescriptor;
   for (const int socket : command.networkSockets) descriptors.emplace_back(number++, socket);
   auto process = Subprocess::start(loop,

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -99,6 +100,8 @@ class QemuProcess {
     std::vector<std::string> arguments;
     /// Become QEMU's descriptors from `networkDescriptor` on.
     std::vector<int> networkSockets;
+    /// Becomes QEMU's `consoleDescriptor`.
+    std::optional<int> console = std::nullopt;
   };
 
   static platform::Result<std::unique_ptr<QemuProcess>> start(linux::EventLoop& loop,
