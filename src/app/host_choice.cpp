@@ -40,7 +40,8 @@ std::optional<std::string> variable(const char* name) {
 std::unique_ptr<platform::Host> makeSimulatedHost(const HostChoice& choice,
                                                   platform::NativePlatform& native) {
   auto host = simulated::makeHost(native.system(), {.scenarioPath = choice.scenario.value_or(""),
-                                                    .tracePath = choice.trace.value_or("")});
+                                                    .tracePath = choice.trace.value_or(""),
+                                                    .warn = warn});
   if (!host) die(errorCode::badUsage, host.error());
   const std::string windows = choice.windows.value_or("");
   if (windows.empty()) return *std::move(host);

@@ -41,9 +41,10 @@ def script(world):
     steps = []
     for _ in range(world.pick(0, 0, 1, 2, 5)):
         event = world.pick("guest-stops", "stops-with-error", "network-disconnects",
-                           "enters-error-state", "clicks-later", "clicks-done", "closes-window")
+                           "enters-error-state", "clicks-later", "clicks-done", "closes-window",
+                           "guest-panics", "disk-fills", "disk-has-room")
         step = {"atMs": world.rng.randint(0, 300), "event": event}
-        if event in ("stops-with-error", "network-disconnects"):
+        if event in ("stops-with-error", "network-disconnects", "disk-fills"):
             step["error"] = error(world)
         steps.append(step)
     return steps

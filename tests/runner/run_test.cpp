@@ -379,6 +379,28 @@ TEST(Running, OnlyWarnsOfALostNetwork) {
   EXPECT_EQ(given.tool.warnings(), "parlen-mac-vm: network attachment disconnected (cable)\n");
 }
 
+TEST(Running, SaysThatTheDiskHoldsTheGuestAndGoesOn) {
+  HeadlessRun given(
+      R"({"script":[{"atMs":5,"event":"disk-fills","error":{"description":"No space left"}},
+                    {"atMs":15,"event":"disk-has-room"}]})");
+  given.tool.sendAt(10, pause);
+  given.tool.sendAt(20, resume);
+  EXPECT_EQ(given.run(), stillRunning());
+  EXPECT_EQ(given.eventsAfterRunning(),
+            (Lines{error("pause-refused", "cannot pause the guest: the VM is paused"), resumed}));
+  EXPECT_EQ(given.tool.warnings(),
+            "parlen-mac-vm: the guest is paused: writing its disk failed (No space left); resuming "
+            "tries again\n");
+}
+
+TEST(RunEnds, WithACrashWhenTheGuestPanics) {
+  HeadlessRun given(R"({"script":[{"atMs":5,"event":"guest-panics"}]})");
+  EXPECT_EQ(given.run(), endedWith(1));
+  const std::string reason = "the guest's operating system has crashed";
+  EXPECT_EQ(given.eventsAfterRunning(),
+            (Lines{error("boot-failed", reason), stopped(reason, true)}));
+}
+
 // --- Before the machine starts ---
 
 TEST(Starting, NeedsADirectory) {

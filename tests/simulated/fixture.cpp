@@ -10,7 +10,9 @@ namespace parlen::test {
 
 void HostTest::useScenario(const std::string& json) {
   write("scenario.json", json);
-  auto made = simulated::makeHost(system_, {path("scenario.json"), path("trace")});
+  auto made = simulated::makeHost(
+      system_, {path("scenario.json"), path("trace"),
+                [this](std::string_view what) { warnings_.emplace_back(what); }});
   ASSERT_TRUE(made) << made.error();
   host_ = std::move(*made);
 }

@@ -37,6 +37,7 @@ class HostTest : public ::testing::Test {
   long long milliseconds();
 
   TestSystem system_;
+  std::vector<std::string> warnings_;
 
  private:
   TemporaryDirectory directory_;

@@ -5,6 +5,7 @@ namespace {
 
 using Machine = MachineTest;
 using MachineEnds = MachineTest;
+using MachineDisk = MachineTest;
 
 TEST_F(Machine, IsStoppedUntilItIsStarted) {
   given("{}");
@@ -45,6 +46,13 @@ TEST_F(Machine, FailsToStartAsTheScenarioSays) {
   start();
   pass(1000);
   EXPECT_EQ(story_, (Story{"30 not started (one too many): error"}));
+}
+
+TEST_F(Machine, FailsToStartWhenTheGuestIsInUse) {
+  given(R"({"machine":{"startMs":30,"startError":{},"inUse":true}})");
+  start();
+  pass(1000);
+  EXPECT_EQ(story_, (Story{"30 not started (the guest is in use by another process): error"}));
 }
 
 TEST_F(Machine, PassesTheWholeErrorOn) {
@@ -355,6 +363,15 @@ TEST_F(MachineEnds, StopsWithAnErrorByTheScriptAndOnlyOnce) {
   EXPECT_EQ(story_, (Story{"0 started: running", "10 stopped with error (panic): error"}));
 }
 
+TEST_F(MachineEnds, StopsWithAnErrorWhenTheGuestPanics) {
+  given(R"({"script":[{"atMs":10,"event":"guest-panics"},{"atMs":20,"event":"guest-stops"}]})");
+  start();
+  pass(100);
+  EXPECT_EQ(story_, (Story{"0 started: running",
+                           "10 stopped with error (the guest's operating system has crashed):"
+                           " error"}));
+}
+
 TEST_F(MachineEnds, StopsWithAnErrorInTheMiddleOfAHardStop) {
   given(R"({"machine":{"stopMs":50},"script":[{"atMs":10,"event":"stops-with-error"}]})");
   start();
@@ -411,6 +428,68 @@ TEST_F(MachineEnds, TellsNobodyWithoutADelegate) {
   pass(100);
   EXPECT_EQ(story_, (Story{"0 started: running"}));
   EXPECT_EQ(state(), "stopped");
+}
+
+const std::string full = "the guest is paused: writing its disk failed (";
+const std::string again = "); resuming tries again";
+
+TEST_F(MachineDisk, HoldsTheGuestUntilThereIsRoomAndItIsResumed) {
+  given(R"({"script":[{"atMs":10,"event":"disk-fills","error":{"description":"No space"}},
+                      {"atMs":20,"event":"disk-fills"},{"atMs":30,"event":"disk-has-room"}]})");
+  start();
+  pass(10);
+  EXPECT_EQ(state(), "paused");
+  EXPECT_EQ(warnings_, (Story{full + "No space" + again}));
+  EXPECT_FALSE(machine_->canRequestStop());
+  pass(30);
+  EXPECT_EQ(state(), "paused") << "room alone resumes nothing";
+  resume();
+  pass(100);
+  EXPECT_EQ(story_, (Story{"0 started: running", "40 resumed: running"}));
+  EXPECT_EQ(state(), "running");
+  EXPECT_EQ(warnings_.size(), 1U);
+}
+
+TEST_F(MachineDisk, HoldsTheGuestAgainWhenItIsResumedTooSoon) {
+  given(R"({"script":[{"atMs":10,"event":"disk-fills"}]})");
+  start();
+  pass(10);
+  resume();
+  pass(0);
+  EXPECT_EQ(story_, (Story{"0 started: running", "10 resumed: running"}));
+  EXPECT_EQ(state(), "paused");
+  EXPECT_EQ(warnings_, (Story(2, full + "simulated failure" + again)));
+}
+
+TEST_F(MachineDisk, HoldsAGuestWhoseDiskFilledWhileItStarted) {
+  given(R"({"machine":{"startMs":50},"script":[{"atMs":10,"event":"disk-fills"}]})");
+  start();
+  pass(100);
+  EXPECT_EQ(story_, (Story{"50 started: running"}));
+  EXPECT_EQ(state(), "paused");
+}
+
+TEST_F(MachineDisk, HoldsAGuestThatFailsToPause) {
+  given(
+      R"({"machine":{"pauseMs":20,"pauseError":{}},"script":[{"atMs":10,"event":"disk-fills"}]})");
+  start();
+  pass(0);
+  pause();
+  pass(100);
+  EXPECT_EQ(story_, (Story{"0 started: running", "20 not paused (simulated failure): running"}));
+  EXPECT_EQ(state(), "paused");
+}
+
+TEST_F(MachineDisk, HoldsAShutdownUp) {
+  given(R"({"machine":{"shutdownMs":50},"script":[{"atMs":10,"event":"disk-fills"}]})");
+  start();
+  pass(0);
+  EXPECT_EQ(requestStop(), "asked");
+  pass(1000);
+  EXPECT_EQ(state(), "paused");
+  stop();
+  pass(0);
+  EXPECT_EQ(story_, (Story{"0 started: running", "1000 stopped hard: stopped"}));
 }
 
 }  // namespace

@@ -41,6 +41,7 @@ TEST(Scenario, RunsAtOnceByDefault) {
   const MachineScenario machine = parsed(R"({"machine":{}})").machine;
   EXPECT_EQ(machine.startMs, milliseconds(0));
   EXPECT_EQ(machine.startError, std::nullopt);
+  EXPECT_FALSE(machine.inUse);
   EXPECT_EQ(machine.canRequestStop, std::nullopt);
   EXPECT_EQ(machine.requestStopError, std::nullopt);
   EXPECT_EQ(machine.shutdownMs, milliseconds(0));
@@ -93,13 +94,14 @@ TEST(Scenario, TakesTheInstallationsMembers) {
 
 TEST(Scenario, TakesTheMachinesMembers) {
   const MachineScenario machine = parsed(R"({"machine":{"startMs":1,
-      "startError":{"description":"s"},"canRequestStop":false,
+      "startError":{"description":"s"},"inUse":true,"canRequestStop":false,
       "requestStopError":{"description":"q"},"shutdownMs":2,"stopMs":3,
       "stopError":{"description":"t"},"pauseMs":4,"pauseError":{"description":"p"},
       "resumeMs":1000000000000,"resumeError":{"description":"u"}}})")
                                       .machine;
   EXPECT_EQ(machine.startMs, milliseconds(1));
   EXPECT_EQ(machine.startError->description, "s");
+  EXPECT_TRUE(machine.inUse);
   EXPECT_EQ(machine.canRequestStop, false);
   EXPECT_EQ(machine.requestStopError->description, "q");
   EXPECT_EQ(machine.shutdownMs, milliseconds(2));
@@ -154,12 +156,15 @@ TEST(Scenario, KnowsEveryEventOfTheScript) {
       {"atMs":1,"event":"guest-stops"},{"atMs":2,"event":"stops-with-error"},
       {"atMs":3,"event":"network-disconnects","error":{"description":"n"}},
       {"atMs":4,"event":"enters-error-state"},{"atMs":5,"event":"clicks-later"},
-      {"atMs":6,"event":"clicks-done"},{"atMs":7,"event":"closes-window"}]})")
+      {"atMs":6,"event":"clicks-done"},{"atMs":7,"event":"closes-window"},
+      {"atMs":8,"event":"guest-panics"},{"atMs":9,"event":"disk-fills","error":{"description":"f"}},
+      {"atMs":10,"event":"disk-has-room"}]})")
                                               .script;
   const std::vector<ScriptEvent> events = {
       ScriptEvent::guestStops,       ScriptEvent::stopsWithError, ScriptEvent::networkDisconnects,
       ScriptEvent::entersErrorState, ScriptEvent::clicksLater,    ScriptEvent::clicksDone,
-      ScriptEvent::closesWindow};
+      ScriptEvent::closesWindow,     ScriptEvent::guestPanics,    ScriptEvent::diskFills,
+      ScriptEvent::diskHasRoom};
   ASSERT_EQ(script.size(), events.size());
   for (std::size_t i = 0; i < script.size(); ++i) {
     EXPECT_EQ(script[i].event, events[i]);
@@ -167,6 +172,7 @@ TEST(Scenario, KnowsEveryEventOfTheScript) {
   }
   EXPECT_EQ(script[1].error.description, "simulated failure");
   EXPECT_EQ(script[2].error.description, "n");
+  EXPECT_EQ(script[8].error.description, "f");
 }
 
 /// The error of a scenario, or "" if it is valid.
@@ -209,7 +215,7 @@ const std::vector<Kind> kinds = {
     {"machine", {"startMs", "pauseMs", "resumeMs"}, time, noCount},
     {"machine", {"startError", "requestStopError", "stopError"}, " must be an object", noObject},
     {"machine", {"pauseError", "resumeError"}, " must be an object", noObject},
-    {"machine", {"canRequestStop"}, " must be true or false", noBoolean},
+    {"machine", {"canRequestStop", "inUse"}, " must be true or false", noBoolean},
     {"machine", {"shutdownMs", "stopMs"}, time + ", or null", {"-1", "0.5", "\"\"", "false"}},
     {"window",
      {"visibleFrame"},
@@ -302,13 +308,15 @@ TEST(ScenarioErrors, RefusesScriptEntriesThatLackSomething) {
 TEST(ScenarioErrors, RefusesUnknownEvents) {
   EXPECT_EQ(problem(R"({"script":[{"atMs":1,"event":"guest-stop"}]})"),
             "script[0].event is 'guest-stop' and must be one of: guest-stops, stops-with-error, "
-            "network-disconnects, enters-error-state, clicks-later, clicks-done, closes-window");
+            "network-disconnects, enters-error-state, clicks-later, clicks-done, closes-window, "
+            "guest-panics, disk-fills, disk-has-room");
   EXPECT_EQ(problem(R"({"script":[{"atMs":1,"event":1}]})"), "script[0].event must be a string");
 }
 
 TEST(ScenarioErrors, RefusesAnErrorWhereTheEventHasNone) {
   for (const std::string event :
-       {"guest-stops", "enters-error-state", "clicks-later", "clicks-done", "closes-window"}) {
+       {"guest-stops", "enters-error-state", "clicks-later", "clicks-done", "closes-window",
+        "guest-panics", "disk-has-room"}) {
     EXPECT_EQ(problem(R"({"script":[{"atMs":1,"error":{},"event":")" + event + R"("}]})"),
               "script[0].error does not go with the event '" + event + "'");
   }

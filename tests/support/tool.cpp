@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/dispatch.h"
+#include "events/event_stream.h"
 #include "platform/simulated/host.h"
 
 namespace parlen::test {
@@ -32,7 +33,8 @@ std::vector<std::string> linesOf(std::string_view text) {
 Tool::Tool(std::string_view scenario) {
   write("scenario.json", scenario);
   auto host = simulated::makeHost(
-      system_, {.scenarioPath = path("scenario.json"), .tracePath = path("trace.jsonl")});
+      system_,
+      {.scenarioPath = path("scenario.json"), .tracePath = path("trace.jsonl"), .warn = warn});
   EXPECT_TRUE(host.has_value()) << host.error();
   host_ = *std::move(host);
   platform::usePlatform(&system_, host_.get());

@@ -80,8 +80,8 @@ std::expected<std::shared_ptr<World>, std::string> makeWorld(platform::System& s
   if (!scenario) return std::unexpected(scenario.error());
   auto trace = openTrace(system, options.tracePath);
   if (!trace) return std::unexpected(trace.error());
-  return std::make_shared<World>(
-      World{system, std::move(*scenario), Trace(system.loop(), start, std::move(*trace))});
+  return std::make_shared<World>(World{
+      system, std::move(*scenario), Trace(system.loop(), start, std::move(*trace)), options.warn});
 }
 
 std::expected<std::unique_ptr<platform::Host>, std::string> makeHost(platform::System& system,

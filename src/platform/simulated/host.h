@@ -3,15 +3,18 @@
 #include <expected>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "platform/platform.h"
 
 namespace parlen::simulated {
 
-/// Paths of the scenario and of the trace file; empty: the default scenario, no trace.
+/// Paths of the scenario and of the trace file; empty: the default scenario, no trace. `warn` is
+/// called for a problem that does not end the run.
 struct HostOptions {
   std::string scenarioPath;
   std::string tracePath;
+  platform::WarningSink warn = [](std::string_view) {};
 };
 
 struct World;

@@ -18,6 +18,15 @@ platform::Result<> outcome(const OptionalError& error) {
   return {};
 }
 
+platform::Result<> outcomeOfStart(const MachineScenario& scenario) {
+  if (scenario.inUse) return error("the guest is in use by another process");
+  return outcome(scenario.startError);
+}
+
+platform::PlatformError guestPanic() {
+  return error("the guest's operating system has crashed").error();
+}
+
 template <class Number>
 platform::Result<> checkRange(std::string_view what, Number value, Number min, Number max) {
   if (value >= min && value <= max) return {};
@@ -69,12 +78,13 @@ void Machine::start(platform::Completion done) {
 void Machine::finishStart(const platform::Completion& done) {
   // Only one end is reported: after a stop or an end, the start never completes.
   if (!isAlive() || state_ == State::stopping) return;
-  auto result = outcome(world_->scenario.machine.startError);
+  auto result = outcomeOfStart(world_->scenario.machine);
   if (result) result = checkFiles();
   if (!result) {
     end(State::error);
   } else if (state_ == State::starting) {
     state_ = State::running;
+    holdLater();
   }
   done(std::move(result));
 }
@@ -161,10 +171,29 @@ void Machine::finishTransition(const Transition& transition, const platform::Com
   const auto result = outcome(world_->scenario.machine.*transition.error);
   // A machine that entered the error state meanwhile stays in it.
   if (state_ == transition.through) state_ = result ? transition.to : transition.from;
-  if (state_ == State::running && shutdownHeldUp_) {
-    timers_.after(milliseconds(0), [this] { finishShutdown(); });
+  if (state_ == State::running) {
+    holdLater();
+    if (shutdownHeldUp_) timers_.after(milliseconds(0), [this] { finishShutdown(); });
   }
   done(result);
+}
+
+void Machine::fillDisk(const platform::PlatformError& error) {
+  diskError_ = error;
+  holdIfDiskIsFull();
+}
+
+/// The guest writes again in a loop iteration after the one in which it starts or goes on.
+void Machine::holdLater() {
+  if (diskError_) timers_.after(milliseconds(0), [this] { holdIfDiskIsFull(); });
+}
+
+/// A guest that writes to a full disk is paused by its host, as QEMU does it.
+void Machine::holdIfDiskIsFull() {
+  if (!diskError_ || state_ != State::running) return;
+  state_ = State::paused;
+  world_->warn("the guest is paused: writing its disk failed (" + diskError_->description +
+               "); resuming tries again");
 }
 
 void Machine::runScriptEntry(const ScriptEntry& entry) {
@@ -194,6 +223,16 @@ void Machine::runScriptEntry(const ScriptEntry& entry) {
       break;
     case ScriptEvent::closesWindow:
       world->desktop.closeWindow();
+      break;
+    case ScriptEvent::guestPanics:
+      end(State::error);
+      if (delegate_ != nullptr) delegate_->didStopWithError(guestPanic());
+      break;
+    case ScriptEvent::diskFills:
+      fillDisk(entry.error);
+      break;
+    case ScriptEvent::diskHasRoom:
+      diskError_.reset();
       break;
   }
 }

@@ -46,6 +46,9 @@ class Machine : public platform::VirtualMachine {
   void runTransition(const Transition& transition, platform::Completion done);
   void finishTransition(const Transition& transition, const platform::Completion& done);
   void finishShutdown();
+  void fillDisk(const platform::PlatformError& error);
+  void holdLater();
+  void holdIfDiskIsFull();
   void runScriptEntry(const ScriptEntry& entry);
   void end(State state);
   bool isAlive() const { return life_ == Life::alive; }
@@ -56,6 +59,7 @@ class Machine : public platform::VirtualMachine {
   State state_ = State::stopped;
   Life life_ = Life::unused;
   bool shutdownHeldUp_ = false;  // fell due while the guest was paused or resuming
+  OptionalError diskError_;      // how the guest's writes fail; nullopt: they do not
   Timers timers_;                // last: cancelled before the other members are destroyed
 };
 

@@ -29,6 +29,9 @@ constexpr auto eventWords = std::to_array<EventWord>({
     {"clicks-later", ScriptEvent::clicksLater, ErrorMember::notAllowed},
     {"clicks-done", ScriptEvent::clicksDone, ErrorMember::notAllowed},
     {"closes-window", ScriptEvent::closesWindow, ErrorMember::notAllowed},
+    {"guest-panics", ScriptEvent::guestPanics, ErrorMember::notAllowed},
+    {"disk-fills", ScriptEvent::diskFills, ErrorMember::optional},
+    {"disk-has-room", ScriptEvent::diskHasRoom, ErrorMember::notAllowed},
 });
 
 std::string allEventWords() {
@@ -99,6 +102,7 @@ static Checked read(const Field& field, MachineScenario& target) {
   static constexpr auto table = std::to_array<Member<MachineScenario>>({
       {"startMs", into<&MachineScenario::startMs>},
       {"startError", into<&MachineScenario::startError>},
+      {"inUse", into<&MachineScenario::inUse>},
       {"canRequestStop", into<&MachineScenario::canRequestStop>},
       {"requestStopError", into<&MachineScenario::requestStopError>},
       {"shutdownMs", into<&MachineScenario::shutdownMs>},

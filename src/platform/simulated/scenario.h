@@ -53,6 +53,7 @@ struct ConfigurationScenario {
 struct MachineScenario {
   milliseconds startMs{0};
   OptionalError startError;
+  bool inUse = false;  // the start fails, because another process uses the guest's files
   std::optional<bool> canRequestStop;  // nullopt: by state
   OptionalError requestStopError;
   std::optional<milliseconds> shutdownMs = milliseconds(0);  // nullopt: never
@@ -89,12 +90,15 @@ enum class ScriptEvent {
   clicksLater,
   clicksDone,
   closesWindow,
+  guestPanics,
+  diskFills,
+  diskHasRoom,
 };
 
 struct ScriptEntry {
   milliseconds atMs{0};  // from the call that starts the machine
   ScriptEvent event = ScriptEvent::guestStops;
-  platform::PlatformError error = defaultError();  // used by stopsWithError and networkDisconnects
+  platform::PlatformError error = defaultError();  // used by the events that may have one
 };
 
 /// The members of a scenario file with their defaults. docs/simulated-host.md describes them.

@@ -58,6 +58,7 @@ struct World {
   platform::System& system;
   Scenario scenario;
   Trace trace;
+  platform::WarningSink warn = [](std::string_view) {};
   Desktop desktop = {};
 
   /// For a call that is a mistake in the program: writes `what` to standard error and aborts.
