@@ -319,5 +319,20 @@ class LargeScreenTest(WindowTest):
     size = "2560x1440"
 
 
+class ContractTest(unittest.TestCase):
+    """What every host's windows do, with windows of GTK's."""
+
+    def test_holds(self):
+        with Display("1024x768") as display:
+            # GTK's libraries never free what they keep for the whole process.
+            environment = display.environment() | {"ASAN_OPTIONS": "detect_leaks=0"}
+            run = subprocess.run(
+                [os.environ["PARLEN_CONTRACT_TEST"], "--gtest_filter=*WindowContract*/Qemu"],
+                env=environment, capture_output=True, text=True)
+        self.assertEqual(0, run.returncode, run.stdout)
+        self.assertIn("[       OK ]", run.stdout)
+        self.assertNotIn("[  SKIPPED ]", run.stdout)
+
+
 if __name__ == "__main__":
     unittest.main(verbosity=2)

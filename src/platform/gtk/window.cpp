@@ -132,6 +132,9 @@ void Window::setTitle(const std::string& title) {
 }
 
 void Window::setContentView(const std::shared_ptr<platform::MachineView>& view) {
+  if (view == view_) return;
+  // A view is in one window at a time.
+  if (view && view->window() != nullptr) view->window()->setContentView(nullptr);
   const auto before = std::exchange(
       view_, std::static_pointer_cast<MachineView>(view));  // the only kind that makeView makes
   if (before) before->setWindow(nullptr);
