@@ -53,11 +53,13 @@ TEST(TheLengthOfFiles, MakesACloneFailThatIsNoGuest) {
 TEST(TheLengthOfFiles, EndsARunByItsSignal) {
   const World world;
   const std::string output = world.path("events");
-  Program program({"run", "--bundle", world.makeBundle()}, world.environment(), [&output] {
+  Program program({"run", "--bundle", world.makeBundle()}, {}, [&output] {
     dup2(open(output.c_str(), O_WRONLY | O_CREAT, S_IRUSR), STDOUT_FILENO);
-    limit(RLIMIT_FSIZE, 0);
+    limit(RLIMIT_FSIZE, ready.size() + 1);
   });
+  program.closeInput();
   EXPECT_EQ(program.wait(), killedBy(SIGXFSZ));
+  EXPECT_EQ(world.read("events"), ready + "\n");
 }
 
 /// What a subcommand does with few descriptors, on the host that the parameter names.
