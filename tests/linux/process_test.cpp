@@ -44,17 +44,22 @@ TEST(Process, FailsToRunWhatIsNotThere) {
 }
 
 TEST(Process, GivesAProgramItsOwnStandardStreams) {
+  posix::Pipe input = makePipe();
+  send(input.writing.get(), "in\n");
   posix::Pipe pipe = makePipe();
   const int status = inChild([&] {
+    dup2(input.reading.get(), 0);
     dup2(pipe.writing.get(), 1);
     dup2(pipe.writing.get(), 2);
     EventLoop loop;
-    return Process(loop).runAndWait("/bin/sh", {"-c", "echo out; echo error >&2"}).value();
+    return Process(loop)
+        .runAndWait("/bin/sh", {"-c", "head -n 1; echo out; echo error >&2"})
+        .value();
   });
   pipe.writing.close();
 
   EXPECT_EQ(0, status);
-  EXPECT_EQ("out\nerror\n", readAll(pipe.reading.get()));
+  EXPECT_EQ("in\nout\nerror\n", readAll(pipe.reading.get()));
 }
 
 TEST(Process, GivesAProgramTheDefaultActionOfAWatchedSignal) {

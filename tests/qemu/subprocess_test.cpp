@@ -108,6 +108,16 @@ TEST_F(SubprocessTest, TakesUnhandledOutputForMessages) {
   EXPECT_EQ(exit_->lastMessage, "second");
 }
 
+TEST_F(SubprocessTest, DoesNotReadTheToolsInput) {
+  const posix::Pipe input = test::makePipe();
+  const posix::Descriptor before(::dup(STDIN_FILENO));
+  ::dup2(input.reading.get(), STDIN_FILENO);
+  start("readlink /proc/self/fd/0", keepOutput());
+  ::dup2(before.get(), STDIN_FILENO);
+
+  EXPECT_EQ(output_, "/dev/null\n");
+}
+
 TEST_F(SubprocessTest, SaysHowItEndedIfItSaidNothing) {
   start("exit 4", keepOutput());
 
