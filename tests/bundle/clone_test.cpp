@@ -237,6 +237,7 @@ TEST_F(Clone, FailsInsideItsOwnSource) {
 }
 
 TEST_F(Clone, WorksBesideASourceWhoseNameBeginsTheSame) {
+  tool_.makeDirectory("ab");
   EXPECT_EQ(clone(source_, tool_.path("ab/c")), endedWith(0));
   EXPECT_EQ(tool_.read("ab/c/Disk.img"), tool_.read("a/Disk.img"));
   EXPECT_EQ(clone(source_, tool_.path("a-b")), endedWith(0));
@@ -295,6 +296,11 @@ TEST_F(Clone, FailsWhereTheCopyFails) {
   EXPECT_EQ(tool_.read("b/Disk.img"), "in the way");
   EXPECT_FALSE(exists("b/HardwareModel")) << "no run may take it for a guest";
   EXPECT_FALSE(exists("b/MachineIdentifier"));
+}
+
+TEST_F(Clone, CopiesLastWhatMakesAGuest) {
+  EXPECT_EQ(clone(source_, tool_.path("b")), endedWith(0));
+  EXPECT_EQ(tool_.system().files().copiedLast, (Lines{"MachineIdentifier", "HardwareModel"}));
 }
 
 TEST_F(Clone, NeverTouchesADirectoryThatAppears) {

@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <functional>
+#include <memory>
 #include <utility>
 
 #include "bundle/settings.h"
 #include "install/create.h"
+#include "support/delegating_host.h"
 #include "support/event_lines.h"
 #include "support/posix_fixtures.h"
 #include "support/tool.h"
@@ -232,6 +236,78 @@ TEST(Create, NeverTouchesAMemberThatAppears) {
     EXPECT_TRUE(given.tool.events().back().contains(member)) << given.tool.events().back();
     EXPECT_EQ(fileContent(path), "precious");
   }
+}
+
+TEST(Create, NeverUsesAShareThatAppears) {
+  Creation given;
+  const std::string share = given.bundle + "/share";
+  given.tool.system().files().before = [&](std::string_view, const std::string& changed) {
+    if (changed == share) std::filesystem::create_directory(share);
+  };
+  EXPECT_EQ(given.create(), endedWith(1));
+  const auto again = given.tool.system().files().createDirectory(share);
+  EXPECT_EQ(given.tool.events(), (Lines{ready, error("create-failed", again.error().description)}));
+}
+
+// --- A host that breaks the rule that it never calls back from inside a call ---
+
+class HastyInstaller : public platform::Installer {
+ public:
+  explicit HastyInstaller(bool& returned) : returned_(returned) {}
+  double fractionCompleted() const override { return 1; }
+  std::unique_ptr<platform::ProgressObservation> observeProgress(
+      std::function<void()> onChange) override {
+    onChange();
+    return std::make_unique<platform::ProgressObservation>();
+  }
+  void install(platform::Completion onDone) override {
+    onDone({});
+    returned_ = true;
+  }
+
+ private:
+  bool& returned_;
+};
+
+class HastyHost : public DelegatingHost, private platform::Restoration {
+ public:
+  /// `image` is one of `host`.
+  HastyHost(platform::Host& host, std::shared_ptr<const platform::RestoreImage> image)
+      : DelegatingHost(host), image_(std::move(image)) {}
+  platform::Restoration& restoration() override { return *this; }
+
+  platform::Work onLoadReturned;
+  bool installReturned = false;
+
+ private:
+  void loadRestoreImage(const std::string&, Loaded onLoaded) override {
+    onLoaded(image_);
+    onLoadReturned();
+  }
+  std::unique_ptr<platform::Installer> createInstaller(platform::VirtualMachine&,
+                                                       const platform::RestoreImage&) override {
+    return std::make_unique<HastyInstaller>(installReturned);
+  }
+
+  std::shared_ptr<const platform::RestoreImage> image_;
+};
+
+TEST(Create, GoesOnBehindTheHostsCallbacksInALaterLoopIteration) {
+  Creation given;
+  TestSystem& system = given.tool.system();
+  std::shared_ptr<const platform::RestoreImage> image;
+  platform::host().restoration().loadRestoreImage(
+      given.tool.path("image"), [&](auto loaded) { image = std::move(loaded).value(); });
+  system.loop().runUntilIdle();
+  HastyHost host(platform::host(), image);
+  host.onLoadReturned = [&] { EXPECT_FALSE(system.files().exists(given.bundle)); };
+  platform::usePlatform(&system, &host);
+
+  EXPECT_EQ(given.create(), endedWith(0));
+
+  EXPECT_TRUE(host.installReturned);
+  EXPECT_EQ(given.tool.events(),
+            (Lines{ready, progress("1.0000"), starting, created(given.bundle)}));
 }
 
 // --- One writer ---

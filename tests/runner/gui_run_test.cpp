@@ -6,6 +6,7 @@
 
 #include "input/gui_input_driver.h"
 #include "platform/host.h"
+#include "support/delegating_host.h"
 #include "support/event_lines.h"
 #include "support/tool.h"
 #include "window/guest_window_controller.h"
@@ -20,28 +21,20 @@ const std::string hide = "{\"type\":\"window\",\"show\":false}\n";
 
 /// The tool's host with a desktop of the test's: what happens while it is opened, and whether that
 /// fails.
-class HostWithSlowDesktop : public platform::Host {
+class HostWithSlowDesktop : public DelegatingHost {
  public:
-  explicit HostWithSlowDesktop(platform::Host& host) : host_(host) {}
+  using DelegatingHost::DelegatingHost;
 
-  platform::HostCapabilities& capabilities() override { return host_.capabilities(); }
-  platform::GuestIdentities& identities() override { return host_.identities(); }
-  platform::MachineFactory& machines() override { return host_.machines(); }
-  platform::Restoration& restoration() override { return host_.restoration(); }
-  platform::Application& application() override { return host_.application(); }
   platform::Result<platform::WindowSystem*> windowSystem() override {
     ++asked;
     if (whileItOpens) whileItOpens();
-    if (opens) return host_.windowSystem();
+    if (opens) return DelegatingHost::windowSystem();
     return std::unexpected(platform::PlatformError{"", 1, "no display: \"DISPLAY\" is not set"});
   }
 
   platform::Work whileItOpens;
   bool opens = false;
   int asked = 0;
-
- private:
-  platform::Host& host_;
 };
 
 /// Takes the desktop away from the tool's host; finding that out takes as long as `meanwhile`.

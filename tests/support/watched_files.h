@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/files.h"
 
@@ -19,6 +20,9 @@ class WatchedFiles final : public platform::Files {
   /// Called with the name of the call and its path.
   std::function<void(std::string_view call, const std::string& path)> before =
       [](std::string_view, const std::string&) {};
+
+  /// The names that the latest copy of a directory was to copy last.
+  std::vector<std::string> copiedLast;
 
   std::string currentDirectory() const override { return real_.currentDirectory(); }
   bool exists(const std::string& path) const override { return real_.exists(path); }
@@ -74,6 +78,7 @@ class WatchedFiles final : public platform::Files {
   platform::Result<> copyDirectory(const std::string& from, const std::string& to,
                                    std::span<const std::string_view> last) override {
     before("copyDirectory", to);
+    copiedLast.assign(last.begin(), last.end());
     return real_.copyDirectory(from, to, last);
   }
   platform::Result<> remove(const std::string& path) override {
