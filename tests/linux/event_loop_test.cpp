@@ -2,21 +2,17 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
-#include <cstddef>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "failing_call.h"
 #include "support/posix_fixtures.h"
 #include "support/sanitizers.h"
 
@@ -367,24 +363,10 @@ TEST(EventLoop, EndsWithAnErrorIfNothingCanWakeIt) {
   EXPECT_EQ(served.error().description, "could not wait for events: Too many open files");
 }
 
-/// From now on the calling thread's ppoll fails like that; seccomp(2).
-void failPolls(int code) {
-  std::array<sock_filter, 4> program{{
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_ppoll, 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(code)),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  }};
-  const sock_fprog filter{.len = static_cast<unsigned short>(program.size()),
-                          .filter = program.data()};
-  ASSERT_EQ(0, prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0));
-  ASSERT_EQ(0, prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter));
-}
-
 TEST(EventLoop, EndsWithAnErrorIfTheSystemNeverHasMemory) {
   platform::Result<> served;
   std::thread([&served] {
-    failPolls(ENOMEM);
+    failCall(SYS_ppoll, ENOMEM);
     EventLoop loop;
     served = loop.run();
   }).join();
@@ -396,7 +378,7 @@ TEST(EventLoop, EndsWithAnErrorIfTheSystemNeverHasMemory) {
 TEST(EventLoop, RunsItsWorkWhileTheSystemHasNoMemory) {
   int left = 3;
   std::thread([&left] {
-    failPolls(ENOMEM);
+    failCall(SYS_ppoll, ENOMEM);
     EventLoop loop;
     std::function<void()> again = [&] { --left == 0 ? leaveLoop() : loop.post(again); };
     loop.post(again);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "failing_call.h"
 #include "platform/posix/descriptor.h"
 #include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
@@ -353,6 +355,18 @@ TEST_F(FilesTest, RemovesADirectoryWithAllThatIsInIt) {
 
   EXPECT_FALSE(files_.exists(at("full")));
   EXPECT_EQ("x", fileContent(at("precious")));
+}
+
+TEST_F(FilesTest, LocksNothingWhereTheFileSystemHasNoLocks) {
+  ASSERT_TRUE(files_.createDirectories(at("directory")));
+  for (const int code : {ENOLCK, ENOTSUP, EIO}) {
+    std::thread([&, code] {
+      failCall(SYS_flock, code);
+      const auto lock = files_.lockDirectory(at("directory"), platform::LockKind::exclusive);
+      ASSERT_TRUE(lock);
+      EXPECT_NE(*lock, nullptr);
+    }).join();
+  }
 }
 
 TEST_F(FilesTest, LeavesNoDescriptorOpen) {
