@@ -7,8 +7,10 @@ import time
 
 from tool import Row
 
-sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "tests/guest"))
+ROOT = pathlib.Path(__file__).resolve().parents[1]
+sys.path += [str(ROOT / "tests/guest"), str(ROOT / "guest-kit")]
 import private_network  # noqa: E402
+from guest_folder import GuestFolder  # noqa: E402
 
 LENGTH = 1 << 30
 TIMEOUT = 600  # seconds
@@ -21,12 +23,13 @@ echo $begin $end
 """
 
 
-def wait_for(path):
+def wait_for(what):
     end = time.monotonic() + TIMEOUT
-    while not path.exists():
+    while not (value := what()):
         if time.monotonic() > end:
-            raise RuntimeError(f"there is no {path} after {TIMEOUT} s")
+            raise RuntimeError(f"the guest has not answered after {TIMEOUT} s")
         time.sleep(0.05)
+    return value
 
 
 def seconds(bench, name, before):
@@ -37,14 +40,13 @@ def seconds(bench, name, before):
         _, port = network.listen("outside", private_network.OUTSIDE, LENGTH)
         before = [*network.on_host(), *before]
         process = bench.start_run(bundle, before=before, options=["--logs-share", str(logs)])
-        wait_for(logs / "booted")
-        script = SCRIPT.format(address=private_network.OUTSIDE, port=port)
-        (logs / "script").write_text(script, encoding="ascii")
-        (logs / "script").rename(logs / "run")
-        wait_for(logs / "done")
+        guest = GuestFolder(logs)
+        wait_for(guest.up)
+        guest.submit(SCRIPT.format(address=private_network.OUTSIDE, port=port))
+        result = wait_for(guest.result)
         process.terminate()
         process.communicate()
-    begin, end = map(float, (logs / "done").read_text(encoding="ascii").split())
+    begin, end = map(float, result.output.split())
     return end - begin
 
 

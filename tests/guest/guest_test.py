@@ -6,11 +6,15 @@ import pathlib
 import signal
 import string
 import subprocess
+import sys
 import tempfile
 import unittest
 
 from desktop import Display, Tool, until
 from window_parts import BAR_TITLE, gone, press_close, press_done, press_later, shown
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "guest-kit"))
+from guest_folder import GuestFolder  # noqa: E402
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
 IMAGE = os.environ.get("PARLEN_GUEST_IMAGE", os.environ.get("PARLEN_DEFAULT_GUEST_IMAGE", ""))
@@ -40,7 +44,7 @@ class GuestTest(unittest.TestCase):
                     environment=self.display.environment() | {"PARLEN_CONSOLE": str(self.console)})
         self.addCleanup(tool.close)
         tool.wait_for(state="running")
-        until((self.logs / "booted").exists, f"the start of the guest; {tool.log()}", BOOT_TIMEOUT)
+        until(GuestFolder(self.logs).up, f"the start of the guest; {tool.log()}", BOOT_TIMEOUT)
         return tool
 
     def type_in(self, tool, text):
@@ -121,9 +125,18 @@ class GuestTest(unittest.TestCase):
         gone(self.display)
         tool.send(type="window", show=True, title="And again")
         shown(self.display)
+        self.assert_kit_answers(GuestFolder(self.logs))
         tool.send(type="stop")
         self.assertEqual(0, tool.end(), tool.log())
         self.assertFalse(tool.events[-1]["crashed"])
+        self.assertIsNone(GuestFolder(self.logs).up())
+
+    def assert_kit_answers(self, guest):
+        up = guest.up()
+        self.assertEqual(("parlen-guest", 1), (up["host"], up["boot"]))
+        guest.submit("printf 'a\\000\\377'; echo b >&2; exit 3")
+        result = until(guest.result, "the end of the guest's script", BOOT_TIMEOUT)
+        self.assertEqual((3, b"a\0\xffb\n"), result)
 
 
 if __name__ == "__main__":

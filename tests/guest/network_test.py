@@ -5,6 +5,7 @@ import os
 import pathlib
 import signal
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -12,6 +13,9 @@ import private_network
 from desktop import Tool, until
 from private_network import NAME, OUTSIDE, PrivateNetwork, without_passt
 from processes import PASST, QEMU, children, is_gone
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "guest-kit"))
+from guest_folder import GuestFolder  # noqa: E402
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
 IMAGE = os.environ.get("PARLEN_GUEST_IMAGE", os.environ.get("PARLEN_DEFAULT_GUEST_IMAGE", ""))
@@ -82,16 +86,15 @@ class NetworkTest(unittest.TestCase):
     def boot(self, before=()):
         """A run whose guest is up."""
         tool = self.run_tool(self.bundle(IMAGE), "--logs-share", self.logs, before=before)
-        until((self.logs / "booted").exists, "the start of the guest", BOOT_TIMEOUT)
+        self.guest = GuestFolder(self.logs)
+        until(self.guest.up, "the start of the guest", BOOT_TIMEOUT)
         return tool
 
     def ask_guest(self, script):
         """The lines that a script writes which runs in the guest."""
-        # Under another name first, so that the guest does not run half of it.
-        (self.logs / "script").write_text(script)
-        (self.logs / "script").rename(self.logs / "run")
-        until((self.logs / "done").exists, "the end of the guest's script", BOOT_TIMEOUT)
-        return (self.logs / "done").read_text().splitlines()
+        self.guest.submit(script)
+        result = until(self.guest.result, "the end of the guest's script", BOOT_TIMEOUT)
+        return result.output.decode().splitlines()
 
     # ---- what a guest reaches ----
 
@@ -99,18 +102,17 @@ class NetworkTest(unittest.TestCase):
         """A booted guest's address; what it says of its gateway, and whether places answer: one
         outside by its address and by its name, and two that may stand for the host's loopback; how
         often that was reached."""
-        logs = self.logs
         _, outside = self.network.listen("outside", OUTSIDE)
         loopback, port = self.network.listen("host", "127.0.0.1")
         tool = self.boot(before)
         places = [f"{OUTSIDE}:{outside}", f"{NAME}:{outside}", f"$gateway:{port}",
                   f"10.0.2.2:{port}"]
         said = self.ask_guest(ASK_PLACES.format(places=" ".join(places)))
-        facts = dict(fact.split("=") for fact in (logs / "booted").read_text().split())
+        addresses = self.guest.up()["addresses"]
         self.stop(tool)
         loopback.kill()
         reached = loopback.stdout.read().count("reached")
-        return facts["address"], said, reached
+        return addresses[0], said, reached
 
     @needs_image
     def test_no_address_of_a_guest_is_the_hosts_loopback(self):
