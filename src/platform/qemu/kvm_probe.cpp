@@ -131,8 +131,12 @@ bool containsWord(std::string_view words, std::string_view word) {
 
 bool kvmWorks() {
   constexpr std::chrono::seconds limit{1};
-  return hasVirtualizationFlag(readProcessorInformation()) &&
-         linux::holdsInChild(runsProtectedModeCode, limit);
+  return kvmWorks(readProcessorInformation(), runsProtectedModeCode, limit);
+}
+
+bool kvmWorks(std::string_view processorInformation, bool (*runsCode)(),
+              std::chrono::milliseconds limit) {
+  return hasVirtualizationFlag(processorInformation) && linux::holdsInChild(runsCode, limit);
 }
 
 bool hasVirtualizationFlag(std::string_view processorInformation) {
