@@ -3,6 +3,7 @@
 import stat
 
 import shelf
+import tool as tools
 import trees
 
 
@@ -14,7 +15,7 @@ def boots(world, bundle, host):
         world.use_simulated_host()
     run = world.start("run", "--bundle", bundle)
     run.is_look = True
-    run.pump(60, lambda: run.is_running or run.over)
+    run.pump(tools.HANG_SECONDS, lambda: run.is_running or run.over)
     run.finish()
     return run.is_running
 

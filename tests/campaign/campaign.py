@@ -29,7 +29,9 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 # The kinds of the tries 0, 1, 2 ..., over and over: as often as they are worth it.
 CYCLE = ("signals", "emulator", "races", "damage", "signals", "emulator", "parents", "images",
          "signals", "emulator", "limits", "full", "races", "signals", "emulator", "parents",
-         "damage", "races", "real", "limits")
+         "damage", "races", "real", "limits", "display")
+# Guards against hangs of the campaign itself; a try waits for the program a few times at most.
+TRY_SECONDS = 900
 
 
 def kind_of(number):
@@ -74,6 +76,8 @@ def numbers(options):
 def attempt(program, shelf, seed, number):
     """(result, text): "passed" and the ends seen, "failed" and a report, "skipped" and why."""
     world = World(program, shelf, seed, number)
+    signal.signal(signal.SIGALRM, give_up)
+    signal.alarm(TRY_SECONDS)
     try:
         importlib.import_module(f"kinds.{kind_of(number)}").attempt(world)
         world.check()
@@ -85,7 +89,12 @@ def attempt(program, shelf, seed, number):
     except Exception:  # a mistake of the campaign's own
         return "failed", report(world, seed, traceback.format_exc())
     finally:
+        signal.alarm(0)
         world.close()
+
+
+def give_up(*_):
+    raise TimeoutError(f"the try has not ended after {TRY_SECONDS} s")
 
 
 def report(world, seed, what):

@@ -3,6 +3,7 @@
 import signal
 
 import processes
+import tool as tools
 
 SIGNALS = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP, signal.SIGQUIT, signal.SIGPIPE,
            signal.SIGKILL, signal.SIGSTOP)
@@ -45,10 +46,10 @@ def strike(world, tool, numbers=SIGNALS):
 def check_descriptors(world, tool):
     """No child has the tool's own streams or a descriptor of a bundle; only chmod has streams."""
     leaked = _leaked(tool)
-    if leaked:
-        tool.pump(0.05)  # what is closed by exec is closed a little after it
-        leaked = [each for each in _leaked(tool) if each in leaked]
-    world.require(not leaked, f"a child has descriptors of the tool: {leaked}")
+    # What is closed by exec is closed a little after the child is another program.
+    tool.pump(tools.HANG_SECONDS / 10, lambda: not set(leaked) & set(_leaked(tool)))
+    leaked = set(leaked) & set(_leaked(tool))
+    world.require(not leaked, f"a child has descriptors of the tool: {sorted(leaked)}")
 
 
 def _leaked(tool):

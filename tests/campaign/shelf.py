@@ -69,6 +69,11 @@ class Shelf:
         """A finished bundle at `path`."""
         (self._put_qemu if host == "qemu" else self._put_simulated)(pathlib.Path(path), large)
 
+    def put_small_bundle(self, path):
+        """A finished bundle whose guest the emulator itself can run: it stays in its firmware."""
+        self.put_bundle(path, "qemu")
+        (path / "vm.json").write_text(json.dumps(SETTINGS | {"memoryBytes": 256 << 20}))
+
     def _put_qemu(self, path, large):
         template = self.large_bundle if large else self.bundle
         (path / "share").mkdir(parents=True)

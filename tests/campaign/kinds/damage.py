@@ -22,6 +22,8 @@ def attempt(world):
     for _ in range(world.pick(1, 1, 2, 4)):
         member = world.pick(*FILES, "share", "share/parlen-vm.json")
         damage = world.pick(*DAMAGES)
+        if (bundle / member).parent.is_symlink():
+            continue  # nothing in there is the bundle's own
         try:
             damage(world, bundle / member)
             world.say(f"{member}: {damage.__name__}")
@@ -47,35 +49,54 @@ def missing(_, path):
     clear(path)
 
 
+def size_of(path):
+    """OSError unless it is a file of the bundle's own: opening a pipe would wait."""
+    refuse_foreign(path)
+    status = os.lstat(path)
+    if not stat.S_ISREG(status.st_mode):
+        raise OSError("not a file")
+    return status.st_size
+
+
+def refuse_foreign(path):
+    """OSError if damage to it would be done to what is not the bundle's."""
+    status = os.lstat(path)
+    if stat.S_ISLNK(status.st_mode) or (stat.S_ISREG(status.st_mode) and status.st_nlink > 1):
+        raise OSError("not the bundle's own")
+
+
 def truncated(world, path):
-    os.truncate(path, world.rng.randrange(path.stat().st_size + 1))
+    os.truncate(path, world.rng.randrange(size_of(path) + 1))
 
 
 def emptied(_, path):
+    size_of(path)
     os.truncate(path, 0)
 
 
 def garbage(world, path):
+    size_of(path)
     length = world.pick(1, 100, 5000, 300000)
     path.write_bytes(world.rng.randbytes(length))
 
 
 def flipped(world, path):
     """A few bytes are others."""
+    size = size_of(path)
     with path.open("r+b") as file:
         for _ in range(world.rng.randint(1, 5)):
-            file.seek(world.rng.randrange(min(path.stat().st_size, 100000) + 1))
+            file.seek(world.rng.randrange(min(size, 100000) + 1))
             file.write(world.rng.randbytes(1))
 
 
 def extended(world, path):
-    with path.open("ab") as file:
-        file.truncate(path.stat().st_size + world.pick(1, 512, 1 << 20, 48 << 20))
+    os.truncate(path, size_of(path) + world.pick(1, 512, 1 << 20, 48 << 20))
 
 
 def odd_settings(world, path):
     values = (0, -1, 1, 255, 1 << 31, 1 << 63, -(1 << 63), 1.5, "4", None, [], {"a": 1})
     settings = {key: world.pick(value, value, *values) for key, value in shelf.SETTINGS.items()}
+    size_of(path.parent / "vm.json")
     (path.parent / "vm.json").write_text(repr(settings).replace("'", '"').replace("None", "null"))
 
 
@@ -124,10 +145,12 @@ def link_to_itself(_, path):
 
 
 def read_only(_, path):
+    refuse_foreign(path)
     path.chmod(0o444 if path.is_file() else 0o555)
 
 
 def no_access(_, path):
+    refuse_foreign(path)
     path.chmod(0)
 
 

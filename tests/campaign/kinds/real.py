@@ -1,18 +1,14 @@
 """The real emulator, with a guest that stays in its firmware: signals and kills at random moments,
 and pauses that nobody waits for."""
 
-import json
-
 import chances
 import faults
-import shelf
 import tool as tools
 
 
 def attempt(world):
     bundle = world.inside / "guest"
-    world.shelf.put_bundle(bundle, "qemu")
-    (bundle / "vm.json").write_text(json.dumps(shelf.SETTINGS | {"memoryBytes": 256 << 20}))
+    world.shelf.put_small_bundle(bundle)
     world.use_real_qemu()
     tool = world.start("run", "--bundle", bundle)
     if world.chance(0.5):
