@@ -16,10 +16,14 @@ using testing::Not;
 
 const platform::MachineLimits limits = limitsFor(4, 1024 * mebibyte);
 
+GuestPlatform platformOf(std::string_view architecture) {
+  return {.board = boardFor(architecture),
+          .firmware = {.code = "/firmware/code", .variables = "/firmware/variables"}};
+}
+
 platform::MachineConfiguration valid() {
   platform::MachineConfiguration configuration;
-  configuration.hardwareModel =
-      std::make_shared<HardwareModel>(*findGuestPlatform("x86_64", "q35", "ovmf-4m"));
+  configuration.hardwareModel = std::make_shared<HardwareModel>(platformOf("x86_64"));
   configuration.machineIdentifier = std::make_shared<MachineIdentifier>(MachineIdentifier::Bytes{});
   configuration.auxiliaryStorage = std::make_shared<AuxiliaryStorage>("/aux");
   configuration.cpuCount = 4;
@@ -86,8 +90,8 @@ TEST(Validation, RefusesAMulticastAddress) {
 
 TEST(Validation, RefusesWhatIsNotOfThisHost) {
   auto configuration = valid();
-  configuration.hardwareModel =
-      HardwareModel::parse(R"({"architecture":"s390x","firmware":"none","machineType":"virtio"})");
+  configuration.hardwareModel = HardwareModel::parse(
+      R"({"architecture":"s390x","firmware":"none","machineType":"virtio"})", thisHost());
   EXPECT_EQ(errorOf(configuration), "the configuration has no hardware model of this host");
 
   configuration = valid();
@@ -120,8 +124,7 @@ platform::MachineConfiguration configuration() {
     identifier[i] = static_cast<std::uint8_t>(i * 0x11);
   }
   platform::MachineConfiguration machine;
-  machine.hardwareModel =
-      std::make_shared<HardwareModel>(*findGuestPlatform("x86_64", "q35", "ovmf-4m"));
+  machine.hardwareModel = std::make_shared<HardwareModel>(platformOf("x86_64"));
   machine.machineIdentifier = std::make_shared<MachineIdentifier>(identifier);
   machine.auxiliaryStorage = std::make_shared<AuxiliaryStorage>("/vms/one/AuxiliaryStorage");
   machine.cpuCount = 2;
@@ -151,7 +154,7 @@ TEST(Arguments, DescribeTheWholeMachine) {
           "-rtc", "base=utc", "-uuid", "00112233-4455-6677-8899-aabbccddeeff",  //
           "-blockdev",
           "driver=raw,node-name=firmware,read-only=on,file.driver=file,"
-          "file.filename=/usr/share/OVMF/OVMF_CODE_4M.fd",
+          "file.filename=/firmware/code",
           "-blockdev",
           "driver=raw,node-name=variables,file.driver=file,"
           "file.filename=/vms/one/AuxiliaryStorage",
@@ -174,6 +177,20 @@ TEST(Arguments, DescribeTheWholeMachine) {
           "-chardev", "socket,id=control,fd=3",                //
           "-mon", "chardev=control,mode=control",              //
           "-sandbox", "on,obsolete=deny,elevateprivileges=deny,spawn=deny,resourcecontrol=deny"));
+}
+
+TEST(Arguments, DifferInBoardAndDisplayByArchitecture) {
+  auto expected =
+      buildArguments(configuration(), Acceleration::emulation, Networking::user, Console::none);
+  std::ranges::replace(expected, "q35,pflash0=firmware,pflash1=variables",
+                       "virt,gic-version=max,pflash0=firmware,pflash1=variables");
+  std::ranges::replace(expected, "VGA,vgamem_mb=32,xres=1920,yres=1200",
+                       "virtio-gpu-pci,xres=1920,yres=1200");
+  auto machine = configuration();
+  machine.hardwareModel = std::make_shared<HardwareModel>(platformOf("aarch64"));
+
+  EXPECT_EQ(buildArguments(machine, Acceleration::emulation, Networking::user, Console::none),
+            expected);
 }
 
 TEST(Arguments, ConnectTheNetworkToASocketOfPasst) {

@@ -12,29 +12,28 @@ namespace {
 
 using testing::HasSubstr;
 
-constexpr const char* knownModel =
-    R"({"architecture":"x86_64","firmware":"ovmf-4m","machineType":"q35"})";
-
 TEST(HardwareModel, IsASmallJsonText) {
-  const HardwareModel model(*findGuestPlatform("x86_64", "q35", "ovmf-4m"));
+  const HardwareModel model({.board = boardFor("x86_64"),
+                             .firmware = {.code = "/firmware/code", .variables = "/variables"}});
 
-  EXPECT_EQ(model.dataRepresentation(), knownModel);
+  EXPECT_EQ(model.dataRepresentation(),
+            R"({"architecture":"x86_64","firmware":"\/firmware\/code","machineType":"q35"})");
+  EXPECT_TRUE(model.isSupported());
 }
 
 TEST(HardwareModel, GivesBackTheBytesThatItWasReadFrom) {
   const std::string bytes =
       R"({ "machineType": "q35", "architecture": "x86_64", "firmware": "ovmf-4m", "more": 1 })";
 
-  const auto model = HardwareModel::parse(bytes);
+  const auto model = HardwareModel::parse(bytes, {});
 
   ASSERT_TRUE(model);
   EXPECT_EQ(model->dataRepresentation(), bytes);
-  EXPECT_EQ(model->platform(), findGuestPlatform("x86_64", "q35", "ovmf-4m"));
 }
 
 TEST(HardwareModel, OfAnotherKindIsUsableButNotSupported) {
-  const auto model =
-      HardwareModel::parse(R"({"architecture":"s390x","firmware":"none","machineType":"virtio"})");
+  const auto model = HardwareModel::parse(
+      R"({"architecture":"s390x","firmware":"none","machineType":"virtio"})", thisHost());
 
   ASSERT_TRUE(model);
   EXPECT_FALSE(model->isSupported());
@@ -44,12 +43,12 @@ TEST(HardwareModel, IsNotMadeOfOtherBytes) {
   for (const char* bytes :
        {"", "x86_64", "[]", "{}", R"({"architecture":"x86_64","firmware":"ovmf-4m"})",
         R"({"architecture":1,"firmware":"ovmf-4m","machineType":"q35"})"}) {
-    EXPECT_FALSE(HardwareModel::parse(bytes)) << bytes;
+    EXPECT_FALSE(HardwareModel::parse(bytes, thisHost())) << bytes;
   }
 }
 
 TEST(MachineIdentifier, IsSixteenBytesAndAUuid) {
-  Identities identities;
+  Identities identities{[](std::string_view) {}};
   const std::string bytes("\0\x11\x22\x33\x44\x55\x66\x77\x88\x99\xaa\xbb\xcc\xdd\xee\xff", 16);
 
   const auto identifier = identities.machineIdentifier(bytes);
@@ -61,7 +60,7 @@ TEST(MachineIdentifier, IsSixteenBytesAndAUuid) {
 }
 
 TEST(MachineIdentifier, HasNoOtherLength) {
-  Identities identities;
+  Identities identities{[](std::string_view) {}};
 
   EXPECT_FALSE(identities.machineIdentifier(std::string(15, 'x')));
   EXPECT_FALSE(identities.machineIdentifier(std::string(17, 'x')));
@@ -73,28 +72,26 @@ class Storage : public testing::Test {
   std::string path(const std::string& name) const { return directory_ / name; }
 
   /// A firmware of the test's own, so that none needs to be installed.
-  const GuestPlatform& firmware() {
-    variables_ = path("variables");
+  const Firmware& firmware() {
+    firmware_.variables = path("variables");
     std::string volume(1000, '\xff');
     volume.replace(40, 4, "_FVH");
-    EXPECT_TRUE(files().replace(variables_, volume));
-    platform_.firmwareVariables = variables_.c_str();
-    return platform_;
+    EXPECT_TRUE(files().replace(firmware_.variables, volume));
+    return firmware_;
   }
 
  private:
   test::TemporaryDirectory directory_;
   test::TestSystem system_;
-  std::string variables_;
-  GuestPlatform platform_{};
+  Firmware firmware_;
 };
 
 TEST_F(Storage, IsCreatedUnfinished) {
-  const GuestPlatform& platform = firmware();
+  const Firmware& ours = firmware();
 
-  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), platform));
+  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), ours));
 
-  const auto checked = checkAuxiliaryStorage(path("aux"), platform);
+  const auto checked = checkAuxiliaryStorage(path("aux"), ours);
   ASSERT_FALSE(checked);
   EXPECT_EQ(checked.error().description,
             "the guest's installation was not finished: its auxiliary storage " + path("aux") +
@@ -102,45 +99,45 @@ TEST_F(Storage, IsCreatedUnfinished) {
 }
 
 TEST_F(Storage, HoldsTheFirmwaresVariablesOnceItIsFinished) {
-  const GuestPlatform& platform = firmware();
-  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), platform));
+  const Firmware& ours = firmware();
+  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), ours));
 
-  ASSERT_TRUE(setInstallation(Installation::finished, path("aux"), platform));
+  ASSERT_TRUE(setInstallation(Installation::finished, path("aux"), ours));
 
   EXPECT_EQ(files().read(path("aux")), files().read(path("variables")));
-  EXPECT_TRUE(checkAuxiliaryStorage(path("aux"), platform));
+  EXPECT_TRUE(checkAuxiliaryStorage(path("aux"), ours));
 }
 
 TEST_F(Storage, KeepsAGuestsVariablesWhenItBecomesUnfinished) {
-  const GuestPlatform& platform = firmware();
+  const Firmware& ours = firmware();
   std::string used = files().read(path("variables")).value();
   used.replace(100, 8, "variable");
   ASSERT_TRUE(files().replace(path("aux"), used));
 
-  ASSERT_TRUE(setInstallation(Installation::unfinished, path("aux"), platform));
-  EXPECT_FALSE(checkAuxiliaryStorage(path("aux"), platform));
-  ASSERT_TRUE(setInstallation(Installation::finished, path("aux"), platform));
+  ASSERT_TRUE(setInstallation(Installation::unfinished, path("aux"), ours));
+  EXPECT_FALSE(checkAuxiliaryStorage(path("aux"), ours));
+  ASSERT_TRUE(setInstallation(Installation::finished, path("aux"), ours));
 
   EXPECT_EQ(files().read(path("aux")).value(), used);
 }
 
 TEST_F(Storage, IsUnfinishedHoweverLittleOfItThereIs) {
-  const GuestPlatform& platform = firmware();
-  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), platform));
+  const Firmware& ours = firmware();
+  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), ours));
   ASSERT_TRUE(files().setLength(path("aux"), 44));
 
-  const auto checked = checkAuxiliaryStorage(path("aux"), platform);
+  const auto checked = checkAuxiliaryStorage(path("aux"), ours);
 
   ASSERT_FALSE(checked);
   EXPECT_THAT(checked.error().description, HasSubstr("was not finished"));
-  EXPECT_FALSE(setInstallation(Installation::finished, path("aux"), platform));
+  EXPECT_FALSE(setInstallation(Installation::finished, path("aux"), ours));
 }
 
 TEST_F(Storage, IsNotCreatedOutOfAnythingElse) {
-  const GuestPlatform& platform = firmware();
+  const Firmware& ours = firmware();
   ASSERT_TRUE(files().replace(path("variables"), std::string(1000, 'x')));
 
-  const auto created = createAuxiliaryStorage(path("aux"), platform);
+  const auto created = createAuxiliaryStorage(path("aux"), ours);
 
   ASSERT_FALSE(created);
   EXPECT_THAT(created.error().description, HasSubstr(path("variables") + " is damaged"));
@@ -148,27 +145,27 @@ TEST_F(Storage, IsNotCreatedOutOfAnythingElse) {
 }
 
 TEST_F(Storage, IsNotCreatedOverALink) {
-  const GuestPlatform& platform = firmware();
+  const Firmware& ours = firmware();
   ASSERT_EQ(symlink("nowhere", path("aux").c_str()), 0);
 
-  const auto created = createAuxiliaryStorage(path("aux"), platform);
+  const auto created = createAuxiliaryStorage(path("aux"), ours);
 
   ASSERT_FALSE(created);
   EXPECT_EQ(created.error().description, "could not create " + path("aux") + ": File exists");
 }
 
 TEST_F(Storage, OfAnotherLengthOrContentIsDamaged) {
-  const GuestPlatform& platform = firmware();
+  const Firmware& ours = firmware();
   std::string good = files().read(path("variables")).value();
   std::string withoutSignature = good;
   withoutSignature[40] = 'x';
 
   for (const std::string& bytes : {std::string(), good.substr(1), good + "x", withoutSignature}) {
     ASSERT_TRUE(files().replace(path("aux"), bytes));
-    const auto checked = checkAuxiliaryStorage(path("aux"), platform);
+    const auto checked = checkAuxiliaryStorage(path("aux"), ours);
     ASSERT_FALSE(checked);
     EXPECT_THAT(checked.error().description, HasSubstr(path("aux") + " is damaged"));
-    EXPECT_FALSE(setInstallation(Installation::finished, path("aux"), platform));
+    EXPECT_FALSE(setInstallation(Installation::finished, path("aux"), ours));
   }
 }
 

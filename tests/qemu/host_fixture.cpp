@@ -24,13 +24,13 @@ platform::MachineConfiguration HostTest::makeGuest(const std::string& folder) {
   EXPECT_TRUE(files().create(root + "/disk", ""));
   EXPECT_TRUE(files().setLength(root + "/disk", diskLength));
 
-  const auto model = std::make_shared<HardwareModel>(*nativeGuestPlatform());
+  const auto model = std::make_shared<HardwareModel>(newGuestPlatform(thisHost()).value());
   platform::MachineConfiguration configuration;
   configuration.hardwareModel = model;
   configuration.machineIdentifier = host_.identities().newMachineIdentifier();
   configuration.auxiliaryStorage =
       host_.machines().createAuxiliaryStorage(root + "/aux", *model).value();
-  EXPECT_TRUE(setInstallation(Installation::finished, root + "/aux", *model->platform()));
+  EXPECT_TRUE(setInstallation(Installation::finished, root + "/aux", model->platform()->firmware));
   configuration.cpuCount = 1;
   configuration.memorySize = 128 * mebibyte;
   configuration.storageDevices = {{host_.machines().attachDisk(root + "/disk", false).value()}};

@@ -46,7 +46,8 @@ answer
   std::unique_ptr<platform::VirtualMachine> machineWithEmulator(const std::string& script) {
     const std::string folder = "machine" + std::to_string(++machines_);
     auto configuration = makeGuest(folder);
-    const std::string emulator = path(folder + "/" + std::string(nativeGuestPlatform()->emulator));
+    const std::string emulator =
+        path(folder + "/" + std::string(boardFor(thisHost().architecture)->emulator));
     EXPECT_TRUE(files().replace(emulator, script));
     EXPECT_EQ(::chmod(emulator.c_str(), 0755), 0);
     held_ = emulator + ".held";

@@ -38,7 +38,7 @@ Result<> validateNumbers(const MachineConfiguration& configuration, const Machin
 /// The handles must come from this host, for a kind of guest that it has.
 Result<> validateHandles(const MachineConfiguration& configuration) {
   const auto* model = dynamic_cast<const HardwareModel*>(configuration.hardwareModel.get());
-  if (model == nullptr || model->platform() == nullptr) {
+  if (model == nullptr || !model->isSupported()) {
     return error("the configuration has no hardware model of this host");
   }
   if (dynamic_cast<const MachineIdentifier*>(configuration.machineIdentifier.get()) == nullptr) {
@@ -105,11 +105,13 @@ void addBoard(Arguments& arguments, const MachineConfiguration& configuration,
   const auto& model = static_cast<const HardwareModel&>(*configuration.hardwareModel);
   const auto& identifier = static_cast<const MachineIdentifier&>(*configuration.machineIdentifier);
   const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration.auxiliaryStorage);
+  const Board& board = *model.platform()->board;
   arguments.add("-nodefaults");
   arguments.add("-no-user-config");
   arguments.add("-S");  // paused, until the monitor socket is read
-  arguments.add("-machine",
-                std::string(model.platform()->machineType) + ",pflash0=firmware,pflash1=variables");
+  arguments.add("-machine", std::string(board.machineType)
+                                .append(board.machineOptions)
+                                .append(",pflash0=firmware,pflash1=variables"));
   arguments.add("-accel", acceleration == Acceleration::kvm ? "kvm" : "tcg");
   arguments.add("-cpu", "max");
   arguments.add("-smp", std::to_string(configuration.cpuCount));
@@ -117,7 +119,7 @@ void addBoard(Arguments& arguments, const MachineConfiguration& configuration,
   arguments.add("-rtc", "base=utc");
   arguments.add("-uuid", identifier.uuid());
   arguments.add("-blockdev",
-                rawNode("firmware", "file", model.platform()->firmwareCode, ",read-only=on"));
+                rawNode("firmware", "file", model.platform()->firmware.code, ",read-only=on"));
   arguments.add("-blockdev", rawNode("variables", "file", storage.path(), ""));
 }
 
@@ -156,15 +158,20 @@ void addEntropy(Arguments& arguments, std::size_t index) {
   arguments.add("-device", "virtio-rng-pci,rng=" + name);
 }
 
-/// Video memory for two pictures: with less, the guest's driver chooses a smaller mode.
-std::string videoDevice(const platform::Display& display) {
+/// In MiB, for two pictures: with less, the guest's driver chooses a smaller mode.
+std::uint64_t videoMemory(const platform::Display& display) {
   constexpr std::uint64_t bytesPerPixel = 4;
   const std::uint64_t picture = static_cast<std::uint64_t>(display.widthInPixels) *
                                 static_cast<std::uint64_t>(display.heightInPixels) * bytesPerPixel;
-  const std::uint64_t memory = std::bit_ceil((2 * picture + mebibyte - 1) / mebibyte);
-  return "VGA,vgamem_mb=" + std::to_string(memory) +
-         ",xres=" + std::to_string(display.widthInPixels) +
-         ",yres=" + std::to_string(display.heightInPixels);
+  return std::bit_ceil((2 * picture + mebibyte - 1) / mebibyte);
+}
+
+std::string videoDevice(Video video, const platform::Display& display) {
+  std::string device = video == Video::virtioGpu
+                           ? "virtio-gpu-pci"
+                           : "VGA,vgamem_mb=" + std::to_string(videoMemory(display));
+  device.append(",xres=").append(std::to_string(display.widthInPixels));
+  return device.append(",yres=").append(std::to_string(display.heightInPixels));
 }
 
 /// QEMU enforces the access, however the guest mounts the share. New files belong to this
@@ -181,6 +188,7 @@ void addShare(Arguments& arguments, const platform::DirectorySharingDevice& shar
 
 void addDevices(Arguments& arguments, const MachineConfiguration& configuration,
                 Networking networking) {
+  const auto& model = static_cast<const HardwareModel&>(*configuration.hardwareModel);
   for (std::size_t i = 0; i < configuration.storageDevices.size(); ++i) {
     const auto& attachment = *configuration.storageDevices[i].attachment;
     addDisk(arguments, static_cast<const DiskAttachment&>(attachment), i);
@@ -190,7 +198,9 @@ void addDevices(Arguments& arguments, const MachineConfiguration& configuration,
   }
   for (std::size_t i = 0; i < configuration.entropyDevices.size(); ++i) addEntropy(arguments, i);
   for (const auto& graphics : configuration.graphicsDevices) {
-    for (const auto& display : graphics.displays) arguments.add("-device", videoDevice(display));
+    for (const auto& display : graphics.displays) {
+      arguments.add("-device", videoDevice(model.platform()->board->video, display));
+    }
   }
   arguments.add("-device", "qemu-xhci");
   for (std::size_t i = 0; i < configuration.keyboards.size(); ++i) {

@@ -3,7 +3,10 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <optional>
 #include <utility>
 
 #include "platform/linux/find_program.h"
@@ -12,49 +15,119 @@
 namespace parlen::qemu {
 namespace {
 
-constexpr std::array guestPlatforms{
-    GuestPlatform{.architecture = "x86_64",
-                  .machineType = "q35",
-                  .firmware = "ovmf-4m",
-                  .emulator = "qemu-system-x86_64",
-                  .firmwareCode = "/usr/share/OVMF/OVMF_CODE_4M.fd",
-                  .firmwareVariables = "/usr/share/OVMF/OVMF_VARS_4M.fd"},
+using platform::Result;
+
+constexpr std::array boards{
+    Board{.architecture = "x86_64",
+          .machineType = "q35",
+          .versionedType = "pc-q35-",
+          .machineOptions = "",
+          .video = Video::vga,
+          .emulator = "qemu-system-x86_64",
+          .emulatorPackage = "qemu-system-x86",
+          .firmwarePackage = "ovmf"},
+    // Without the option it has an interrupt controller for 8 processors at most.
+    Board{.architecture = "aarch64",
+          .machineType = "virt",
+          .versionedType = "virt-",
+          .machineOptions = ",gic-version=max",
+          .video = Video::virtioGpu,
+          .emulator = "qemu-system-aarch64",
+          .emulatorPackage = "qemu-system-arm",
+          .firmwarePackage = "qemu-efi-aarch64"},
 };
 
-bool isReadable(const char* path) { return ::access(path, R_OK) == 0; }
+constexpr std::string_view imageToolPackage = "qemu-utils";
+
+/// The firmware of the guests of version 1.0.0, whose hardware models have this word for it.
+constexpr std::string_view formerName = "ovmf-4m";
+constexpr std::string_view formerArchitecture = "x86_64";
+
+Firmware formerFirmware() {
+  return {.code = "/usr/share/OVMF/OVMF_CODE_4M.fd",
+          .variables = "/usr/share/OVMF/OVMF_VARS_4M.fd"};
+}
+
+bool isReadable(const std::string& path) { return ::access(path.c_str(), R_OK) == 0; }
+
+/// /usr/bin first: distributions install them there, and a walk along a long PATH slows `status`.
+bool hasProgram(std::string_view name) {
+  return linux::findProgram(name, "/usr/bin") || linux::findProgram(name);
+}
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+void append(std::string& list, std::string_view part, std::string_view package) {
+  if (!list.empty()) list += ", ";
+  list.append(part).append(" (Debian's package ").append(package).append(")");
+}
+
+/// The platform, if all of its parts are installed. `firmwareName` tells people which one is meant.
+Result<GuestPlatform> complete(const Board& board, std::optional<Firmware> firmware,
+                               std::string_view firmwareName, const Installed& host) {
+  std::string missing;
+  if (!host.hasProgram(board.emulator)) append(missing, board.emulator, board.emulatorPackage);
+  if (!host.hasProgram(imageTool)) append(missing, imageTool, imageToolPackage);
+  if (!firmware) append(missing, firmwareName, board.firmwarePackage);
+  if (missing.empty() && firmware)
+    return GuestPlatform{.board = &board, .firmware = *std::move(firmware)};
+  return error("to run guests, this host needs " + missing);
+}
+
+std::optional<Firmware> firmwareWithCode(std::string_view code, const Board& board,
+                                         const Installed& host) {
+  if (code == formerName && board.architecture == formerArchitecture) {
+    Firmware former = formerFirmware();
+    if (!isReadable(former.code) || !isReadable(former.variables)) return std::nullopt;
+    return former;
+  }
+  const auto all = findFirmware(board, host.descriptorFolders);
+  const auto found = std::ranges::find(all, code, &Firmware::code);
+  return found == all.end() ? std::nullopt : std::optional(*found);
+}
 
 }  // namespace
 
-const GuestPlatform* nativeGuestPlatform() {
+const Board* boardFor(std::string_view architecture) {
+  const auto* found = std::ranges::find(boards, architecture, &Board::architecture);
+  return found == boards.end() ? nullptr : found;
+}
+
+Installed thisHost() {
   utsname names{};
-  if (::uname(&names) != 0) return nullptr;
-  for (const GuestPlatform& platform : guestPlatforms) {
-    if (platform.architecture == names.machine) return &platform;
-  }
-  return nullptr;
+  return {.architecture = ::uname(&names) == 0 ? names.machine : "",
+          .descriptorFolders = descriptorFolders(variable("XDG_CONFIG_HOME"), variable("HOME")),
+          .hasProgram = hasProgram};
 }
 
-const GuestPlatform* findGuestPlatform(std::string_view architecture, std::string_view machineType,
-                                       std::string_view firmware) {
-  for (const GuestPlatform& platform : guestPlatforms) {
-    if (platform.architecture == architecture && platform.machineType == machineType &&
-        platform.firmware == firmware) {
-      return &platform;
-    }
+Result<GuestPlatform> newGuestPlatform(const Installed& host) {
+  const Board* board = boardFor(host.architecture);
+  if (board == nullptr) {
+    return error("there are no guests for processors of the kind " + host.architecture);
   }
-  return nullptr;
+  auto all = findFirmware(*board, host.descriptorFolders);
+  return complete(*board, all.empty() ? std::nullopt : std::optional(std::move(all.front())),
+                  "UEFI firmware for " + host.architecture, host);
 }
 
-bool isInstalled(const GuestPlatform& platform) {
-  if (!isReadable(platform.firmwareCode) || !isReadable(platform.firmwareVariables)) return false;
-  // /usr/bin first: distributions install them there, and a walk along a long PATH slows `status`.
-  for (const std::string_view program : {std::string_view(platform.emulator), imageTool}) {
-    if (!linux::findProgram(program, "/usr/bin") && !linux::findProgram(program)) return false;
+Result<GuestPlatform> guestPlatform(std::string_view architecture, std::string_view machineType,
+                                    std::string_view firmware, const Installed& host) {
+  if (architecture != host.architecture) {
+    return error("the guest is for " + std::string(architecture) + ", and this host is " +
+                 host.architecture);
   }
-  return true;
+  const Board* board = boardFor(architecture);
+  if (board == nullptr || board->machineType != machineType) {
+    return error("this host has no machine type " + std::string(machineType));
+  }
+  return complete(*board, firmwareWithCode(firmware, *board, host),
+                  "the guest's firmware " + std::string(firmware), host);
 }
 
-platform::Result<std::string> requireProgram(std::string_view name) {
+Result<std::string> requireProgram(std::string_view name) {
   auto path = linux::findProgram(name);
   if (!path) return error(std::string(name) + " is not installed");
   return *std::move(path);

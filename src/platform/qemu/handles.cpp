@@ -27,9 +27,9 @@ constexpr std::string_view firmwareKey = "firmware";
 
 std::string modelText(const GuestPlatform& platform) {
   return text::writeCompactSorted(
-             text::JsonObject{{std::string(architectureKey), platform.architecture},
-                              {std::string(machineTypeKey), platform.machineType},
-                              {std::string(firmwareKey), platform.firmware}})
+             text::JsonObject{{std::string(architectureKey), platform.board->architecture},
+                              {std::string(machineTypeKey), platform.board->machineType},
+                              {std::string(firmwareKey), platform.firmware.code}})
       .value_or(std::string());
 }
 
@@ -115,8 +115,8 @@ Result<Store> openStore(const std::string& path) {
 }
 
 /// Whether the store is as long as the one that comes with the firmware.
-Result<> checkLength(const Store& store, const std::string& path, const GuestPlatform& platform) {
-  const std::string original = platform.firmwareVariables;
+Result<> checkLength(const Store& store, const std::string& path, const Firmware& firmware) {
+  const std::string& original = firmware.variables;
   const Descriptor reference = openExisting(original, O_RDONLY);
   if (!reference) return linux::error("read " + original, errno);
   if (lengthOf(store.file) != lengthOf(reference)) return damaged(path);
@@ -134,10 +134,11 @@ Result<> writeInstallation(const Store& store, Installation installation, const 
 
 }  // namespace
 
-HardwareModel::HardwareModel(const GuestPlatform& platform)
-    : text_(modelText(platform)), platform_(&platform) {}
+HardwareModel::HardwareModel(GuestPlatform platform)
+    : text_(modelText(platform)), platform_(std::move(platform)) {}
 
-std::shared_ptr<const HardwareModel> HardwareModel::parse(std::string_view bytes) {
+std::shared_ptr<const HardwareModel> HardwareModel::parse(std::string_view bytes,
+                                                          const Installed& host) {
   const auto value = text::parseJson(bytes);
   if (!value) return nullptr;
   const auto architecture = value->text(architectureKey);
@@ -145,10 +146,8 @@ std::shared_ptr<const HardwareModel> HardwareModel::parse(std::string_view bytes
   const auto firmware = value->text(firmwareKey);
   if (!architecture || !machineType || !firmware) return nullptr;
   return std::shared_ptr<const HardwareModel>(
-      new HardwareModel(bytes, findGuestPlatform(*architecture, *machineType, *firmware)));
+      new HardwareModel(bytes, guestPlatform(*architecture, *machineType, *firmware, host)));
 }
-
-bool HardwareModel::isSupported() const { return platform_ != nullptr && isInstalled(*platform_); }
 
 std::string MachineIdentifier::dataRepresentation() const { return {bytes_.begin(), bytes_.end()}; }
 
@@ -165,7 +164,9 @@ std::string MachineIdentifier::uuid() const {
 }
 
 std::shared_ptr<const platform::HardwareModel> Identities::hardwareModel(std::string_view bytes) {
-  return HardwareModel::parse(bytes);
+  const auto model = HardwareModel::parse(bytes, thisHost());
+  if (model && !model->isSupported()) warn_(model->platform().error().description);
+  return model;
 }
 
 std::shared_ptr<const platform::MachineIdentifier> Identities::machineIdentifier(
@@ -184,8 +185,8 @@ platform::MacAddress Identities::randomMacAddress() {
   return platform::locallyAdministered(randomBytes<platform::MacAddress{}.octets.size()>());
 }
 
-Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& platform) {
-  const std::string original = platform.firmwareVariables;
+Result<> createAuxiliaryStorage(const std::string& path, const Firmware& firmware) {
+  const std::string& original = firmware.variables;
   const Descriptor from = openExisting(original, O_RDONLY);
   if (!from) return linux::error("read " + original, errno);
   if (readInstallation(from, original) != Installation::finished) return damaged(original);
@@ -198,18 +199,18 @@ Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& pl
 }
 
 Result<> setInstallation(Installation installation, const std::string& path,
-                         const GuestPlatform& platform) {
+                         const Firmware& firmware) {
   const auto store = openStore(path);
   if (!store) return std::unexpected(store.error());
-  const auto whole = checkLength(*store, path, platform);
+  const auto whole = checkLength(*store, path, firmware);
   if (!whole || store->installation == installation) return whole;
   return writeInstallation(*store, installation, path);
 }
 
-Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform) {
+Result<> checkAuxiliaryStorage(const std::string& path, const Firmware& firmware) {
   const auto store = openStore(path);
   if (!store) return std::unexpected(store.error());
-  if (store->installation == Installation::finished) return checkLength(*store, path, platform);
+  if (store->installation == Installation::finished) return checkLength(*store, path, firmware);
   return error("the guest's installation was not finished: its auxiliary storage " + path +
                " is incomplete");
 }

@@ -13,25 +13,26 @@
 #include "platform/qemu/guest_platform.h"
 
 namespace parlen::qemu {
+
 /// A guest's hardware as a JSON object: its architecture, machine type and firmware.
 class HardwareModel : public platform::HardwareModel {
  public:
   /// The model of a new guest of `platform`.
-  explicit HardwareModel(const GuestPlatform& platform);
-  /// Null if `bytes` are not such an object.
-  static std::shared_ptr<const HardwareModel> parse(std::string_view bytes);
+  explicit HardwareModel(GuestPlatform platform);
+  /// Null if `bytes` are not such an object. Whether it is supported depends on `host`.
+  static std::shared_ptr<const HardwareModel> parse(std::string_view bytes, const Installed& host);
 
   std::string dataRepresentation() const override { return text_; }
-  bool isSupported() const override;
-  /// Null if this host does not know the kind of guest.
-  const GuestPlatform* platform() const { return platform_; }
+  bool isSupported() const override { return platform_.has_value(); }
+  /// The error says why the host cannot run such a guest.
+  const platform::Result<GuestPlatform>& platform() const { return platform_; }
 
  private:
-  HardwareModel(std::string_view text, const GuestPlatform* platform)
-      : text_(text), platform_(platform) {}
+  HardwareModel(std::string_view text, platform::Result<GuestPlatform> platform)
+      : text_(text), platform_(std::move(platform)) {}
 
   std::string text_;
-  const GuestPlatform* platform_ = nullptr;
+  platform::Result<GuestPlatform> platform_;
 };
 
 /// 16 random bytes, the UUID of the guest's board (SMBIOS).
@@ -77,11 +78,17 @@ class DiskAttachment : public platform::DiskAttachment {
 
 class Identities : public platform::GuestIdentities {
  public:
+  /// `warn` gets a sentence for a hardware model that the host does not support.
+  explicit Identities(platform::WarningSink warn) : warn_(std::move(warn)) {}
+
   std::shared_ptr<const platform::HardwareModel> hardwareModel(std::string_view bytes) override;
   std::shared_ptr<const platform::MachineIdentifier> machineIdentifier(
       std::string_view bytes) override;
   std::shared_ptr<const platform::MachineIdentifier> newMachineIdentifier() override;
   platform::MacAddress randomMacAddress() override;
+
+ private:
+  platform::WarningSink warn_;
 };
 
 /// How far a guest's installation is. It is kept in the signature of the guest's variable store, so
@@ -90,16 +97,16 @@ enum class Installation { unfinished, finished };
 
 /// Copies the firmware's initial variable store to `path`, which must not exist. The installation
 /// is unfinished from the first byte on.
-platform::Result<> createAuxiliaryStorage(const std::string& path, const GuestPlatform& platform);
+platform::Result<> createAuxiliaryStorage(const std::string& path, const Firmware& firmware);
 
-/// Sets how far the installation is, in an existing variable store of `platform`. That it is
+/// Sets how far the installation is, in an existing variable store of `firmware`. That it is
 /// unfinished is on stable storage when the call returns.
 platform::Result<> setInstallation(Installation installation, const std::string& path,
-                                   const GuestPlatform& platform);
+                                   const Firmware& firmware);
 
-/// Checks that the file at `path` is a variable store of `platform`, by its length and signature,
+/// Checks that the file at `path` is a variable store of `firmware`, by its length and signature,
 /// and that the installation of its guest is finished.
-platform::Result<> checkAuxiliaryStorage(const std::string& path, const GuestPlatform& platform);
+platform::Result<> checkAuxiliaryStorage(const std::string& path, const Firmware& firmware);
 
 /// Opens the image as QEMU will, so that an error shows now, and closes it again.
 platform::Result<DiskAttachment> attachDisk(const std::string& path, DiskAccess access);

@@ -43,8 +43,9 @@ std::optional<posix::Descriptor> connectDisplay(platform::VirtualMachine& machin
 }  // namespace
 
 bool Capabilities::isSupported() {
-  const GuestPlatform* platform = nativeGuestPlatform();
-  return platform != nullptr && isInstalled(*platform);
+  const auto platform = newGuestPlatform(thisHost());
+  if (!platform) warn_(platform.error().description);
+  return platform.has_value();
 }
 
 std::int64_t Capabilities::processorCount() {
@@ -65,10 +66,10 @@ std::shared_ptr<const platform::AuxiliaryStorage> MachineFactory::openAuxiliaryS
 Result<std::shared_ptr<const platform::AuxiliaryStorage>> MachineFactory::createAuxiliaryStorage(
     const std::string& path, const platform::HardwareModel& model) {
   const auto* ours = dynamic_cast<const HardwareModel*>(&model);
-  if (ours == nullptr || ours->platform() == nullptr) {
+  if (ours == nullptr || !ours->isSupported()) {
     return error("this host does not know the hardware model");
   }
-  if (auto created = qemu::createAuxiliaryStorage(path, *ours->platform()); !created) {
+  if (auto created = qemu::createAuxiliaryStorage(path, ours->platform()->firmware); !created) {
     return std::unexpected(std::move(created).error());
   }
   return openAuxiliaryStorage(path);
@@ -99,6 +100,8 @@ Host::Host(linux::EventLoop& loop, platform::WarningSink warn, platform::Work re
       warn_(std::move(warn)),
       reserveOutput_(std::move(reserveOutput)),
       console_(std::move(console)),
+      capabilities_(warn_),
+      identities_(warn_),
       application_(loop) {}
 
 platform::MachineFactory& Host::machines() {
@@ -110,7 +113,7 @@ platform::MachineFactory& Host::machines() {
 }
 
 platform::Restoration& Host::restoration() {
-  if (!restoration_) restoration_.emplace(loop_);
+  if (!restoration_) restoration_.emplace(loop_, warn_);
   return *restoration_;
 }
 

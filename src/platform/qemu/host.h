@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/error.h"
 #include "platform/event_loop.h"
@@ -21,9 +22,15 @@ namespace parlen::qemu {
 /// What this computer offers to guests.
 class Capabilities : public platform::HostCapabilities {
  public:
+  /// `warn` gets a sentence about what is missing for guests to run.
+  explicit Capabilities(platform::WarningSink warn) : warn_(std::move(warn)) {}
+
   bool isSupported() override;
   std::int64_t processorCount() override;
   platform::MachineLimits limits() override;
+
+ private:
+  platform::WarningSink warn_;
 };
 
 /// Machines whose handles come from this host.

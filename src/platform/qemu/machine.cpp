@@ -36,10 +36,10 @@ std::string withMessage(std::string sentence, const std::string& message) {
 Result<std::string> findEmulator(const platform::MachineConfiguration& configuration) {
   const auto& model = static_cast<const HardwareModel&>(*configuration.hardwareModel);
   const auto& storage = static_cast<const AuxiliaryStorage&>(*configuration.auxiliaryStorage);
-  auto emulator = requireProgram(model.platform()->emulator);
+  auto emulator = requireProgram(model.platform()->board->emulator);
   if (!emulator) return emulator;
   // QEMU runs with a damaged store, and the guest then hangs in its firmware.
-  const auto usable = checkAuxiliaryStorage(storage.path(), *model.platform());
+  const auto usable = checkAuxiliaryStorage(storage.path(), model.platform()->firmware);
   if (!usable) return std::unexpected(usable.error());
   return emulator;
 }

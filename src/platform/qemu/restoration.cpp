@@ -1,6 +1,7 @@
 #include "platform/qemu/restoration.h"
 
 #include <functional>
+#include <optional>
 #include <utility>
 
 #include "platform/qemu/error.h"
@@ -34,10 +35,10 @@ std::string nodeOf(const DiskAttachment& disk) {
 struct Target {
   std::shared_ptr<const DiskAttachment> disk;
   std::string auxiliaryStorage;  // path
-  const GuestPlatform* platform;
+  Firmware firmware;
 
   Result<> set(Installation installation) const {
-    return setInstallation(installation, auxiliaryStorage, *platform);
+    return setInstallation(installation, auxiliaryStorage, firmware);
   }
 };
 
@@ -151,13 +152,19 @@ Result<Target> targetOf(const platform::VirtualMachine& machine) {
   return Target{.disk = std::static_pointer_cast<const DiskAttachment>(
                     configuration.storageDevices.front().attachment),
                 .auxiliaryStorage = storage.path(),
-                .platform = model.platform()};
+                .firmware = model.platform()->firmware};
 }
 
 }  // namespace
 
 void Restoration::loadRestoreImage(const std::string& path, Loaded done) {
-  examinations_.push_back(std::make_unique<ImageExamination>(loop_, path, std::move(done)));
+  const auto platform = newGuestPlatform(thisHost());
+  auto found = [warn = warn_, platform, done = std::move(done)](ImageExamination::Found image) {
+    if (image && !platform) warn(platform.error().description);
+    done(std::move(image));
+  };
+  examinations_.push_back(std::make_unique<ImageExamination>(
+      loop_, path, platform ? std::optional(*platform) : std::nullopt, std::move(found)));
   examinations_.back()->start();
 }
 

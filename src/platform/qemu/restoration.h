@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/host.h"
@@ -13,7 +14,9 @@ namespace parlen::qemu {
 /// Restore images are disk images in the formats of qemu-img.
 class Restoration : public platform::Restoration {
  public:
-  explicit Restoration(linux::EventLoop& loop) : loop_(loop) {}
+  /// `warn` gets a sentence when an image is whole and this host has no guests for it.
+  Restoration(linux::EventLoop& loop, platform::WarningSink warn)
+      : loop_(loop), warn_(std::move(warn)) {}
 
   void loadRestoreImage(const std::string& path, Loaded done) override;
   /// An image that has changed since it was loaded fails to install.
@@ -22,6 +25,7 @@ class Restoration : public platform::Restoration {
 
  private:
   linux::EventLoop& loop_;
+  platform::WarningSink warn_;
   // Kept until the process ends: it loads one image.
   std::vector<std::unique_ptr<ImageExamination>> examinations_;
 };

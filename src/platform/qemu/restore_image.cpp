@@ -62,10 +62,9 @@ std::optional<FileStamp> stampOf(const std::string& path) {
 
 std::optional<platform::ConfigurationRequirements>
 RestoreImage::mostFeaturefulSupportedConfiguration() const {
-  const GuestPlatform* platform = nativeGuestPlatform();
-  if (platform == nullptr || !isInstalled(*platform)) return std::nullopt;
+  if (!platform_) return std::nullopt;
   return platform::ConfigurationRequirements{
-      .hardwareModel = std::make_shared<HardwareModel>(*platform),
+      .hardwareModel = std::make_shared<HardwareModel>(*platform_),
       .minimumCPUCount = 1,
       .minimumMemorySize = 0};
 }
@@ -85,8 +84,9 @@ platform::Result<ImageHeader> readImageHeader(const std::string& path) {
 }
 
 ImageExamination::ImageExamination(linux::EventLoop& loop, std::string path,
+                                   std::optional<GuestPlatform> platform,
                                    std::function<void(Found)> done)
-    : loop_(loop), path_(std::move(path)), done_(std::move(done)) {}
+    : loop_(loop), path_(std::move(path)), platform_(std::move(platform)), done_(std::move(done)) {}
 
 void ImageExamination::start() {
   auto header = readImageHeader(path_);
@@ -193,7 +193,7 @@ void ImageExamination::readTable() {
 }
 
 void ImageExamination::accept() {
-  finish(std::make_shared<const RestoreImage>(path_, format_, header_.stamp));
+  finish(std::make_shared<const RestoreImage>(path_, format_, header_.stamp, platform_));
 }
 
 void ImageExamination::reject(const std::string& predicate) {

@@ -14,6 +14,7 @@
 #include "platform/host.h"
 #include "platform/linux/event_loop.h"
 #include "platform/posix/descriptor.h"
+#include "platform/qemu/guest_platform.h"
 #include "platform/qemu/qcow2.h"
 #include "platform/qemu/subprocess.h"
 
@@ -38,8 +39,14 @@ std::optional<FileStamp> stampOf(const std::string& path);
 /// A disk image that has been examined and can be written to a guest's disk.
 class RestoreImage : public platform::RestoreImage {
  public:
-  RestoreImage(std::string path, std::string format, const FileStamp& stamp)
-      : path_(std::move(path)), format_(std::move(format)), stamp_(stamp) {}
+  /// `platform` is the kind of guest that this host can make of a disk image; nothing if it can
+  /// make none.
+  RestoreImage(std::string path, std::string format, const FileStamp& stamp,
+               std::optional<GuestPlatform> platform)
+      : path_(std::move(path)),
+        format_(std::move(format)),
+        stamp_(stamp),
+        platform_(std::move(platform)) {}
 
   std::string path() const override { return path_; }
   /// One processor and no minimum of memory: a disk image states no requirements.
@@ -52,6 +59,7 @@ class RestoreImage : public platform::RestoreImage {
   std::string path_;
   std::string format_;  // as QEMU names it
   FileStamp stamp_;
+  std::optional<GuestPlatform> platform_;
 };
 
 /// The first bytes of an image (up to imageHeaderLength), and the stamp of its file.
@@ -69,7 +77,9 @@ class ImageExamination {
  public:
   using Found = platform::Result<std::shared_ptr<const RestoreImage>>;
 
-  ImageExamination(linux::EventLoop& loop, std::string path, std::function<void(Found)> done);
+  /// `platform`: see RestoreImage.
+  ImageExamination(linux::EventLoop& loop, std::string path, std::optional<GuestPlatform> platform,
+                   std::function<void(Found)> done);
 
   /// To be called once. `done` runs on the main queue in a later loop iteration, exactly once.
   void start();
@@ -100,6 +110,7 @@ class ImageExamination {
 
   linux::EventLoop& loop_;
   std::string path_;
+  std::optional<GuestPlatform> platform_;
   std::function<void(Found)> done_;
   ImageHeader header_;
   std::string format_;

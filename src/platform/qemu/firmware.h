@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace parlen::qemu {
+
+struct Board;
+
+/// UEFI firmware for a board with two flash chips: paths of raw images.
+struct Firmware {
+  std::string code;       // for all guests; never written
+  std::string variables;  // the variable store of a new guest, which gets a copy
+  friend bool operator==(const Firmware&, const Firmware&) = default;
+};
+
+/// Reads a firmware descriptor (QEMU docs/interop/firmware.json). Nothing if `bytes` are none, or
+/// if the firmware does not fit: it must offer UEFI out of two raw flash images, on this board in
+/// each of its versions, and without Secure Boot, which needs a board that protects its variables
+/// (SMM) and keeps guests without a signature from booting.
+std::optional<Firmware> readDescriptor(std::string_view bytes, const Board& board);
+
+/// The folders of firmware descriptors, the most general one first. `configHome` and `home` are the
+/// values of XDG_CONFIG_HOME and HOME, empty if they are unset.
+std::vector<std::string> descriptorFolders(std::string_view configHome, std::string_view home);
+
+/// The firmware that fits the board and is installed, the preferred one first. As the descriptors'
+/// format demands, they are sorted by file name, whatever their folder; of one name the most
+/// specific file counts, and an empty file hides the others of its name. What is no descriptor is
+/// left out.
+std::vector<Firmware> findFirmware(const Board& board, std::span<const std::string> folders);
+
+}  // namespace parlen::qemu
