@@ -2,10 +2,12 @@
 
 #include <array>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <utility>
 
 #include "app/command_line.h"
+#include "app/subcommands.h"
 #include "bundle/clone.h"
 #include "bundle/status.h"
 #include "control/command_reader.h"
@@ -63,25 +65,52 @@ void checkWindowSize() {
   windowSizeCheck(flag("guest"), flag("scale"), flag("visible"), flag("chrome"));
 }
 
-struct Subcommand {
-  std::string_view name;
-  void (*routine)();
+// What each subcommand reads above.
+
+constexpr std::array createOptions = {
+    Option{"ipsw", OptionValue::file, "the restore image"},
+    Option{"bundle", OptionValue::directory, "the new guest"},
+    Option{"disk-gb", OptionValue::number, "the size of its disk in GiB"},
 };
 
-constexpr std::array subcommands = {
-    Subcommand{"create", create},
-    Subcommand{"run", run},
-    Subcommand{"clone", clone},
-    Subcommand{"status", status},
-    Subcommand{"window-size-check", checkWindowSize},
+constexpr std::array runOptions = {
+    Option{"bundle", OptionValue::directory, "the guest"},
+    Option{"gui", OptionValue::none, "show it in a window"},
+    Option{"share", OptionValue::directory, "a folder that it may read"},
+    Option{"logs-share", OptionValue::directory, "a folder that it may write"},
+};
+
+constexpr std::array cloneOptions = {
+    Option{"from", OptionValue::directory, "the guest to copy"},
+    Option{"to", OptionValue::directory, "the new guest"},
+    Option{"regenerate-machine-id", OptionValue::none, "give the copy an identifier of its own"},
+};
+
+constexpr std::array statusOptions = {Option{"bundle", OptionValue::directory, "the guest"}};
+
+constexpr std::array windowSizeOptions = {
+    Option{"visible", OptionValue::text, ""},
+    Option{"guest", OptionValue::text, ""},
+    Option{"scale", OptionValue::number, ""},
+    Option{"chrome", OptionValue::number, ""},
+};
+
+constexpr std::array table = {
+    Subcommand{"create", "create a guest from a restore image", createOptions, create},
+    Subcommand{"run", "start a guest", runOptions, run},
+    Subcommand{"clone", "copy a guest", cloneOptions, clone},
+    Subcommand{"status", "report on a guest", statusOptions, status},
+    Subcommand{"window-size-check", "", windowSizeOptions, checkWindowSize},
 };
 
 }  // namespace
 
+std::span<const Subcommand> subcommands() { return table; }
+
 void dispatch() {
   if (arguments.empty()) die(errorCode::badUsage, usage);
   const std::string& word = arguments.front();
-  for (const Subcommand& subcommand : subcommands) {
+  for (const Subcommand& subcommand : table) {
     if (subcommand.name == word) {
       subcommand.routine();
       platform::system().process().trap();  // unreachable: every routine ends the process

@@ -19,6 +19,9 @@ CONTENTS = (
     (r"bin/parlen-mac-vm", 1),
     (r"lib(64|/[a-z0-9_-]+)?/parlen-mac-vm/parlen-mac-vm-gtk\.so", 0),  # where GTK is
     (r"share/man/man1/parlen-mac-vm\.1", 1),
+    (r"share/bash-completion/completions/parlen-mac-vm", 1),
+    (r"share/zsh/site-functions/_parlen-mac-vm", 1),
+    (r"share/fish/vendor_completions\.d/parlen-mac-vm\.fish", 1),
     (r"share/parlen-mac-vm/schema/protocol\.json", 1),
     (r"share/parlen-mac-vm/schema/[a-z]+\.schema\.json", 6),
     (rf"{DOCUMENTS}/(README|CHANGELOG|CONTRIBUTING|SECURITY)\.md", 4),
