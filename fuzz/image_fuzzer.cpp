@@ -1,4 +1,6 @@
 #include "fuzz.h"
+#include "platform/qemu/firmware.h"
+#include "platform/qemu/guest_platform.h"
 #include "platform/qemu/handles.h"
 #include "platform/qemu/images.h"
 #include "platform/qemu/qcow2.h"
@@ -38,8 +40,17 @@ void checkInfo(std::string_view input) {
 }
 
 void checkModel(std::string_view input) {
-  const auto model = HardwareModel::parse(input);
+  const auto model =
+      HardwareModel::parse(input, {.architecture = "x86_64",
+                                   .descriptorFolders = {},
+                                   .hasProgram = [](std::string_view) { return true; }});
   require(model == nullptr || model->dataRepresentation() == input);
+}
+
+void checkDescriptor(std::string_view input) {
+  const Board* board = boardFor("x86_64");
+  require(board != nullptr);
+  (void)readDescriptor(input, *board);
 }
 
 }  // namespace
@@ -51,5 +62,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   parlen::qemu::checkTables(input);
   parlen::qemu::checkInfo(input);
   parlen::qemu::checkModel(input);
+  parlen::qemu::checkDescriptor(input);
   return 0;
 }
