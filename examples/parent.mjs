@@ -1,4 +1,6 @@
-// A parent of parlen-mac-vm, to copy from: Node 18 or newer, no dependencies.
+// @ts-check
+// A parent of parlen-mac-vm, to copy from: Node 18 or newer, no dependencies. The types of all lines are in
+// protocol.d.ts, for editors and `tsc --noEmit --checkJs`; it runs without that file.
 //
 //   await clone("vm1", "vm2");                    // also: create, status
 //   const guest = new Guest("vm2", { gui: true });
@@ -15,25 +17,43 @@ const PROTO = 1;
 const TOOL = process.env.PARLEN_PROGRAM ?? "parlen-mac-vm";
 const REFUSALS = ["pause-refused", "resume-refused", "input-failed"];
 
+/**
+ * @import { Command, Event, StoppedEvent } from "./protocol.d.ts"
+ * @typedef {{ onEvent?: (event: Event) => void, note?: (line: string) => void }} Handlers
+ * @typedef {{ status: number | string, crashed: boolean, reason: string | null, error: Refused | null }} End
+ */
+
 /** The tool has refused or given up something. `code` is for programs, the message for people. */
 export class Refused extends Error {
+  /** @param {string} code @param {string} message */
   constructor(code, message) {
     super(message);
     this.code = code;
   }
 }
 
-/** Detached: a session of its own. Ctrl-C in the parent's terminal must not switch the guest off. */
+/**
+ * Detached: a session of its own. Ctrl-C in the parent's terminal must not switch the guest off.
+ * @param {string[]} args @param {"ignore" | "pipe"} input
+ * @returns {import("node:child_process").ChildProcessWithoutNullStreams}
+ */
 function start(args, input = "ignore") {
-  return spawn(TOOL, args, { detached: true, stdio: [input, "pipe", "pipe"] });
+  return /** @type {any} */ (spawn(TOOL, args, { detached: true, stdio: [input, "pipe", "pipe"] }));
 }
 
-/** Calls `take` with each line. Resolves at the stream's end; a stream that is not read holds up the tool. */
+/**
+ * Calls `take` with each line. Resolves at the stream's end; a stream that is not read holds up the tool.
+ * @param {import("node:stream").Readable} stream @param {(line: string) => void} take @returns {Promise<void>}
+ */
 function eachLine(stream, take) {
   return new Promise((resolve) => createInterface({ input: stream }).on("line", take).on("close", resolve));
 }
 
-/** Resolves to the exit status, negative for a signal, once the process has ended and both streams are read. */
+/**
+ * Resolves to the exit status, or the signal's name, once the process has ended and both streams are read.
+ * @param {import("node:child_process").ChildProcess} child @param {Promise<void>[]} streams
+ * @returns {Promise<number | string>}
+ */
 function ended(child, streams) {
   const status = new Promise((resolve, reject) => {
     child.on("error", reject);
@@ -42,10 +62,13 @@ function ended(child, streams) {
   return Promise.all([status, ...streams]).then(([result]) => result);
 }
 
-/** Runs `create`, `clone` or `status` to its end. Resolves to its last event. */
-async function once(args, { onEvent = (_event) => {}, note = (_line) => {} } = {}) {
+/**
+ * Runs `create`, `clone` or `status` to its end. Resolves to its last event.
+ * @param {string[]} args @param {Handlers} handlers @returns {Promise<Event>}
+ */
+export async function once(args, { onEvent = () => {}, note = () => {} } = {}) {
   const child = start(args);
-  let last = {};
+  let last = /** @type {Event} */ ({});
   const status = await ended(child, [
     eachLine(child.stdout, (line) => onEvent((last = JSON.parse(line)))),
     eachLine(child.stderr, note),
@@ -55,35 +78,44 @@ async function once(args, { onEvent = (_event) => {}, note = (_line) => {} } = {
   return last;
 }
 
+/** @param {string} image @param {string} bundle @param {Handlers} handlers */
 export async function create(image, bundle, diskGb = 80, handlers = {}) {
   if (!Number.isInteger(diskGb) || diskGb < 1 || diskGb > 8388607) throw new RangeError("1 to 8388607 GiB");
   return once(["create", "--ipsw", image, "--bundle", bundle, "--disk-gb", String(diskGb)], handlers);
 }
 
+/** @param {string} source @param {string} copy */
 export const clone = (source, copy, newMachine = true) =>
   once(["clone", "--from", source, "--to", copy, ...(newMachine ? ["--regenerate-machine-id"] : [])]);
 
+/** @param {string} bundle */
 export const status = (bundle) => once(["status", "--bundle", bundle]);
 
 export class Guest {
   #child;
-  #answer = null; // of the command under way
-  #turn = Promise.resolve(); // refusals overtake, so only one command is ever under way
+  /** @type {{ resolve: () => void, reject: (why: Refused) => void } | null} of the command under way */
+  #answer = null;
+  /** @type {Promise<void>} refusals overtake, so only one command is ever under way */
+  #turn = Promise.resolve();
+  /** @type {StoppedEvent | null} */
   #stopped = null;
+  /** @type {Refused | null} */
   #error = null;
   #isOver = false;
+  #started = { resolve: () => {}, reject: (/** @type {Refused} */ _why) => {} };
 
-  constructor(bundle, { gui = false, share = "", logsShare = "", onEvent = (_event) => {}, note = console.error } = {}) {
+  /** @param {string} bundle @param {Handlers & { gui?: boolean, share?: string, logsShare?: string }} options */
+  constructor(bundle, { gui = false, share = "", logsShare = "", onEvent = () => {}, note = console.error } = {}) {
     const args = ["run", "--bundle", bundle];
     if (gui) args.push("--gui");
     if (share) args.push("--share", share);
     if (logsShare) args.push("--logs-share", logsShare);
     this.#child = start(args, "pipe");
     this.#child.stdin.on("error", () => {}); // the tool has ended; `end` says how
-    /** Resolves once the machine runs; rejects if it never does. */
-    this.running = new Promise((resolve, reject) => (this._started = { resolve, reject }));
+    /** @type {Promise<void>} Resolves once the machine runs; rejects if it never does. */
+    this.running = new Promise((resolve, reject) => (this.#started = { resolve, reject }));
     this.running.catch(() => {});
-    /** How the run ended, once the process has: { status, crashed, reason, error }. */
+    /** @type {Promise<End>} How the run ended, once the process has. */
     this.end = ended(this.#child, [
       eachLine(this.#child.stdout, (line) => {
         const event = JSON.parse(line);
@@ -94,8 +126,8 @@ export class Guest {
     ]).then((result) => this.#finish(result));
   }
 
-  type = (text, delayMs = 60) => this.#ask({ type: "text", text, delayMs });
-  press = (key, delayMs = 60) => this.#ask({ type: "key", key, delayMs });
+  type = (/** @type {string} */ text, delayMs = 60) => this.#ask({ type: "text", text, delayMs });
+  press = (/** @type {string} */ key, delayMs = 60) => this.#ask({ type: "key", key, delayMs });
   pause = () => this.#ask({ type: "pause" });
   resume = () => this.#ask({ type: "resume" });
   show = (title = "", detail = "") => this.#send({ type: "window", show: true, title, detail });
@@ -112,6 +144,7 @@ export class Guest {
     return this.end;
   }
 
+  /** @param {number | undefined} seconds */
   async #endWithin(seconds) {
     if (seconds === undefined) return this.end;
     let timer;
@@ -119,32 +152,36 @@ export class Guest {
     clearTimeout(timer);
   }
 
+  /** @param {Command} command @returns {Promise<void>} */
   #ask(command) {
     const answered = this.#turn.then(
       () =>
-        new Promise((resolve, reject) => {
+        /** @type {Promise<void>} */ (new Promise((resolve, reject) => {
           if (this.#isOver) return reject(new Refused("ended", "the guest has stopped"));
           this.#answer = { resolve, reject };
           this.#send(command);
-        }),
+        })),
     );
     this.#turn = answered.catch(() => {});
     return answered;
   }
 
+  /** @param {Command} command */
   #send(command) {
     if (!this.#isOver) this.#child.stdin.write(JSON.stringify(command) + "\n");
   }
 
+  /** @param {NodeJS.Signals} name */
   #signal(name) {
     if (!this.#isOver) this.#child.kill(name);
   }
 
+  /** @param {Event} event */
   #take(event) {
     if (event.type === "ready" && event.proto !== PROTO) {
       this.#error = new Refused("proto", `the tool speaks protocol ${event.proto}`);
       this.#signal("SIGTERM");
-    } else if (event.type === "state" && event.state === "running") this._started.resolve();
+    } else if (event.type === "state" && event.state === "running") this.#started.resolve();
     else if (event.type === "state" && event.state === "stopped") this.#stopped = event;
     else if (event.type === "guest-power" || event.type === "input-done") this.#settle(null);
     else if (event.type === "error") {
@@ -154,6 +191,7 @@ export class Guest {
     }
   }
 
+  /** @param {Refused | null} refused */
   #settle(refused) {
     const answer = this.#answer;
     this.#answer = null;
@@ -161,10 +199,11 @@ export class Guest {
     else answer?.resolve();
   }
 
+  /** @param {number | string} result @returns {End} */
   #finish(result) {
     this.#isOver = true;
     this.#settle(new Refused("ended", "the guest stopped before the answer"));
-    this._started.reject(this.#error ?? new Refused("ended", `the run ended with ${result}`));
+    this.#started.reject(this.#error ?? new Refused("ended", `the run ended with ${result}`));
     const { crashed = this.#error !== null, reason = null } = this.#stopped ?? {};
     return { status: result, crashed, reason, error: this.#error };
   }

@@ -113,6 +113,11 @@ class Guest:
         if self.end:
             raise self.end.error or Refused("ended", str(self.end))
 
+    async def ended(self):
+        """Returns how the run ended, once it has."""
+        await asyncio.wait([self._reader])
+        return self.end
+
     async def type(self, text, delay_ms=60):
         await self._ask({"type": "text", "text": text, "delayMs": delay_ms})
 

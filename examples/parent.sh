@@ -1,44 +1,56 @@
 #!/bin/bash
-# parent.sh <bundle> - a parent of parlen-mac-vm, to copy from: bash and jq.
+# A parent of parlen-mac-vm, to copy from: bash and jq.
 #
-# Starts a guest, and takes one order per line from its own standard input, each only after the answer to the last:
+#   parent.sh <bundle> [option of run...]
+#   parent.sh create|clone|status <option...>
 #
-#   pause | resume | type <text> | press <chord> | show <title> | hide | wait running
+# The first one starts a guest, and takes one order per line from its own standard input, each only after the answer
+# to the last:
+#
+#   {"type":"text","text":"ls\n"}   any command of the protocol, as JSON
+#   wait running                    until the guest runs; also: held (by a full disk), network-lost, window-action, end
 #
 # At the end of the orders it stops the guest: in order, then hard, then by killing the tool. Prints each event, and
-# at last one line: how the run ended. The status is the tool's.
-set -u
+# at last one line: how it ended. The status is the tool's.
+set -uf
 tool=${PARLEN_PROGRAM:-parlen-mac-vm}
-patience=${PARLEN_PATIENCE:-60}  # seconds for an orderly stop; a sixth of it for a hard one
+read -r orderly_ms hard_ms <<<"${PARLEN_PATIENCE:-60000 10000}"  # for an orderly stop, for a hard one
 proto=1
+error=null stopped=null running=no ended=no action=no answer='' partial=''
 
-# A session of its own: Ctrl-C in this terminal must not switch the guest off. Standard error goes where ours goes.
-coproc TOOL { exec setsid "$tool" run --bundle "$1"; }
-tool_pid=${TOOL_PID?}
-exec {events}<&"${TOOL[0]}" {commands}>&"${TOOL[1]}"
-eval "exec ${TOOL[0]}<&- ${TOOL[1]}>&-"
-trap '' PIPE  # the tool may end while it is written to; not before its start: it would inherit this
-
-error=null stopped=null running=no ended=no answer=
+# start <arguments of the tool...>: in a session of its own, so that Ctrl-C in this terminal does not switch the guest
+# off. One jq reads the events of all its life and puts what matters here in front of them. Standard error goes where
+# ours goes, and into the file `notes`: what is not read is lost.
+start() {
+  notes=$(mktemp) && trap 'rm -f "$notes"' EXIT
+  coproc TOOL {
+    exec setsid "$tool" "$@" \
+      2> >(exec setsid tee -a "$notes" >&2) \
+      > >(exec setsid jq --unbuffered -r '[.type, .state, .code, .proto, tojson] | map(tostring) | join("\u001f")')
+  }
+  tool_pid=${TOOL_PID?}
+  exec {events}<&"${TOOL[0]}" {commands}>&"${TOOL[1]}"
+  eval "exec ${TOOL[0]}<&- ${TOOL[1]}>&-"
+  trap '' PIPE  # the tool may end while it is written to; not before its start: it would inherit this
+}
 
 send() {
   # The tool may have ended: then its end says what happened.
   { printf '%s\n' "$1" >&"$commands"; } 2>/dev/null || true
 }
 
-# take <event>: what this event means; sets `answer` if it answers a command.
+# take <type> <state> <code> <proto> <event>: what this event means; sets `answer` if it answers a command.
 take() {
-  local type state code
-  IFS=$'\t' read -r type state code < <(jq -r '[.type, .state // "-", .code // "-"] | @tsv' <<<"$1")
-  case $type/$state in
-    ready/*) [[ $(jq .proto <<<"$1") == "$proto" ]] || kill -TERM "$tool_pid" ;;
+  case $1/$2 in
+    ready/*) [[ $4 == "$proto" ]] || { error='{"code":"unknown-protocol"}' && kill -TERM "$tool_pid"; } ;;
     state/running) running=yes ;;
-    state/stopped) stopped=$1 ;;
+    state/stopped) stopped=$5 ;;
     guest-power/* | input-done/*) answer=given ;;
+    window-action/*) action=yes ;;
     error/*)
-      case $code in
+      case $3 in
         pause-refused | resume-refused | input-failed) answer=refused ;;
-        *) error=$1 ;;
+        *) error=$5 ;;
       esac
       ;;
   esac # what is not known here is printed, and else ignored
@@ -48,13 +60,18 @@ take() {
 next_event() {
   local line result=0
   IFS= read -r ${1:+-t "$1"} -u "$events" line || result=$?
+  partial+=$line
   ((result <= 128)) || return 1
   if ((result != 0)); then
     ended=yes
     return 1
   fi
-  printf '%s\n' "$line"
-  take "$line"
+  local IFS=$'\x1f'
+  # shellcheck disable=SC2086  # it is to be split
+  set -- $partial
+  partial=
+  printf '%s\n' "$5"
+  take "$@"
 }
 
 # ask <command>: sends it and waits for its answer. Refusals overtake, so only one is ever under way.
@@ -64,42 +81,65 @@ ask() {
   while [[ -z $answer ]] && next_event; do :; done
 }
 
-await_running() {
-  while [[ $running == no ]] && next_event; do :; done
+# await_note <start of a line>: until standard error has it.
+await_note() {
+  until grep -q "^parlen-mac-vm: $1" "$notes" || [[ $ended == yes ]]; do next_event 0.05; done
 }
 
-# end_within <seconds>: reads on until the tool has ended its output, or the time is over.
-end_within() {
-  local -r end=$((SECONDS + $1))
-  while [[ $ended == no ]] && ((SECONDS < end)); do next_event 1 || true; done
-  [[ $ended == yes ]]
-}
-
-obey() {
-  local -r order=$1 rest=$2
-  case $order in
-    pause | resume) ask "{\"type\":\"$order\"}" ;;
-    type) ask "$(jq -cn --arg text "$rest" '{type: "text", text: $text}')" ;;
-    press) ask "$(jq -cn --arg key "$rest" '{type: "key", key: $key}')" ;;
-    show) send "$(jq -cn --arg title "$rest" '{type: "window", show: true, title: $title}')" ;;
-    hide) send '{"type":"window","show":false}' ;;
-    wait) await_running ;;
-    *) echo "parent.sh: unknown order '$order'" >&2 ;;
+await() {
+  case $1 in
+    running) while [[ $running == no ]] && next_event; do :; done ;;
+    window-action) while [[ $action == no ]] && next_event; do :; done ;;
+    held) await_note 'the guest is paused: ' ;;
+    network-lost) await_note 'network attachment disconnected (' ;;
+    end) while next_event; do :; done ;;
   esac
 }
 
-while read -r order rest && [[ $ended == no ]]; do
-  obey "$order" "$rest"
-done
+obey() {
+  case $1 in
+    'wait '*) await "${1#wait }" ;;
+    *)
+      case $(jq -r .type <<<"$1") in
+        pause | resume | text | key) ask "$1" ;;
+        *) send "$1" ;;
+      esac
+      ;;
+  esac
+}
 
-send '{"type":"stop"}'
-end_within "$patience" || { kill -TERM "$tool_pid" && end_within $((patience / 6 + 1)); } ||
-  kill -KILL "$tool_pid"
-# Standard input stays open until here: its end would be a stop.
-while [[ $ended == no ]]; do next_event; done
-exec {commands}>&-
-wait "$tool_pid"
-status=$?
-jq -cn --argjson status "$status" --argjson stopped "$stopped" --argjson error "$error" \
-  '{status: $status, crashed: ($stopped.crashed // ($error != null)), reason: $stopped.reason, error: $error.code}'
-exit "$status"
+# end_within <ms>: reads on until the tool has ended its output, or the time is over.
+end_within() {
+  local -i left end=$((${EPOCHREALTIME/[.,]/} / 1000 + $1))
+  while [[ $ended == no ]] && ((left = end - ${EPOCHREALTIME/[.,]/} / 1000, left > 0)); do
+    next_event "$((left / 1000)).$(printf %03d $((left % 1000)))"
+  done
+  [[ $ended == yes ]]
+}
+
+stop() {
+  send '{"type":"stop"}'
+  end_within "$orderly_ms" || { kill -TERM "$tool_pid" && end_within "$hard_ms"; } || kill -KILL "$tool_pid"
+  while [[ $ended == no ]]; do next_event; done
+}
+
+# finish: prints how it ended, once the process has. Its input stays open until here: its end would be a stop.
+finish() {
+  while [[ $ended == no ]]; do next_event; done
+  exec {commands}>&-
+  wait "$tool_pid"
+  local -r status=$?
+  jq -cn --argjson status "$status" --argjson stopped "$stopped" --argjson error "$error" \
+    '{status: $status, crashed: ($stopped.crashed // ($error != null)), reason: $stopped.reason, error: $error.code}'
+  exit "$status"
+}
+
+case $1 in
+  create | clone | status) start "$@" ;;
+  *)
+    start run --bundle "$@"
+    while [[ $ended == no ]] && read -r order; do obey "$order"; done
+    stop
+    ;;
+esac
+finish

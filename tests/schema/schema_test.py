@@ -6,6 +6,7 @@ import json
 import os
 import pathlib
 import re
+import subprocess
 import unittest
 
 import jsonschema
@@ -37,6 +38,13 @@ class SchemasTest(unittest.TestCase):
         for name, original, mutated in mutations.LINES:
             self.assertTrue(is_valid(name, original), original)
             self.assertFalse(is_valid(name, mutated), mutated)
+
+
+class TypesTest(unittest.TestCase):
+    def test_are_those_of_the_schemas(self):
+        made = subprocess.run([SOURCE / "scripts/generate-types", "--print"], check=True, capture_output=True, text=True)
+        self.assertIn("export type Event =", made.stdout)
+        self.assertEqual((SOURCE / "examples/protocol.d.ts").read_text(), made.stdout, "run scripts/generate-types")
 
 
 class ProtocolTest(unittest.TestCase):
