@@ -29,10 +29,10 @@ CONTENTS = (
     (rf"{DOCUMENTS}/docs/[a-z-]+\.(png|svg|1)", 4),
     (rf"{DOCUMENTS}/examples/[a-z.-]+", 3),
     (rf"{DOCUMENTS}/guest-kit/(README\.md|parlen-guest(\.service)?|local\.parlen-guest\.plist|guest_folder\.py)", 5),
-    (rf"{DOCUMENTS}/conformance/.+", 0),
+    (r"share/parlen-mac-vm/conformance/(README\.md|run|scenarios\.py|(kit|parents)/[a-z_]+\.(py|mjs|sh))", 13),
 )
 PROGRAMS = ("bin/parlen-mac-vm", f"{DOCUMENTS}/guest-kit/parlen-guest", f"{DOCUMENTS}/examples/parent.py",
-            f"{DOCUMENTS}/examples/parent.sh")
+            f"{DOCUMENTS}/examples/parent.sh", "share/parlen-mac-vm/conformance/run")
 
 
 def anchors(document):

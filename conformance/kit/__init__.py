@@ -1,0 +1,1 @@
+"""The driver of the conformance kit. `conformance/run` is its command line."""

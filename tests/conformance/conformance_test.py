@@ -1,0 +1,145 @@
+"""The conformance kit: the parents of examples/ pass it, and each fault of a bad parent is caught by a scenario.
+
+PARLEN_SOURCE: the tree; PARLEN_PROGRAM: the program; PARLEN_CMAKE: the cmake program; PARLEN_BUILD: the build
+folder."""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SOURCE = pathlib.Path(os.environ["PARLEN_SOURCE"])
+KIT = SOURCE / "conformance"
+BAD_PARENT = pathlib.Path(__file__).with_name("bad_parent.py")
+sys.path.insert(0, str(KIT))
+
+from kit.command_line import listing, play_all  # noqa: E402
+from kit.play import Limits  # noqa: E402
+from kit.shim import CHANGES  # noqa: E402
+from scenarios import SCENARIOS  # noqa: E402
+
+PROGRAM = os.environ["PARLEN_PROGRAM"]
+CASES = {case.name: case for case in SCENARIOS}
+
+
+class ReferenceParents:
+    command = ()
+    needed = ()
+
+    def test_passes_all_scenarios(self):
+        for program in self.needed:
+            if shutil.which(program) is None:
+                self.skipTest(f"there is no {program}")
+        done = subprocess.run([KIT / "run", "--program", PROGRAM, "-j6", "--limit", "120", "--grace", "30", "--",
+                               *self.command], text=True, capture_output=True, timeout=300, check=False)
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        self.assertIn(f"{len(SCENARIOS)} passed, 0 failed, 0 not supported", done.stdout)
+
+
+class PythonParentTest(ReferenceParents, unittest.TestCase):
+    command = ("python3", "-B", str(KIT / "parents/reference.py"))
+
+
+class NodeParentTest(ReferenceParents, unittest.TestCase):
+    command = ("node", str(KIT / "parents/reference.mjs"))
+    needed = ("node",)
+
+
+class ShellParentTest(ReferenceParents, unittest.TestCase):
+    command = (str(KIT / "parents/reference.sh"),)
+    needed = ("jq",)
+
+
+HANGS = "not over within"
+LATE = "the tool has ended, but not the parent"
+# A fault, the scenario that is there for it, and what the driver says.
+FAULTS = {
+    "waits-for-stopped": ("bundle-missing", LATE),
+    "waits-for-running": ("crash-at-start", LATE),
+    "waits-for-lost-answers": ("input-cut-off", LATE),
+    "sends-all-at-once": ("refusal-overtakes", "text was sent before the answer to text"),
+    "sends-before-running": ("late-running", "text was sent before the guest ran"),
+    "takes-refusals-for-failures": ("pause-fails", HANGS),
+    "does-not-read-errors": ("stderr-flood", "noticed is \\[\\]|" + LATE),
+    "does-not-read-output": ("output-flood", HANGS),
+    "refuses-unknown-events": ("unknown-events", "outcome is \"(switched-off|failed|killed)\""),
+    "refuses-unknown-members": ("unknown-members", HANGS + "|" + LATE),
+    "takes-any-code-for-a-failure": ("unknown-code", 'outcome is "failed" and should be "shut-down"'),
+    "ignores-the-protocol": ("later-protocol", HANGS),
+    "takes-chunks-for-lines": ("lines-in-pieces", HANGS + "|" + LATE),
+    "trusts-the-exit-status": ("fails-while-stopping", 'outcome is "shut-down" and should be "failed"'),
+    "takes-any-end-for-orderly": ("stop-while-paused", 'outcome is "shut-down" and should be "switched-off"'),
+    "knows-one-code": ("limit-reached", 'code is "boot-failed" and should be "vm-limit"'),
+    "is-impatient": ("slow-stop", "machine.stop was called"),
+    "never-switches-off": ("ignores-stop", HANGS),
+    "never-kills": ("cannot-be-stopped", HANGS),
+    "stops-only-a-running-guest": ("stop-while-starting", HANGS),
+    "does-not-wait": ("ignores-stop", "the parent has ended, but not its tool"),
+    "has-no-input": ("stops-by-itself", "machine.(requestStop|stop) was called"),
+    "shares-its-session": ("ctrl-c", "machine.stop was called"),
+    "leaks-the-input": ("parent-killed", "machine.requestStop was not called"),
+    "mangles-texts": ("odd-texts", "the title is not the text that was asked for"),
+    "cuts-long-texts": ("long-text", HANGS),
+    "forgets-to-hide": ("window-done", "window.orderOut was not called"),
+    "takes-progress-for-success": ("create-fails", 'outcome is "done" and should be "failed"'),
+    "does-not-quote": ("clone", "outcome is|the parent has not started the tool"),
+}
+
+
+class BadParentTest(unittest.TestCase):
+    def play(self, plays):
+        """(fault or none, scenario) each; returns the sentences of each."""
+        def parent(fault):
+            return ["python3", "-S", "-E", "-B", str(BAD_PARENT), *([fault] if fault else [])]
+
+        plays = [(CASES[name], parent(fault), self.limits(fault), None) for fault, name in plays]
+        return [played.faults for played in play_all(plays, PROGRAM, 8)]
+
+    def limits(self, fault):
+        if fault is None:
+            return Limits(120, 30)
+        return Limits(5 if FAULTS[fault][1].startswith(HANGS) else 120, 1)
+
+    def test_is_caught_by_a_scenario_for_each_fault(self):
+        found = self.play([(fault, name) for fault, (name, _) in FAULTS.items()])
+        for (fault, (name, sentence)), faults in zip(FAULTS.items(), found):
+            with self.subTest(fault, scenario=name):
+                self.assertTrue(any(re.search(sentence, fault) for fault in faults), faults)
+
+    def test_passes_the_same_scenarios_without_its_faults(self):
+        names = sorted({name for name, _ in FAULTS.values()})
+        for name, faults in zip(names, self.play([(None, name) for name in names])):
+            with self.subTest(scenario=name):
+                self.assertEqual(faults, [])
+
+
+class InstalledTest(unittest.TestCase):
+    def test_runs_where_it_is_installed(self):
+        with tempfile.TemporaryDirectory() as prefix:
+            for part in ("conformance", "docs"):
+                subprocess.run([os.environ["PARLEN_CMAKE"], "--install", f"{os.environ['PARLEN_BUILD']}/{part}",
+                                "--prefix", prefix], check=True, stdout=subprocess.DEVNULL)
+            kit = pathlib.Path(prefix, "share/parlen-mac-vm/conformance")
+            self.assertTrue((kit / "README.md").exists())
+            for parent in (["python3", "-B", kit / "parents/reference.py"], [kit / "parents/reference.sh"]):
+                done = subprocess.run([kit / "run", "--program", PROGRAM, "--only", "orderly-stop", "--", *parent],
+                                      text=True, capture_output=True, timeout=120, check=False)
+                self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+
+
+class ScenariosTest(unittest.TestCase):
+    def test_are_listed_in_the_readme(self):
+        self.assertEqual(len(CASES), len(SCENARIOS), "two have the same name")
+        self.assertIn(listing() + "\n", (KIT / "README.md").read_text(encoding="utf-8"))
+
+    def test_use_every_change_to_the_events(self):
+        used = {case.change for case in SCENARIOS} - {None}
+        self.assertEqual(used, set(CHANGES) | {"in-pieces"})
+
+
+if __name__ == "__main__":
+    unittest.main()
