@@ -61,8 +61,11 @@ def play_all(plays, program, jobs):
         guest = make_guest(program, pathlib.Path(folder))
         playing = [pool.submit(play, case, parent, program, guest, limits, keep)
                    for case, parent, limits, keep in plays]
-        for future in playing:
-            yield future.result()
+        try:
+            for future in playing:
+                yield future.result()
+        finally:
+            pool.shutdown(cancel_futures=True)  # after Ctrl-C: what has begun is played to its end
 
 
 def run(arguments):

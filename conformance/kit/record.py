@@ -29,7 +29,7 @@ class Start:
     def __init__(self, folder):
         self.folder = folder
         start = json.loads((folder / "start").read_text())
-        self.pid, self.group, self.arguments = start["pid"], start["group"], start["arguments"]
+        self.pid, self.arguments = start["pid"], start["arguments"]
 
     @property
     def lines(self):

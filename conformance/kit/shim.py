@@ -9,7 +9,6 @@ import array
 import fcntl
 import json
 import os
-import pathlib
 import select
 import signal
 import sys
@@ -27,7 +26,7 @@ class Record:
     """What has passed, one JSON object per line, in the order in which it passed."""
 
     def __init__(self, folder):
-        self.file = os.open(folder / "lines", os.O_WRONLY | os.O_CREAT | os.O_APPEND, 0o600)
+        self.file = os.open(f"{folder}/lines", os.O_WRONLY | os.O_CREAT | os.O_APPEND, 0o600)
 
     def write(self, sender, lines):
         now = time.monotonic()
@@ -175,21 +174,22 @@ def claim(folder):
     """A folder for this start of the tool: start-0, start-1, ..."""
     for number in range(1000):
         try:
-            (folder / f"start-{number}").mkdir()
-            return folder / f"start-{number}"
+            os.mkdir(f"{folder}/start-{number}")
+            return f"{folder}/start-{number}"
         except FileExistsError:
             continue
     raise OSError("started too often")
 
 
 def main(settings_path, *arguments):
-    settings = json.loads(pathlib.Path(settings_path).read_text())
-    folder = claim(pathlib.Path(settings["records"]))
-    os.environ.update(settings["environment"], PARLEN_TRACE=str(folder / "trace"))
+    with open(settings_path, encoding="utf-8") as file:
+        settings = json.load(file)
+    folder = claim(settings["records"])
+    os.environ.update(settings["environment"], PARLEN_TRACE=f"{folder}/trace")
     between(Record(folder), settings["change"])
-    # The name appears when all is written.
-    (folder / "new").write_text(json.dumps({"pid": os.getpid(), "group": os.getpgrp(), "arguments": arguments}))
-    (folder / "new").rename(folder / "start")
+    with open(f"{folder}/new", "w", encoding="utf-8") as file:
+        json.dump({"pid": os.getpid(), "arguments": arguments}, file)
+    os.rename(f"{folder}/new", f"{folder}/start")  # its name appears when all is written
     # Python ignores these, and ignored signals stay so.
     for number in (signal.SIGPIPE, signal.SIGXFSZ):
         signal.signal(number, signal.SIG_DFL)

@@ -7,18 +7,15 @@ here=$(dirname "$(readlink -f "$0")")
 parent=$here/../../examples/parent.sh
 [[ -e $parent ]] || parent=$here/../../../doc/parlen-mac-vm/examples/parent.sh
 
-PARLEN_PROGRAM=$(jq -r .tool "$request")
-PARLEN_PATIENCE=$(jq -r '.patienceMs | join(" ")' "$request")
-export PARLEN_PROGRAM PARLEN_PATIENCE
-eval "arguments=($(jq -r '.arguments | @sh' "$request"))"
+eval "$(jq -r '"export PARLEN_PROGRAM=\(.tool | @sh) PARLEN_PATIENCE=\(.patienceMs | join(" ") | @sh)
+  arguments=(\(.arguments | @sh))"' "$request")"
 if [[ ${arguments[0]} == run ]]; then arguments=("${arguments[@]:2}"); fi # parent.sh <bundle> [option...]
 
 folder=$(mktemp -d) && trap 'rm -rf "$folder"' EXIT
-orders() {
-  jq -rc '.steps[] | if .wait then "wait " + .wait else .send end' "$request"
-}
+# In a file, which the shell reads in blocks; a pipe it reads byte by byte.
+jq -rc '.steps[] | if .wait then "wait " + .wait else .send end' "$request" >"$folder/orders"
 # The parent's standard error has ended only when the tool's has.
-orders | "$parent" "${arguments[@]}" 2>&1 >"$folder/events" | tee "$folder/notes" >&2
+"$parent" "${arguments[@]}" 2>&1 >"$folder/events" <"$folder/orders" | tee "$folder/notes" >&2
 
 # shellcheck disable=SC2016
 jq -cn --slurpfile events "$folder/events" --rawfile notes "$folder/notes" --slurpfile request "$request" '

@@ -34,14 +34,14 @@ class ReferenceParents:
         for program in self.needed:
             if shutil.which(program) is None:
                 self.skipTest(f"there is no {program}")
-        done = subprocess.run([KIT / "run", "--program", PROGRAM, "-j6", "--limit", "120", "--grace", "30", "--",
+        done = subprocess.run([sys.executable, "-B", KIT / "run", "--program", PROGRAM, "-j6", "--limit", "120", "--grace", "30", "--",
                                *self.command], text=True, capture_output=True, timeout=300, check=False)
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         self.assertIn(f"{len(SCENARIOS)} passed, 0 failed, 0 not supported", done.stdout)
 
 
 class PythonParentTest(ReferenceParents, unittest.TestCase):
-    command = ("python3", "-B", str(KIT / "parents/reference.py"))
+    command = (sys.executable, "-B", str(KIT / "parents/reference.py"))
 
 
 class NodeParentTest(ReferenceParents, unittest.TestCase):
@@ -94,10 +94,25 @@ class BadParentTest(unittest.TestCase):
     def play(self, plays):
         """(fault or none, scenario) each; returns the sentences of each."""
         def parent(fault):
-            return ["python3", "-S", "-E", "-B", str(BAD_PARENT), *([fault] if fault else [])]
+            return [sys.executable, "-S", "-E", "-B", str(BAD_PARENT), *([fault] if fault else [])]
 
         plays = [(CASES[name], parent(fault), self.limits(fault), None) for fault, name in plays]
         return [played.faults for played in play_all(plays, PROGRAM, 8)]
+
+    def play_shell(self, script):
+        play = (CASES["status"], ["sh", "-c", script], Limits(), None)
+        return next(play_all([play], PROGRAM, 1))
+
+    def test_may_leave_out_what_it_does_not_support(self):
+        played = self.play_shell("""echo '{"outcome":"unsupported"}'""")
+        self.assertEqual((played.left_out, played.faults), (True, []))
+
+    def test_is_at_fault_without_a_verdict(self):
+        for script in ("true", "echo done", "echo 1", """echo '{"outcome":"fine"}'"""):
+            with self.subTest(script):
+                played = self.play_shell(script)
+                self.assertEqual(played.faults, ["the parent's last line is no verdict",
+                                                 "the parent has not started the tool"])
 
     def limits(self, fault):
         if fault is None:
@@ -125,7 +140,7 @@ class InstalledTest(unittest.TestCase):
                                 "--prefix", prefix], check=True, stdout=subprocess.DEVNULL)
             kit = pathlib.Path(prefix, "share/parlen-mac-vm/conformance")
             self.assertTrue((kit / "README.md").exists())
-            for parent in (["python3", "-B", kit / "parents/reference.py"], [kit / "parents/reference.sh"]):
+            for parent in ([sys.executable, "-B", kit / "parents/reference.py"], [kit / "parents/reference.sh"]):
                 done = subprocess.run([kit / "run", "--program", PROGRAM, "--only", "orderly-stop", "--", *parent],
                                       text=True, capture_output=True, timeout=120, check=False)
                 self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
