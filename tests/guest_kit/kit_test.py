@@ -182,10 +182,15 @@ class Kit:
         self.assertEqual(0, self.guest.stop(kit))
         self.assertEqual([], os.listdir(self.guest.logs))
 
-    def test_leaves_nothing_half_written(self):
+    def test_names_a_file_when_it_is_whole(self):
+        moved = self.guest.root / "moved"
+        moved.mkdir()
+        self.guest.command("mv", f'case $2 in *.part) cp "$2" "{moved}" ;; esac; exec /bin/mv "$@"')
         self.guest.boot()
-        self.guest.ask("echo")
+        self.guest.ask("echo a; echo b")
         self.assertEqual(["done", "up"], sorted(os.listdir(self.guest.logs)))
+        for name in ("done", "up"):
+            self.assertEqual((self.guest.logs / name).read_text(), (moved / f"{name}.part").read_text())
 
     def test_ends_without_a_folder(self):
         self.guest.command("mkdir", "exit 0")
@@ -206,8 +211,10 @@ class BashTest(Kit, unittest.TestCase):
 class BusyboxTest(Kit, unittest.TestCase):
     # This shell prefers its own commands to those of PATH, but not to functions.
     shell = ("busybox", "sh", "-c", """
-        stand_in() { if [ -x "${PATH%%:*}/$1" ]; then "${PATH%%:*}/$1"; else command "$@"; fi; }
-        for name in ip mkdir mount sleep; do eval "$name() { stand_in $name \\"\\$@\\"; }"; done
+        stand_in() {
+          if [ -x "${PATH%%:*}/$1" ]; then word=$1; shift; "${PATH%%:*}/$word" "$@"; else command "$@"; fi
+        }
+        for name in ip mkdir mount mv sleep; do eval "$name() { stand_in $name \\"\\$@\\"; }"; done
         . "$0" """)
 
 
