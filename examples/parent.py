@@ -113,6 +113,15 @@ class Guest:
         if self.end:
             raise self.end.error or Refused("ended", str(self.end))
 
+    async def until(self, look, seconds=0.25):
+        """Returns what `look` returns once it is true; raises Refused when the run has ended before. For
+        the guest kit's guest_folder.py: `await guest.until(GuestFolder("logs").up)`."""
+        while not (value := look()):
+            if self.end:
+                raise self.end.error or Refused("ended", str(self.end))
+            await asyncio.wait([self._reader], timeout=seconds)
+        return value
+
     async def ended(self):
         """Returns how the run ended, once it has."""
         await asyncio.wait([self._reader])

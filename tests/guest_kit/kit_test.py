@@ -1,8 +1,11 @@
-"""The guest kit, both sides in one folder and without a guest. PARLEN_SOURCE: the tree.
+"""The guest kit, both sides in one folder and without a guest. PARLEN_SOURCE: the tree; PARLEN_PROGRAM:
+the program.
 
 The commands whose answers differ from guest to guest (addresses, the system's name) are stand-ins."""
 
+import asyncio
 import configparser
+import importlib
 import os
 import pathlib
 import plistlib
@@ -14,6 +17,7 @@ import sys
 import tempfile
 import time
 import unittest
+import unittest.mock
 
 KIT = pathlib.Path(os.environ["PARLEN_SOURCE"]) / "guest-kit"
 sys.path.insert(0, str(KIT))
@@ -289,6 +293,54 @@ class ParentTest(unittest.TestCase):
         done = subprocess.run(["sh", "-c", block.replace(started, kit) + "kill $kit\n"], cwd=guest.root,
                               env=guest.environment(), timeout=TIMEOUT, check=True, capture_output=True)
         self.assertEqual(b"192.0.2.2\n0\n-h /\n", done.stdout)
+
+
+class ExampleTest(unittest.TestCase):
+    """The Python parent of examples/ with a guest on the simulated host, in whose folder the kit runs."""
+
+    def setUp(self):
+        self.guest = Guest(self, ("dash",))
+        self.guest.answer("ip", LINUX_ADDRESSES)
+        self.environment = {"PARLEN_HOST": "simulated", "PARLEN_PROGRAM": os.environ["PARLEN_PROGRAM"]}
+        (self.guest.root / "image").write_text('{"simulatedRestoreImage":1,"hardwareModel":"sim-1"}')
+        create = ["create", "--ipsw", "image", "--bundle", "vm1", "--disk-gb", "1"]
+        subprocess.run([os.environ["PARLEN_PROGRAM"], *create], cwd=self.guest.root, check=True,
+                       env={**os.environ, **self.environment}, stdout=subprocess.DEVNULL)
+
+    def play(self, story):
+        """Runs a coroutine with a Guest of the example, and returns what it returns."""
+        with unittest.mock.patch.dict(os.environ, self.environment), \
+                unittest.mock.patch.object(sys, "path", [str(KIT.parent / "examples"), *sys.path]):
+            parent = importlib.import_module("parent")
+
+            async def run():
+                async with parent.Guest(str(self.guest.root / "vm1"), logs_share=str(self.guest.logs),
+                                        note=lambda line: None) as guest:
+                    return await asyncio.wait_for(story(parent, guest), TIMEOUT)
+
+            return asyncio.run(run())
+
+    def test_hears_of_the_guest_and_asks_it(self):
+        async def story(parent, guest):
+            self.guest.folder.clear()
+            self.guest.start(self.guest.logs)
+            up = await guest.until(self.guest.folder.up)
+            self.guest.folder.submit("echo hello; exit 4")
+            return up["addresses"], await guest.until(self.guest.folder.result)
+
+        addresses, result = self.play(story)
+        self.assertEqual(["192.0.2.2", "2001:db8::2"], addresses)
+        self.assertEqual(Result(4, b"hello\n"), result)
+
+    def test_does_not_wait_for_a_guest_that_has_stopped(self):
+        async def story(parent, guest):
+            await guest.running()
+            await guest.stop()
+            with self.assertRaises(parent.Refused):
+                await guest.until(self.guest.folder.up)
+            return True
+
+        self.assertTrue(self.play(story))
 
 
 class FilesTest(unittest.TestCase):
