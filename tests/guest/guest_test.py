@@ -1,19 +1,22 @@
 """A real guest in a real window: typed keys reach the guest, and a user's clicks reach the parent."""
 
+import asyncio
 import json
 import os
 import pathlib
-import signal
 import string
 import subprocess
 import sys
 import tempfile
 import unittest
+from unittest import mock
 
 from desktop import Display, Tool, until
 from window_parts import BAR_TITLE, gone, press_close, press_done, press_later, shown
 
-sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "guest-kit"))
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path += [str(ROOT / "guest-kit"), str(ROOT / "examples")]
+import parent  # noqa: E402
 from guest_folder import GuestFolder  # noqa: E402
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
@@ -39,21 +42,16 @@ class GuestTest(unittest.TestCase):
         self.display.__enter__()
         self.addCleanup(self.display.stop)
 
+    def environment(self):
+        return self.display.environment() | {"PARLEN_CONSOLE": str(self.console)}
+
     def booted(self, *options):
         tool = Tool(PROGRAM, "run", "--bundle", self.bundle, "--logs-share", self.logs, *options,
-                    environment=self.display.environment() | {"PARLEN_CONSOLE": str(self.console)})
+                    environment=self.environment())
         self.addCleanup(tool.close)
         tool.wait_for(state="running")
         until(GuestFolder(self.logs).up, f"the start of the guest; {tool.log()}", BOOT_TIMEOUT)
         return tool
-
-    def type_in(self, tool, text):
-        tool.send(type="text", text=text, delayMs=GAP)
-        tool.wait_for(type="input-done", input="text", timeout=600)
-
-    def press(self, tool, chord):
-        tool.send(type="key", key=chord)
-        tool.wait_for(type="input-done", input="key")
 
     def written(self, name):
         """The text of a file that the guest writes, once it ends with a line feed."""
@@ -61,30 +59,35 @@ class GuestTest(unittest.TestCase):
         until(lambda: path.exists() and path.read_bytes().endswith(b"\n"), f"the guest's {name}")
         return path.read_text(encoding="ascii")
 
-    def stop(self, tool):
-        tool.process.send_signal(signal.SIGTERM)
-        self.assertEqual(0, tool.end(), tool.log())
+    async def type_into_a_guest(self):
+        """With the parent of examples/. Returns how the run ended."""
+        async with parent.Guest(str(self.bundle), gui=True, logs_share=str(self.logs),
+                                note=lambda line: None) as guest:
+            await guest.running()
+            await asyncio.to_thread(until, GuestFolder(self.logs).up, "the start of the guest", BOOT_TIMEOUT)
+            await guest.type("cat > /logs/typed <<'END'\n" + PRINTABLE + "\nEND\n", GAP)
+            self.assertEqual(PRINTABLE + "\n", await asyncio.to_thread(self.written, "typed"))
+
+            # The shell is alive again only if the chord has ended what it waits for.
+            await guest.type("sleep 100000\n", GAP)
+            await guest.press("ctrl+c")
+            await guest.type("echo $? > /logs/status\n", GAP)
+            self.assertEqual("130\n", await asyncio.to_thread(self.written, "status"))
+
+            # Keys without a character: back to the start of the line, and over a typing error.
+            await guest.type("cho edited > /logs/edited", GAP)
+            await guest.press("home")
+            await guest.type("ex", GAP)
+            for chord in ("delete", "end", "return"):
+                await guest.press(chord)
+            self.assertEqual("edited\n", await asyncio.to_thread(self.written, "edited"))
+            return await guest.stop()
 
     def test_guest_receives_all_characters_and_chords(self):
-        tool = self.booted("--gui")
-        self.type_in(tool, "cat > /logs/typed <<'END'\n" + PRINTABLE + "\nEND\n")
-        self.assertEqual(PRINTABLE + "\n", self.written("typed"))
-
-        # The shell is alive again only if the chord has ended what it waits for.
-        self.type_in(tool, "sleep 100000\n")
-        self.press(tool, "ctrl+c")
-        self.type_in(tool, "echo $? > /logs/status\n")
-        self.assertEqual("130\n", self.written("status"))
-
-        # Keys without a character: back to the start of the line, and over a typing error.
-        self.type_in(tool, "cho edited > /logs/edited")
-        self.press(tool, "home")
-        self.type_in(tool, "ex")
-        self.press(tool, "delete")
-        self.press(tool, "end")
-        self.press(tool, "return")
-        self.assertEqual("edited\n", self.written("edited"))
-        self.stop(tool)
+        with mock.patch.object(parent, "TOOL", PROGRAM), mock.patch.dict(os.environ, self.environment(), clear=True):
+            end = asyncio.run(self.type_into_a_guest())
+        self.assertEqual((0, False), (end.status, end.crashed), end)
+        self.assertRegex(end.reason, "^guest stopped after host stop request")
         # The shell on the guest's first serial port.
         self.assertIn("guest# ", self.console.read_text(errors="replace"))
 
