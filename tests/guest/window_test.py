@@ -328,7 +328,7 @@ class ContractTest(unittest.TestCase):
             environment = display.environment() | {"ASAN_OPTIONS": "detect_leaks=0"}
             run = subprocess.run(
                 [os.environ["PARLEN_CONTRACT_TEST"], "--gtest_filter=*WindowContract*/Qemu"],
-                env=environment, capture_output=True, text=True)
+                env=environment, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         self.assertEqual(0, run.returncode, run.stdout)
         self.assertIn("[       OK ]", run.stdout)
         self.assertNotIn("[  SKIPPED ]", run.stdout)
