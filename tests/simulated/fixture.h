@@ -45,20 +45,6 @@ class HostTest : public ::testing::Test {
   std::chrono::nanoseconds start_ = system_.loop().now();
 };
 
-/// A restore image at a path where none need be: an installer asks it for the path alone.
-class ImageAt : public platform::RestoreImage {
- public:
-  explicit ImageAt(std::string path) : path_(std::move(path)) {}
-  std::string path() const override { return path_; }
-  std::optional<platform::ConfigurationRequirements> mostFeaturefulSupportedConfiguration()
-      const override {
-    return std::nullopt;
-  }
-
- private:
-  std::string path_;
-};
-
 using Story = std::vector<std::string>;
 
 /// A machine whose completions and delegate calls are recorded with time (ms) and state:

@@ -131,7 +131,8 @@ class Installer : public HostTest {
   void given(const std::string& scenario, std::uint64_t diskLength = 1024) {
     useScenario(scenario);
     machine_ = host().machines().createMachine(emptyGuest(diskLength));
-    installer_ = host().restoration().createInstaller(*machine_, ImageAt(path("image")));
+    installer_ = host().restoration().createInstaller(
+        *machine_, simulated::RestoreImage(nullptr, path("image")));
   }
   void observe() {
     observation_ = installer_->observeProgress([this] {

@@ -1,3 +1,4 @@
+#include "platform/simulated/restoration.h"
 #include "simulated/fixture.h"
 
 namespace parlen::test {
@@ -136,7 +137,8 @@ TEST_F(Trace, HasTheRestorationsCallsWithThePathAsGiven) {
   auto machine = host().machines().createMachine(emptyGuest());
   const std::string before = trace();
   host().restoration().loadRestoreImage("images/a \xFF.ipsw", [](const auto&) {});
-  auto installer = host().restoration().createInstaller(*machine, ImageAt("images/b"));
+  auto installer =
+      host().restoration().createInstaller(*machine, simulated::RestoreImage(nullptr, "images/b"));
   installer->install([](auto) {});
   EXPECT_EQ(trace(), before +
                          line("restoreImage.load", ",\"path\":\"images\\/a \xEF\xBF\xBD.ipsw\"}") +

@@ -54,29 +54,16 @@ std::expected<RestoreImageContent, std::string> parseRestoreImage(std::string_vi
   return file.content;
 }
 
+std::optional<platform::ConfigurationRequirements>
+RestoreImage::mostFeaturefulSupportedConfiguration() const {
+  if (!content_.hardwareModel || !HardwareModel::isName(*content_.hardwareModel)) return {};
+  auto model = std::make_shared<HardwareModel>(world_, *content_.hardwareModel);
+  if (!model->isSupported()) return {};
+  return platform::ConfigurationRequirements{std::move(model), content_.minimumCPUCount,
+                                             content_.minimumMemorySize};
+}
+
 namespace {
-
-class RestoreImage : public platform::RestoreImage {
- public:
-  RestoreImage(std::shared_ptr<const World> world, std::string path, RestoreImageContent content)
-      : world_(std::move(world)), path_(std::move(path)), content_(std::move(content)) {}
-
-  std::string path() const override { return path_; }
-
-  std::optional<platform::ConfigurationRequirements> mostFeaturefulSupportedConfiguration()
-      const override {
-    if (!content_.hardwareModel || !HardwareModel::isName(*content_.hardwareModel)) return {};
-    auto model = std::make_shared<HardwareModel>(world_, *content_.hardwareModel);
-    if (!model->isSupported()) return {};
-    return platform::ConfigurationRequirements{std::move(model), content_.minimumCPUCount,
-                                               content_.minimumMemorySize};
-  }
-
- private:
-  std::shared_ptr<const World> world_;
-  std::string path_;
-  RestoreImageContent content_;
-};
 
 platform::Result<std::shared_ptr<const platform::RestoreImage>> load(
     const std::shared_ptr<World>& world, const std::string& path) {

@@ -28,6 +28,24 @@ inline constexpr std::size_t maxRestoreImageSize = 65536;
 /// Parses a restore image. The error says what is wrong with it.
 std::expected<RestoreImageContent, std::string> parseRestoreImage(std::string_view bytes);
 
+/// A restore image that has been loaded. Without `content` it supports no configuration, which an
+/// installer does not mind: it asks for the path alone.
+class RestoreImage final : public platform::RestoreImage {
+ public:
+  RestoreImage(std::shared_ptr<const World> world, std::string path,
+               RestoreImageContent content = {})
+      : world_(std::move(world)), path_(std::move(path)), content_(std::move(content)) {}
+
+  std::string path() const override { return path_; }
+  std::optional<platform::ConfigurationRequirements> mostFeaturefulSupportedConfiguration()
+      const override;
+
+ private:
+  std::shared_ptr<const World> world_;
+  std::string path_;
+  RestoreImageContent content_;
+};
+
 /// Loads restore images and makes installers for them, as slow and as faulty as the scenario says.
 class Restoration : public platform::Restoration {
  public:

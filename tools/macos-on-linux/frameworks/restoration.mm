@@ -89,24 +89,6 @@ void onAnotherThread(const std::function<void()>& work) {
 @synthesize fractionCompleted;
 @end
 
-namespace {
-
-/// The file that an installer is given, as the simulated host's installer takes it.
-class ImageAt final : public platform::RestoreImage {
- public:
-  explicit ImageAt(std::string path) : path_(std::move(path)) {}
-  std::string path() const override { return path_; }
-  std::optional<platform::ConfigurationRequirements> mostFeaturefulSupportedConfiguration()
-      const override {
-    return std::nullopt;
-  }
-
- private:
-  std::string path_;
-};
-
-}  // namespace
-
 @implementation VZMacOSInstaller {
   std::unique_ptr<platform::Installer> _simulated;
   std::unique_ptr<platform::ProgressObservation> _observation;
@@ -118,7 +100,8 @@ class ImageAt final : public platform::RestoreImage {
   harness::requireMainThread(@"VZMacOSInstaller");
   self = [super init];
   _machine = machine;
-  _simulated = restoration().createInstaller(*[machine simulated], ImageAt(fromText(url.path)));
+  _simulated = restoration().createInstaller(*[machine simulated],
+                                             simulated::RestoreImage(world(), fromText(url.path)));
   ParlenProgress* progress = [[ParlenProgress alloc] init];
   const platform::Installer* from = _simulated.get();
   _observation = _simulated->observeProgress([progress, from] {
