@@ -68,6 +68,14 @@ TEST(AnApplicationThatIsNotActive, TypesIntoItsWindow) {
   EXPECT_EQ(events, 4U) << trace;
 }
 
+TEST(AnApplicationThatIsNotActive, ShowsItsWindowBeforeTheActiveOnes) {
+  const World world;
+  Program program({"run", "--gui", "--bundle", world.makeBundle()},
+                  with(world, "PARLEN_ACTIVATION", "refused"));
+  program.eventsUntil(running);
+  EXPECT_THAT(world.read("trace.jsonl"), HasSubstr("window.orderFrontRegardless"));
+}
+
 TEST(AProgramThatAPersonQuits, StopsItsGuestFirst) {
   const World world(R"({"machine":{"stopMs":20}})");
   Program program({"run", "--bundle", world.makeBundle()}, with(world, "PARLEN_QUIT_MS", "300"));

@@ -46,6 +46,9 @@ platform::TitlebarAccessory describe(NSTitlebarAccessoryViewController* controll
 /// Whether there is a login session with a window server: not with PARLEN_SESSION=none.
 bool hasSession();
 
+/// Whether another application stays the active one: with PARLEN_ACTIVATION=refused.
+bool isActivationRefused();
+
 /// Makes the simulated views of machine views that have none yet. A machine view gets its
 /// properties after its initializer, and the trace has them all in one line: it is written by the
 /// next call that needs it.

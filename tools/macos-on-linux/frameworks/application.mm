@@ -41,6 +41,7 @@ bool variableIs(const char* name, std::string_view value) {
 }  // namespace
 
 bool harness::hasSession() { return !variableIs("PARLEN_SESSION", "none"); }
+bool harness::isActivationRefused() { return variableIs("PARLEN_ACTIVATION", "refused"); }
 
 // CGSession.h: "Returns NULL if the caller is not running within a Quartz GUI session".
 extern "C" __attribute__((ns_returns_retained)) id CGSessionCopyCurrentDictionary() {
@@ -258,7 +259,7 @@ __kindof NSApplication* NSApp = nil;
 - (void)activateIgnoringOtherApps:(BOOL)ignore {
   requireMainThread(@"activateIgnoringOtherApps:");
   windowSystem().activate(ignore ? platform::OtherApps::ignore : platform::OtherApps::respect);
-  if (variableIs("PARLEN_ACTIVATION", "refused")) return;
+  if (harness::isActivationRefused()) return;
   dispatch_async(dispatch_get_main_queue(), ^{
     self->_active = self->_policy == NSApplicationActivationPolicyRegular;
   });

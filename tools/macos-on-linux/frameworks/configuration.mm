@@ -19,6 +19,13 @@ using macos::toText;
 
 NSErrorDomain const VZErrorDomain = @"VZErrorDomain";
 
+/// In a class whose objects nobody changes after they were handed over: a copy is the object
+/// itself.
+#define COPIED_AS_ITSELF              \
+  -(id)copyWithZone : (NSZone*)zone { \
+    return self;                      \
+  }
+
 namespace {
 
 simulated::Identities identities() { return simulated::Identities(world()); }
@@ -87,23 +94,16 @@ simulated::MachineFactory machines() { return simulated::MachineFactory(world())
 - (NSString*)string {
   return _string;
 }
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 
 // ---- Platform ----
 
 @implementation VZBootLoader
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 
 @implementation VZMacOSBootLoader
-- (instancetype)init {
-  return self = [super init];
-}
 @end
 
 @implementation VZMacAuxiliaryStorage {
@@ -140,19 +140,14 @@ simulated::MachineFactory machines() { return simulated::MachineFactory(world())
 @end
 
 @implementation VZPlatformConfiguration
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 
 @implementation VZMacPlatformConfiguration
 @synthesize hardwareModel, machineIdentifier, auxiliaryStorage;
-- (instancetype)init {
-  return self = [super init];
-}
 @end
 
-// ---- Devices. Nobody changes one after it was handed over, so a copy is the object itself. ----
+// ---- Devices ----
 
 @implementation VZStorageDeviceAttachment
 @end
@@ -190,9 +185,7 @@ simulated::MachineFactory machines() { return simulated::MachineFactory(world())
 - (VZStorageDeviceAttachment*)attachment {
   return _attachment;
 }
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 
 @implementation VZVirtioBlockDeviceConfiguration
@@ -206,54 +199,31 @@ simulated::MachineFactory machines() { return simulated::MachineFactory(world())
 @implementation VZNetworkDeviceAttachment
 @end
 @implementation VZNATNetworkDeviceAttachment
-- (instancetype)init {
-  return self = [super init];
-}
 @end
 
 @implementation VZNetworkDeviceConfiguration
 @synthesize MACAddress, attachment;
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 @implementation VZVirtioNetworkDeviceConfiguration
-- (instancetype)init {
-  return self = [super init];
-}
 @end
 
 @implementation VZEntropyDeviceConfiguration
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 @implementation VZVirtioEntropyDeviceConfiguration
-- (instancetype)init {
-  return self = [super init];
-}
 @end
 
 @implementation VZKeyboardConfiguration
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 @implementation VZUSBKeyboardConfiguration
-- (instancetype)init {
-  return self = [super init];
-}
 @end
 
 @implementation VZPointingDeviceConfiguration
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 @implementation VZUSBScreenCoordinatePointingDeviceConfiguration
-- (instancetype)init {
-  return self = [super init];
-}
 @end
 
 @implementation VZSharedDirectory {
@@ -290,9 +260,7 @@ simulated::MachineFactory machines() { return simulated::MachineFactory(world())
 @end
 
 @implementation VZDirectorySharingDeviceConfiguration
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 @implementation VZVirtioFileSystemDeviceConfiguration
 @synthesize tag, share;
@@ -307,9 +275,7 @@ simulated::MachineFactory machines() { return simulated::MachineFactory(world())
 @end
 
 @implementation VZGraphicsDisplayConfiguration
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 @implementation VZMacGraphicsDisplayConfiguration
 @synthesize widthInPixels, heightInPixels, pixelsPerInch;
@@ -325,15 +291,10 @@ simulated::MachineFactory machines() { return simulated::MachineFactory(world())
 @end
 
 @implementation VZGraphicsDeviceConfiguration
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 @end
 @implementation VZMacGraphicsDeviceConfiguration
 @synthesize displays;
-- (instancetype)init {
-  return self = [super init];
-}
 @end
 
 // ---- The whole ----
@@ -384,9 +345,7 @@ platform::DirectorySharingDevice simulatedSharing(VZVirtioFileSystemDeviceConfig
   return static_cast<NSUInteger>(world()->scenario.host.maximumCPUCount);
 }
 
-- (id)copyWithZone:(NSZone*)zone {
-  return self;
-}
+COPIED_AS_ITSELF
 
 - (void)describePlatform:(parlen::platform::MachineConfiguration&)result {
   auto* mac = static_cast<VZMacPlatformConfiguration*>(self.platform);

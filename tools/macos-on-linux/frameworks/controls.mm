@@ -253,6 +253,7 @@ platform::BarLabel roleOf(NSTextField* label) {
 @implementation NSTextField
 @synthesize textColor;
 + (instancetype)labelWithString:(NSString*)text {
+  if (NSApp == nil) harness::raise(@"a label before the application, whose font it has");
   NSTextField* label = [[self alloc] initWithFrame:NSMakeRect(0, 0, 0, 0)];
   [labels() addObject:label];
   return label;

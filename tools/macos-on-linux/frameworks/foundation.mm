@@ -11,6 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <string>
+
 #include "copying.h"
 
 namespace {
@@ -31,6 +33,19 @@ BOOL fail(NSError* __autoreleasing* error, NSError* what) {
 
 bool statusOf(NSURL* url, struct stat& status) {
   return stat(url.path.fileSystemRepresentation, &status) == 0;
+}
+
+/// Returns an errno value. With `parents`, a directory that is there is a success.
+int makeDirectory(const std::string& path, BOOL parents) {
+  struct stat there{};
+  if (mkdir(path.c_str(), 0777) == 0) return 0;
+  const int code = errno;
+  const size_t slash = path.rfind('/');
+  if (!parents) return code;
+  if (code == EEXIST) return stat(path.c_str(), &there) == 0 && S_ISDIR(there.st_mode) ? 0 : code;
+  if (code != ENOENT || slash == std::string::npos || slash == 0) return code;
+  if (const int above = makeDirectory(path.substr(0, slash), parents)) return above;
+  return makeDirectory(path, parents);
 }
 
 bool isSame(const struct stat& one, const struct stat& other) {
@@ -133,6 +148,15 @@ bool isSame(const struct stat& one, const struct stat& other) {
     if (stat(at.fileSystemRepresentation, &here) == 0 && isSame(above, here)) *relationship = 0;
   }
   return YES;
+}
+
+// GNUstep's own takes a file for the directory that is wanted.
+- (BOOL)createDirectoryAtPath:(NSString*)path
+    withIntermediateDirectories:(BOOL)parents
+                     attributes:(NSDictionary*)attributes
+                          error:(NSError**)error {
+  const int code = makeDirectory(path.fileSystemRepresentation, parents);
+  return code == 0 ? YES : fail(error, posixError(code, path));
 }
 
 // GNUstep's own copies byte by byte, without holes: a large disk would fill this machine.

@@ -298,8 +298,11 @@ class CloseButton final : public platform::WindowDelegate {
   _simulated->makeKeyAndOrderFront();
   [NSApp wishesToBeKey:self];
 }
-// Orders the window in front of other applications' windows; the simulated desktop has none.
+// Orders the window in front of the active application's; in the trace where that is another one,
+// because the simulated desktop has no others.
 - (void)orderFrontRegardless {
+  requireMainThread(@"orderFrontRegardless");
+  if (harness::isActivationRefused()) world()->trace.record("window.orderFrontRegardless");
 }
 - (void)orderOut:(id)sender {
   requireMainThread(@"orderOut:");
