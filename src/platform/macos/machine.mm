@@ -16,11 +16,17 @@ class MachineLife {
   /// say whether the delegate is also called after a completed stopWithCompletionHandler:.
   bool claimEnd() { return !std::exchange(ended_, true); }
 
+  /// While a hard stop is under way its completion reports the end.
+  void stopBegins() { ++stops_; }
+  void stopEnds() { --stops_; }
+  bool isStopping() const { return stops_ > 0; }
+
   /// The machine has been destroyed: nothing is reported from now on.
   void leave() { left_ = true; }
   bool hasLeft() const { return left_; }
 
  private:
+  int stops_ = 0;
   bool ended_ = false;
   bool left_ = false;
 };
@@ -94,13 +100,15 @@ namespace {
 /// When a completion means that the machine has ended.
 enum class Ends { never, onFailure, onSuccess };
 
-/// `handler`, but for a machine that has been destroyed, and for a second end of the same machine.
+/// `handler`, but for a machine that has been destroyed, for a second end of the same machine, and
+/// for a failure that ends it while it stops: it may fail a start that a hard stop cuts short.
 CompletionHandler whileAlive(const std::shared_ptr<MachineLife>& life, Ends when,
                              CompletionHandler handler) {
   const std::shared_ptr<MachineLife> kept = life;
   return ^(NSError* error) {
     if (kept->hasLeft()) return;
     const bool ends = when == (error == nil ? Ends::onSuccess : Ends::onFailure);
+    if (ends && error != nil && kept->isStopping()) return;
     if (!ends || kept->claimEnd()) handler(error);
   };
 }
@@ -141,8 +149,14 @@ Result<> Machine::requestStop() {
 }
 
 void Machine::stop(Completion done) {
-  [machine_ stopWithCompletionHandler:whileAlive(life_, Ends::onSuccess,
-                                                 toHandler(std::move(done), warn_))];
+  const std::shared_ptr<MachineLife> life = life_;
+  const CompletionHandler handler =
+      whileAlive(life, Ends::onSuccess, toHandler(std::move(done), warn_));
+  life->stopBegins();
+  [machine_ stopWithCompletionHandler:^(NSError* error) {
+    life->stopEnds();
+    handler(error);
+  }];
 }
 
 bool Machine::canPause() const { return machine_.canPause; }
