@@ -31,7 +31,7 @@ CYCLE = ("signals", "emulator", "races", "damage", "signals", "emulator", "paren
          "signals", "emulator", "limits", "full", "races", "signals", "emulator", "parents",
          "damage", "races", "real", "limits", "display")
 # Guards against hangs of the campaign itself; a try waits for the program a few times at most.
-TRY_SECONDS = 900
+TRY_SECONDS = 1800
 
 
 def kind_of(number):

@@ -17,7 +17,7 @@ import rules
 
 # Guards against hangs only: nothing that is right takes a tenth of it on a machine with ten times as
 # much to do as it has processors.
-HANG_SECONDS = 120
+HANG_SECONDS = 300
 # How long a guest may take to follow an orderly stop before the parent sends a signal.
 ORDERLY_SECONDS = 0.7
 # In memory from the moment when the tool begins to open the desktop.

@@ -160,7 +160,7 @@ def nonsense(world):
 def long_lines(world):
     """A line of megabytes, a command or none, and a command behind it."""
     tool = running(world)
-    length = world.pick(100_000, 1 << 20, 8 << 20)
+    length = world.pick(100_000, 1 << 20, 4 << 20)
     filler = world.pick(b"x", b" ", b"[", b"\\u0041", b"\xc3\xa9") * length
     filler = filler[:length // 6 * 6]
     tool.write(world.pick(b'{"type":"unknown","text":"' + filler + b'"}\n', filler + b"\n",
