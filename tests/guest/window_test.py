@@ -111,11 +111,12 @@ class WindowTest(unittest.TestCase):
         window = shown(self.display)
         before = done_button(self.display, window)
 
-        tool.send(type="window", show=True, title=LONG, detail=LONG + "\n\0" + LONG)
-        tool.send(type="window", show=True, title="\u2603 " + LONG * 100, detail=LONG)
+        for title, detail in ((LONG, "a\n\0" + LONG), ("\u2603 " + LONG * 100, LONG)):
+            last = self.display.picture().raw
+            tool.send(type="window", show=True, title=title, detail=detail)
+            until(lambda last=last: self.display.picture().raw != last, "the text on the screen")
+            self.assertEqual(before, done_button(self.display, window))
         test_picture(self.display, window)
-
-        self.assertEqual(before, done_button(self.display, window))
         self.assertEqual(window, self.display.window(BAR_TITLE))
         self.stop(tool)
 

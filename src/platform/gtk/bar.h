@@ -11,7 +11,8 @@
 namespace parlen::gtk {
 
 /// What a title or a label shows of `text`: its first 4000 bytes, cut at a character of UTF-8, with
-/// a space for each NUL, at which GTK would end the text.
+/// a space for each control character. GTK would end the text at a NUL, and draw a line feed with a
+/// sign that is taller than the line.
 std::string shownText(const std::string& text);
 
 /// The two labels of the bar. They exist, empty, before any bar does.
