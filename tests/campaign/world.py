@@ -177,6 +177,9 @@ class World:
         self.require(not changed, f"files outside have changed: {changed}")
 
     def _no_orphans(self):
+        # A child that this campaign has stopped does not see that its tool has gone.
+        for pid in self._left():
+            processes.send(pid, signal.SIGCONT)
         deadline = time.monotonic() + tools.HANG_SECONDS / 2
         while left := self._left():
             processes.reap_adopted(self._own())
