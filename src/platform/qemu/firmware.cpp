@@ -80,9 +80,12 @@ std::vector<std::string> descriptorNames(const std::string& folder) {
   return names;
 }
 
-bool isReadable(const std::string& path) { return ::access(path.c_str(), R_OK) == 0; }
-
 }  // namespace
+
+bool isInstalled(const Firmware& firmware) {
+  return ::access(firmware.code.c_str(), R_OK) == 0 &&
+         ::access(firmware.variables.c_str(), R_OK) == 0;
+}
 
 std::optional<Firmware> readDescriptor(std::string_view bytes, const Board& board) {
   constexpr std::array<std::string_view, 3> unwanted{"secure-boot", "enrolled-keys",
@@ -125,9 +128,7 @@ std::vector<Firmware> findFirmware(const Board& board, std::span<const std::stri
   std::vector<Firmware> found;
   for (const auto& [name, path] : paths) {
     auto firmware = readDescriptor(files.readStart(path, maxLength).value_or(""), board);
-    if (firmware && isReadable(firmware->code) && isReadable(firmware->variables)) {
-      found.push_back(*std::move(firmware));
-    }
+    if (firmware && isInstalled(*firmware)) found.push_back(*std::move(firmware));
   }
   return found;
 }

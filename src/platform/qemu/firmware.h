@@ -17,6 +17,9 @@ struct Firmware {
   friend bool operator==(const Firmware&, const Firmware&) = default;
 };
 
+/// Whether both of its files are there and can be read.
+bool isInstalled(const Firmware& firmware);
+
 /// Reads a firmware descriptor (QEMU docs/interop/firmware.json). Nothing if `bytes` are none, or
 /// if the firmware does not fit: it must offer UEFI out of two raw flash images, on this board in
 /// each of its versions, and without Secure Boot, which needs a board that protects its variables

@@ -1,7 +1,6 @@
 #include "platform/qemu/guest_platform.h"
 
 #include <sys/utsname.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -48,8 +47,6 @@ Firmware formerFirmware() {
           .variables = "/usr/share/OVMF/OVMF_VARS_4M.fd"};
 }
 
-bool isReadable(const std::string& path) { return ::access(path.c_str(), R_OK) == 0; }
-
 /// /usr/bin first: distributions install them there, and a walk along a long PATH slows `status`.
 bool hasProgram(std::string_view name) {
   return linux::findProgram(name, "/usr/bin") || linux::findProgram(name);
@@ -81,8 +78,7 @@ std::optional<Firmware> firmwareWithCode(std::string_view code, const Board& boa
                                          const Installed& host) {
   if (code == formerName && board.architecture == formerArchitecture) {
     Firmware former = formerFirmware();
-    if (!isReadable(former.code) || !isReadable(former.variables)) return std::nullopt;
-    return former;
+    return isInstalled(former) ? std::optional(std::move(former)) : std::nullopt;
   }
   const auto all = findFirmware(board, host.descriptorFolders);
   const auto found = std::ranges::find(all, code, &Firmware::code);
