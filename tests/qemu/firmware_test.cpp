@@ -5,6 +5,7 @@
 #include <array>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/qemu/guest_platform.h"
@@ -130,12 +131,13 @@ class FirmwareFolders : public testing::Test {
   }
   void remove(const std::string& file) { EXPECT_TRUE(files().remove(directory_ / file)); }
 
-  /// The names of the code of all that fits.
-  std::vector<std::string> found() const {
+  /// The names of the code of what fits, up to the one that is wanted; without it, of all.
+  std::vector<std::string> found(std::string_view wanted = "") const {
     std::vector<std::string> names;
-    for (const Firmware& firmware : findFirmware(pc(), folders())) {
+    findFirmware(pc(), folders(), [&](const Firmware& firmware) {
       names.push_back(firmware.code.substr(firmware.code.rfind('/') + 1));
-    }
+      return names.back() == wanted;
+    });
     return names;
   }
 
@@ -156,6 +158,13 @@ TEST_F(FirmwareFolders, AreSortedByFileNameTogether) {
   describe("usr/9-last.json", "last");
 
   EXPECT_THAT(found(), ElementsAre("a", "b", "c", "last"));
+}
+
+TEST_F(FirmwareFolders, AreReadUpToWhatIsWanted) {
+  for (const char* name : {"a", "b", "c"})
+    describe(std::string("usr/").append(name) + ".json", name);
+
+  EXPECT_THAT(found("b"), ElementsAre("a", "b"));
 }
 
 TEST_F(FirmwareFolders, PreferTheMoreSpecificFileOfAName) {

@@ -116,7 +116,8 @@ std::vector<std::string> descriptorFolders(std::string_view configHome, std::str
   return folders;
 }
 
-std::vector<Firmware> findFirmware(const Board& board, std::span<const std::string> folders) {
+std::optional<Firmware> findFirmware(const Board& board, std::span<const std::string> folders,
+                                     const std::function<bool(const Firmware&)>& wanted) {
   constexpr std::size_t maxLength = 65536;  // of a descriptor, in bytes
   std::map<std::string, std::string> paths;
   for (const std::string& folder : folders) {
@@ -125,12 +126,11 @@ std::vector<Firmware> findFirmware(const Board& board, std::span<const std::stri
     }
   }
   const linux::Files files;
-  std::vector<Firmware> found;
   for (const auto& [name, path] : paths) {
     auto firmware = readDescriptor(files.readStart(path, maxLength).value_or(""), board);
-    if (firmware && isInstalled(*firmware)) found.push_back(*std::move(firmware));
+    if (firmware && isInstalled(*firmware) && wanted(*firmware)) return firmware;
   }
-  return found;
+  return std::nullopt;
 }
 
 }  // namespace parlen::qemu

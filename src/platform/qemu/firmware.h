@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -30,10 +31,11 @@ std::optional<Firmware> readDescriptor(std::string_view bytes, const Board& boar
 /// values of XDG_CONFIG_HOME and HOME, empty if they are unset.
 std::vector<std::string> descriptorFolders(std::string_view configHome, std::string_view home);
 
-/// The firmware that fits the board and is installed, the preferred one first. As the descriptors'
+/// The preferred firmware that fits the board, is installed and is `wanted`. As the descriptors'
 /// format demands, they are sorted by file name, whatever their folder; of one name the most
 /// specific file counts, and an empty file hides the others of its name. What is no descriptor is
-/// left out.
-std::vector<Firmware> findFirmware(const Board& board, std::span<const std::string> folders);
+/// left out. No descriptor behind the one found is read.
+std::optional<Firmware> findFirmware(const Board& board, std::span<const std::string> folders,
+                                     const std::function<bool(const Firmware&)>& wanted);
 
 }  // namespace parlen::qemu

@@ -80,9 +80,8 @@ std::optional<Firmware> firmwareWithCode(std::string_view code, const Board& boa
     Firmware former = formerFirmware();
     return isInstalled(former) ? std::optional(std::move(former)) : std::nullopt;
   }
-  const auto all = findFirmware(board, host.descriptorFolders);
-  const auto found = std::ranges::find(all, code, &Firmware::code);
-  return found == all.end() ? std::nullopt : std::optional(*found);
+  return findFirmware(board, host.descriptorFolders,
+                      [code](const Firmware& firmware) { return firmware.code == code; });
 }
 
 }  // namespace
@@ -104,9 +103,9 @@ Result<GuestPlatform> newGuestPlatform(const Installed& host) {
   if (board == nullptr) {
     return error("there are no guests for processors of the kind " + host.architecture);
   }
-  auto all = findFirmware(*board, host.descriptorFolders);
-  return complete(*board, all.empty() ? std::nullopt : std::optional(std::move(all.front())),
-                  "UEFI firmware for " + host.architecture, host);
+  auto preferred =
+      findFirmware(*board, host.descriptorFolders, [](const Firmware&) { return true; });
+  return complete(*board, std::move(preferred), "UEFI firmware for " + host.architecture, host);
 }
 
 Result<GuestPlatform> guestPlatform(std::string_view architecture, std::string_view machineType,
