@@ -100,10 +100,11 @@ class Files {
   /// an empty directory that the caller has created, and gives `to` the attributes of `from`. The
   /// members of `from` with the names `last` are copied in that order, after everything else. It is
   /// an error if `to` lies inside `from`, or if anything appears in `to` that is to be copied.
-  /// Symbolic links are copied as links, special files are created anew, and hard links among the
-  /// files are kept, as are holes, times, modes and extended attributes. The copy shares storage
-  /// with the original where the file system can do so. An error leaves what has been copied so
-  /// far.
+  /// Symbolic links are copied as links; modes, times and extended attributes are kept. Whether
+  /// hard links among the files are kept is the host's: each name has the content. A FIFO, a socket
+  /// or a device is never opened; a host that cannot create it anew copies nothing and names it in
+  /// the error. The copy shares storage with the original, or at least keeps holes, where the host
+  /// and the file system can do so. Any other error leaves what has been copied so far.
   virtual Result<> copyDirectory(const std::string& from, const std::string& to,
                                  std::span<const std::string_view> last) = 0;
 

@@ -49,8 +49,9 @@ class Process {
   /// fails as any other does. Before, it ends the process. Children are not affected.
   virtual void failTooLongWrites() = 0;
 
-  /// Runs `program` with the tool's own standard streams and blocks until it has exited; the value
-  /// is its exit status. It is an error only if the program cannot be started.
+  /// Runs `program` with the tool's own standard streams, no signal blocked and the default action
+  /// for each, and blocks until it has exited. The value is its exit status, 128 plus the signal's
+  /// number if one ended it. It is an error only if the program cannot be started.
   virtual Result<int> runAndWait(const std::string& program,
                                  const std::vector<std::string>& arguments) = 0;
 

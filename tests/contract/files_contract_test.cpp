@@ -1,10 +1,16 @@
 #include <gmock/gmock.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <filesystem>
+#include <string>
 
 #include "contract/contract.h"
+#include "platform/posix/descriptor.h"
 
 namespace parlen::test {
 namespace {
@@ -135,6 +141,98 @@ TEST_P(FilesContract, NeverCopiesADirectoryIntoItself) {
   EXPECT_FALSE(files().copyDirectory(path("from"), path("from/inside"), {}));
 
   EXPECT_TRUE(std::filesystem::is_empty(path("from/inside")));
+}
+
+/// A socket that nobody listens to.
+void makeSocket(const std::string& path) {
+  const posix::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  ASSERT_LT(path.size(), sizeof address.sun_path);
+  std::ranges::copy(path, address.sun_path);
+  ASSERT_EQ(bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+}
+
+TEST_P(FilesContract, CopiesSpecialFilesOrNothingAtAll) {
+  ASSERT_TRUE(files().createDirectories(path("fifo/deep")));
+  ASSERT_EQ(mkfifo(path("fifo/deep/fifo-itself").c_str(), 0600), 0);
+  ASSERT_TRUE(files().createDirectories(path("socket/deep")));
+  makeSocket(path("socket/deep/socket-itself"));
+
+  for (const std::string kind : {"fifo", "socket"}) {
+    const std::string copy = path("copy-of-" + kind);
+    const std::string special = "/deep/" + kind + "-itself";
+    ASSERT_TRUE(files().create(path(kind + "/file"), ""));
+    ASSERT_TRUE(files().createDirectory(copy));
+    const auto copied = files().copyDirectory(path(kind), copy, {});
+    if (copied) {
+      EXPECT_EQ(std::filesystem::symlink_status(copy + special).type(),
+                std::filesystem::symlink_status(path(kind) + special).type());
+    } else {
+      EXPECT_THAT(copied.error().description, NamesFile(special));
+      EXPECT_TRUE(std::filesystem::is_empty(copy));
+    }
+  }
+}
+
+TEST_P(FilesContract, CopiesSymbolicLinksAsLinks) {
+  ASSERT_TRUE(files().createDirectories(path("from/deep")));
+  ASSERT_TRUE(files().create(path("precious"), "precious"));
+  const std::array<std::array<const char*, 2>, 4> links = {
+      {{"dangling", "nowhere"}, {"out", "../precious"}, {"loop", "."}, {"deep/up", "../deep"}}};
+  for (const auto& [name, text] : links)
+    std::filesystem::create_symlink(text, path("from/") + name);
+  ASSERT_TRUE(files().createDirectory(path("to")));
+
+  ASSERT_TRUE(files().copyDirectory(path("from"), path("to"), {}));
+
+  for (const auto& [name, text] : links)
+    EXPECT_EQ(std::filesystem::read_symlink(path("to/") + name), text);
+  EXPECT_EQ(files().read(path("precious")), "precious");
+}
+
+TEST_P(FilesContract, CopiesTheContentOfEachHardLink) {
+  ASSERT_TRUE(files().createDirectories(path("from/deep")));
+  ASSERT_TRUE(files().create(path("from/one"), "content"));
+  std::filesystem::create_hard_link(path("from/one"), path("from/deep/two"));
+  std::filesystem::create_hard_link(path("from/one"), path("outside"));
+  ASSERT_TRUE(files().createDirectory(path("to")));
+
+  ASSERT_TRUE(files().copyDirectory(path("from"), path("to"), {}));
+
+  EXPECT_EQ(files().read(path("to/one")), "content");
+  EXPECT_EQ(files().read(path("to/deep/two")), "content");
+  ASSERT_TRUE(files().writeStart(path("to/one"), "changed"));
+  EXPECT_EQ(files().read(path("outside")), "content");
+}
+
+TEST_P(FilesContract, CopiesModesAndTimes) {
+  namespace fs = std::filesystem;
+  using fs::perms;
+  const mode_t mask = umask(077);
+  ASSERT_TRUE(files().createDirectories(path("from/locked")));
+  for (const char* name : {"from/secret", "from/program", "from/locked/file"})
+    ASSERT_TRUE(files().create(path(name), name));
+  fs::permissions(path("from/secret"), perms::owner_read);
+  fs::permissions(path("from/program"), perms{0755});
+  fs::permissions(path("from/locked"), perms{0555});
+  fs::permissions(path("from"), perms{0750});
+  const std::array names = {"", "/secret", "/program", "/locked", "/locked/file"};
+  const auto then = fs::last_write_time(path("from")) - std::chrono::hours(24);
+  for (const char* name : names) fs::last_write_time(path("from") + name, then);
+  ASSERT_TRUE(files().createDirectory(path("to")));
+
+  const auto copied = files().copyDirectory(path("from"), path("to"), {});
+
+  umask(mask);
+  ASSERT_TRUE(copied);
+  for (const char* name : names) {
+    EXPECT_EQ(fs::status(path("to") + name).permissions(),
+              fs::status(path("from") + name).permissions())
+        << name;
+    EXPECT_EQ(fs::last_write_time(path("to") + name), then) << name;
+  }
+  for (const char* top : {"from", "to"}) fs::permissions(path(top) + "/locked", perms{0755});
 }
 
 }  // namespace

@@ -114,16 +114,6 @@ int becomeProgram(const ChildOptions& options, ChildPlan& plan, int& report) {
 
 // ---- In the parent ----
 
-// If this process has inherited that SIGCHLD is ignored, the system would discard exit statuses.
-void keepExitStatuses() {
-  struct sigaction action{};
-  sigaction(SIGCHLD, nullptr, &action);
-  if (action.sa_handler != SIG_IGN && (action.sa_flags & SA_NOCLDWAIT) == 0) return;
-  action = {};
-  action.sa_handler = SIG_DFL;
-  sigaction(SIGCHLD, &action, nullptr);
-}
-
 // No handler of this process may run in the child before its dispositions are reset.
 pid_t forkWithSignalsBlocked(sigset_t& before) {
   sigset_t all;
@@ -163,7 +153,7 @@ platform::Result<pid_t> startChild(const ChildOptions& options) {
   if (pipe2(ends, O_CLOEXEC) != 0) return error(attempt, errno);
   Descriptor reading(ends[0]);
   Descriptor writing(ends[1]);
-  keepExitStatuses();
+  posix::keepExitStatuses();
   sigset_t before;
   const pid_t child = forkWithSignalsBlocked(before);
   if (child == 0) runChild(options, plan, writing.get());
@@ -272,7 +262,7 @@ platform::Result<ChildExit> runChildToEnd(const ChildOptions& options) {
 }
 
 bool holdsInChild(bool (*test)(), std::chrono::milliseconds limit) {
-  keepExitStatuses();
+  posix::keepExitStatuses();
   const int parent = getpid();
   sigset_t before;
   const pid_t child = forkWithSignalsBlocked(before);  // in the child they stay so

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #import "platform/macos/bridge.h"
@@ -99,6 +101,18 @@ Result<std::vector<std::string>> membersOf(const std::string& directory,
     if (found != members.end()) std::rotate(found, found + 1, members.end());
   }
   return members;
+}
+
+/// The path of a FIFO, a socket or a device in the tree; empty if there is none. Follows no links.
+std::string specialFileIn(const std::string& directory) {
+  namespace fs = std::filesystem;
+  std::error_code unreadable;  // ends the search; the copy itself reports that
+  for (fs::recursive_directory_iterator at(directory, unreadable), end; at != end;
+       at.increment(unreadable)) {
+    std::error_code gone;
+    if (fs::is_other(at->symlink_status(gone))) return at->path().string();
+  }
+  return {};
 }
 
 }  // namespace
@@ -240,6 +254,12 @@ Result<> Files::copyDirectory(const std::string& from, const std::string& to,
   // A copy into itself would never end.
   if (liesInside(from, to)) return macos::error(EINVAL, couldNotUse(to, "it lies inside " + from));
   const std::string source = canonicalPath(from).value_or(from);
+  // copyfile(3): ENOTSUP for all but files, directories and links. Foundation's sentence for it
+  // need not name the file.
+  if (const std::string special = specialFileIn(source); !special.empty()) {
+    return macos::error(ENOTSUP,
+                        couldNotUse(special, "a FIFO, a socket or a device cannot be copied"));
+  }
   const auto members = membersOf(source, last);
   if (!members) return std::unexpected(members.error());
   for (const std::string& name : *members) {

@@ -145,6 +145,7 @@ class Process final : public posix::Process {
     for (const std::string& argument : arguments)
       words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
+    posix::keepExitStatuses();
     pid_t child = 0;
     // Not NSTask, which runs the run loop while it waits: the main queue would go on inside.
     if (const int code = posix_spawn(&child, program.c_str(), nullptr, SpawnAttributes().get(),

@@ -20,6 +20,15 @@ void Process::failTooLongWrites() {
   sigaction(SIGXFSZ, &action, nullptr);
 }
 
+void keepExitStatuses() {
+  struct sigaction action{};
+  sigaction(SIGCHLD, nullptr, &action);
+  if (action.sa_handler != SIG_IGN && (action.sa_flags & SA_NOCLDWAIT) == 0) return;
+  action = {};
+  action.sa_handler = SIG_DFL;
+  sigaction(SIGCHLD, &action, nullptr);
+}
+
 void resetSignals() {
   struct sigaction action{};
   action.sa_handler = SIG_DFL;

@@ -14,6 +14,10 @@ class Process : public platform::Process {
   [[noreturn]] void endInTrap() final;
 };
 
+/// Before a child is started: from now on the system keeps how children end until this process
+/// asks. Where SIGCHLD is ignored, as a parent may have left it, it would discard that.
+void keepExitStatuses();
+
 /// Gives every signal its default action and unblocks it: for a forked child before its exec, which
 /// would hand on what the parent ignores or blocks. Async-signal-safe.
 void resetSignals();

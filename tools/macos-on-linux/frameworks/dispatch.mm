@@ -283,12 +283,15 @@ void dispatch_source_set_event_handler(id source, Block handler) {
 
 void dispatch_source_cancel(id source) { signals().remove(source); }
 
-// On a Mac the kernel's filter sees the signal beside any action that it has. Here the filter is
-// the action, so it takes the place of the one that the program has set.
+// On a Mac the kernel's filter sees the signal beside any action that it has, and the default
+// action still ends the process. Here the filter is the action, and takes the place of SIG_IGN
+// alone.
 void dispatch_resume(id object) {
   ParlenSignalSource* source = object;
   signals().add(source);
-  signal(source->_signal, caught);
+  struct sigaction action{};
+  sigaction(source->_signal, nullptr, &action);
+  if (action.sa_handler != SIG_DFL) signal(source->_signal, caught);
 }
 
 }  // extern "C"
