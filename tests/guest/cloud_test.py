@@ -1,0 +1,76 @@
+"""A disk image of the shape that distributions publish for clouds: it is installed from each of its
+formats, boots unchanged on a disk that is larger, and somebody logs in by typing and powers it off.
+
+PARLEN_CLOUD_IMAGES: the folder that scripts/make-cloud-image has written."""
+
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+from desktop import Display, Tool, until
+
+PROGRAM = os.environ["PARLEN_PROGRAM"]
+IMAGES = pathlib.Path(os.environ.get("PARLEN_CLOUD_IMAGES", "none"))
+BOOT_TIMEOUT = int(os.environ.get("PARLEN_BOOT_TIMEOUT", "300"))  # seconds
+GAP = 100  # ms between two strokes, enough for a guest whose processor is emulated
+
+
+@unittest.skipUnless(IMAGES.is_dir(), f"scripts/make-cloud-image makes '{IMAGES}'")
+class CloudTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def create(self, name):
+        bundle = self.folder / name
+        subprocess.run([PROGRAM, "create", "--ipsw", IMAGES / name, "--bundle", bundle,
+                        "--disk-gb", "1"], check=True, capture_output=True)
+        return bundle
+
+    def type_in(self, tool, text):
+        tool.send(type="text", text=text, delayMs=GAP)
+        tool.wait_for(type="input-done", input="text", timeout=600)
+
+    def test_all_formats_install_the_same_disk(self):
+        raw = (IMAGES / "cloud.raw").read_bytes()
+        for name in ("cloud.raw", "cloud.qcow2", "cloud-compressed.qcow2"):
+            with self.subTest(name):
+                disk = self.create(name) / "Disk.img"
+                self.assertEqual(1 << 30, disk.stat().st_size)
+                with disk.open("rb") as file:
+                    self.assertEqual(raw, file.read(len(raw)))
+
+    def test_it_boots_and_is_logged_in_to_by_typing(self):
+        bundle = self.create("cloud-compressed.qcow2")
+        logs = self.folder / "logs"
+        console = self.folder / "console"
+        display = self.enterContext(Display("1440x900"))
+        tool = Tool(PROGRAM, "run", "--gui", "--bundle", bundle, "--logs-share", logs,
+                    environment=display.environment() | {"PARLEN_CONSOLE": str(console)})
+        self.addCleanup(tool.close)
+        tool.wait_for(state="running")
+        # The login on the serial line comes up with the one on the screen.
+        until(lambda: re.search(rb"cloud login:", console.read_bytes()), "the login", BOOT_TIMEOUT)
+
+        self.type_in(tool, "root\n")
+        self.type_in(tool, "cloud\n")
+        self.type_in(tool, "mount -t 9p -o trans=virtio parlen-logs /mnt\n")
+        self.type_in(tool, "id -un > /mnt/who; cat /sys/block/vda/size >> /mnt/who; umount /mnt\n")
+        written = logs / "who"
+        until(lambda: written.exists() and written.read_bytes().count(b"\n") == 2, "the guest's file")
+        # The guest sees the whole disk, in sectors.
+        self.assertEqual(["root", str((1 << 30) // 512)], written.read_text().split())
+
+        # The guest may be gone before its last key is up, and that text has no answer then.
+        tool.send(type="text", text="poweroff -f\n", delayMs=GAP)
+        self.assertEqual(0, tool.end(), tool.log())
+        self.assertFalse(tool.events[-1]["crashed"])
+        self.assertIn("guest stopped", tool.events[-1]["reason"])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
