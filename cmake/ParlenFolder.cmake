@@ -12,6 +12,19 @@ if(CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
   # Let the linker drop what the program does not use.
   target_compile_options(parlen_options INTERFACE -ffunction-sections -fdata-sections)
 endif()
+# Packages have the flags that Debian's and Fedora's builds have.
+if(PARLEN_HARDENING)
+  set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(parlen_options INTERFACE
+    -fstack-protector-strong -fstack-clash-protection -Wformat -Werror=format-security
+    -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|amd64)$")
+    target_compile_options(parlen_options INTERFACE -fcf-protection)
+  elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
+    target_compile_options(parlen_options INTERFACE -mbranch-protection=standard)
+  endif()
+  target_link_options(parlen_options INTERFACE -Wl,-z,relro -Wl,-z,now)
+endif()
 # When it optimizes, g++ 12 reports both of these wrongly in inlined code of std::variant and
 # std::string (GCC bugs 105329 and 105562).
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
@@ -97,12 +110,17 @@ endfunction()
 # Link options of the program in a release build on Linux. The program starts once per command, so
 # its start time counts: the C++ library is linked statically and only libc dynamically, the program
 # is not position-independent, and it has few segments and little code, because a page fault costs
-# more than the code of that page takes to run.
+# more than the code of that page takes to run. In a package it is as distributions want it:
+# position-independent, and with its code in a segment of its own, for a tenth of a millisecond.
 function(parlen_program_options target)
   if(CMAKE_SYSTEM_NAME STREQUAL Linux AND CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
     target_link_options(${target} PRIVATE
-      -static-libstdc++ -static-libgcc -no-pie
-      $<$<CXX_COMPILER_ID:GNU>:-flto=auto>
-      -Wl,--as-needed -Wl,--gc-sections -Wl,-z,noseparate-code -Wl,-O1)
+      -static-libstdc++ -static-libgcc $<$<CXX_COMPILER_ID:GNU>:-flto=auto>
+      -Wl,--as-needed -Wl,--gc-sections -Wl,-O1)
+    if(PARLEN_HARDENING)
+      target_link_options(${target} PRIVATE -pie)
+    else()
+      target_link_options(${target} PRIVATE -no-pie -Wl,-z,noseparate-code)
+    endif()
   endif()
 endfunction()

@@ -1,0 +1,93 @@
+# Packages for Debian and for distributions with RPM, made by `cpack` in the presets `deb` and `rpm`.
+#
+# Three packages: the program, which needs only libc; its window module, which brings GTK; and the
+# conformance kit, which needs Python. The first two have the libraries of their own files as computed
+# dependencies. QEMU, its firmware and passt are
+# recommended and not required: `status` and `clone` work without them, and `create` and `run` say
+# what is missing.
+set(PARLEN_PACKAGE_MAINTAINER "parlen-mac-vm maintainers <maintainers@parlen-mac-vm.invalid>" CACHE STRING
+  "Who answers for the packages")
+
+set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
+set(CPACK_PACKAGE_VENDOR "parlen-mac-vm maintainers")
+set(CPACK_PACKAGE_CONTACT ${PARLEN_PACKAGE_MAINTAINER})
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "create, run, clone and inspect guest virtual machines")
+set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_COMPONENTS_ALL program conformance)
+if(TARGET parlen-mac-vm-gtk)
+  list(APPEND CPACK_COMPONENTS_ALL windows)
+endif()
+set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
+"A command-line tool that creates, runs, clones and reports on guest virtual
+machines, one guest per process. It is made for a program, not for a person:
+a parent reads one JSON object per line from its standard output, and steers a
+running guest with JSON lines on its standard input.")
+set(CPACK_COMPONENT_WINDOWS_DESCRIPTION
+"The module with which parlen-mac-vm shows a guest in a window, on X11 or
+Wayland. Without it guests run without a window.")
+set(CPACK_COMPONENT_CONFORMANCE_DESCRIPTION
+"A driver that runs any parent of parlen-mac-vm through fifty situations of a
+simulated guest, and says what the parent got wrong.")
+
+# The packages of QEMU for the processor that the program is built for.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
+  set(debian_guests "qemu-system-arm (>= 1:7.2), qemu-efi-aarch64")
+  set(rpm_guests "qemu-system-aarch64-core edk2-aarch64")
+  set(debian_architecture arm64)
+else()
+  set(debian_guests "qemu-system-x86 (>= 1:7.2), ovmf")
+  set(rpm_guests "qemu-system-x86-core edk2-ovmf")
+  set(debian_architecture amd64)
+endif()
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${debian_architecture})
+set(CPACK_DEBIAN_PACKAGE_SECTION admin)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME ${PROJECT_NAME})
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "${debian_guests}, qemu-utils, passt")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS
+  "${PROJECT_NAME}-gtk (= ${PROJECT_VERSION}), ${PROJECT_NAME}-conformance (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_WINDOWS_PACKAGE_NAME ${PROJECT_NAME}-gtk)
+set(CPACK_DEBIAN_WINDOWS_PACKAGE_DEPENDS "${PROJECT_NAME} (= ${PROJECT_VERSION})")
+
+set(CPACK_DEBIAN_CONFORMANCE_PACKAGE_NAME ${PROJECT_NAME}-conformance)
+set(CPACK_DEBIAN_CONFORMANCE_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_CONFORMANCE_PACKAGE_DEPENDS
+  "${PROJECT_NAME} (= ${PROJECT_VERSION}), python3 (>= 3.11)")
+
+set(CPACK_RPM_COMPONENT_INSTALL ON)
+set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
+set(CPACK_RPM_PACKAGE_LICENSE "none chosen yet")
+set(CPACK_RPM_PACKAGE_GROUP "System/Emulators/PC")
+set(CPACK_RPM_PROGRAM_PACKAGE_NAME ${PROJECT_NAME})
+set(CPACK_RPM_WINDOWS_PACKAGE_NAME ${PROJECT_NAME}-gtk)
+set(CPACK_RPM_WINDOWS_PACKAGE_REQUIRES "${PROJECT_NAME} = ${PROJECT_VERSION}")
+set(CPACK_RPM_CONFORMANCE_PACKAGE_NAME ${PROJECT_NAME}-conformance)
+set(CPACK_RPM_CONFORMANCE_PACKAGE_ARCHITECTURE noarch)
+set(CPACK_RPM_CONFORMANCE_PACKAGE_REQUIRES "${PROJECT_NAME} = ${PROJECT_VERSION}, python3 >= 3.11")
+# CPack has no variable for recommendations.
+set(recommended "")
+foreach(package IN ITEMS ${rpm_guests} qemu-img passt)
+  string(REPLACE " " "\nRecommends: " package "${package}")
+  string(APPEND recommended "Recommends: ${package}\n")
+endforeach()
+set(CPACK_RPM_PROGRAM_PACKAGE_SUGGESTS
+  "${PROJECT_NAME}-gtk = ${PROJECT_VERSION}, ${PROJECT_NAME}-conformance = ${PROJECT_VERSION}")
+set(CPACK_RPM_SPEC_MORE_DEFINE "${recommended}")
+# Folders that belong to other packages.
+set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+  ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}
+  ${CMAKE_INSTALL_FULL_DATADIR} ${CMAKE_INSTALL_FULL_MANDIR} ${CMAKE_INSTALL_FULL_MANDIR}/man1
+  ${CMAKE_INSTALL_FULL_DATADIR}/doc ${CMAKE_INSTALL_FULL_DATADIR}/bash-completion
+  ${CMAKE_INSTALL_FULL_DATADIR}/bash-completion/completions ${CMAKE_INSTALL_FULL_DATADIR}/zsh
+  ${CMAKE_INSTALL_FULL_DATADIR}/zsh/site-functions ${CMAKE_INSTALL_FULL_DATADIR}/fish
+  ${CMAKE_INSTALL_FULL_DATADIR}/fish/vendor_completions.d)
+
+add_subdirectory(packaging)
+include(CPack)
