@@ -142,18 +142,6 @@ class EndingTest(unittest.TestCase):
         self.assertEqual(self.events(tool), [HARD_STOP])
         self.assertEqual(tool.wait(), 0)
 
-    def test_a_guest_of_another_architecture_is_not_started(self):
-        model = self.bundle / "HardwareModel"
-        model.write_text('{"architecture":"s390x","firmware":"/firmware","machineType":"virtio"}')
-        tool = subprocess.run([PROGRAM, "run", "--bundle", self.bundle], env=self.environment,
-                              capture_output=True, text=True)
-        self.assertEqual(tool.returncode, 1)
-        *_, error = [json.loads(line) for line in tool.stdout.splitlines()]
-        self.assertEqual(error, {
-            "type": "error", "code": "bundle-missing",
-            "message": f"this host cannot run the hardware model in {self.bundle}"})
-        self.assertIn("parlen-mac-vm: the guest is for s390x, and this host is ", tool.stderr)
-
     def test_a_second_run_of_a_bundle_fails_alone(self):
         first, _ = self.run_guest()
         second = self.start()

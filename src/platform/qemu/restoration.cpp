@@ -159,12 +159,9 @@ Result<Target> targetOf(const platform::VirtualMachine& machine) {
 
 void Restoration::loadRestoreImage(const std::string& path, Loaded done) {
   const auto platform = newGuestPlatform(thisHost());
-  auto found = [warn = warn_, platform, done = std::move(done)](ImageExamination::Found image) {
-    if (image && !platform) warn(platform.error().description);
-    done(std::move(image));
-  };
+  if (!platform) warn_(platform.error().description);
   examinations_.push_back(std::make_unique<ImageExamination>(
-      loop_, path, platform ? std::optional(*platform) : std::nullopt, std::move(found)));
+      loop_, path, platform ? std::optional(*platform) : std::nullopt, std::move(done)));
   examinations_.back()->start();
 }
 

@@ -14,7 +14,7 @@ namespace parlen::qemu {
 /// Restore images are disk images in the formats of qemu-img.
 class Restoration : public platform::Restoration {
  public:
-  /// `warn` gets a sentence when an image is whole and this host has no guests for it.
+  /// `warn` gets a sentence about what is missing for guests to run.
   Restoration(linux::EventLoop& loop, platform::WarningSink warn)
       : loop_(loop), warn_(std::move(warn)) {}
 
