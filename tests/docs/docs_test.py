@@ -53,15 +53,17 @@ class LinksTest(unittest.TestCase):
 
 
 class EnvironmentTest(unittest.TestCase):
-    def test_man_page_has_every_variable_of_the_program(self):
+    def test_documents_have_every_variable_of_the_program(self):
         tree = pathlib.Path(os.environ["PARLEN_SOURCE"])
         read = re.compile(r'(?:variable|getenv)\("([A-Z_]+)"\)')
         variables = {name for suffix in ("*.cpp", "*.mm") for source in (tree / "src").rglob(suffix)
                      for name in read.findall(source.read_text())}
         self.assertIn("PARLEN_HOST", variables)
-        page = (tree / "docs" / "parlen-mac-vm.1").read_text()
-        environment = page.split(".SH ENVIRONMENT")[1].split(".SH ")[0]
-        self.assertEqual({name for name in variables if name not in environment}, set())
+        for name, heading, next_heading in (("parlen-mac-vm.1", ".SH ENVIRONMENT", ".SH "),
+                                            ("protocol.md", "\n## Environment\n", "\n## ")):
+            environment = (tree / "docs" / name).read_text().split(heading)[1].split(next_heading)[0]
+            named = re.findall(r"[A-Z]+(?:_[A-Z]+)*", environment)
+            self.assertEqual(variables - set(named), set(), name)
 
 
 if __name__ == "__main__":

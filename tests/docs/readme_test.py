@@ -11,7 +11,7 @@ import sys
 import tempfile
 import unittest
 
-from sessions import PROGRAM, STOP, TIMEOUT, World
+from sessions import PROGRAM, RUNNING, STOP, TIMEOUT, UNKNOWN, World, sent_by
 
 SOURCE = pathlib.Path(os.environ["PARLEN_SOURCE"])
 README = (SOURCE / "README.md").read_text()
@@ -36,6 +36,8 @@ class ReadmeTest(unittest.TestCase):
         self.assertEqual(["ready", "starting", "running", "stopped"],
                          [eval(line).get("state", "ready") for line in said[:-1]], done)
         self.assertEqual("exit status 0", said[-1])
+        self.assertEqual("", sent_by(parents[0], [UNKNOWN]))
+        self.assertEqual(STOP + "\n", sent_by(parents[0], [UNKNOWN, RUNNING]))
 
     def test_the_picture_shows_a_session_of_this_program(self):
         with tempfile.TemporaryDirectory() as folder:
