@@ -54,6 +54,21 @@ def row(played):
     return "\n".join([head, *(f"{'':22} {fault}" for fault in played.faults)])
 
 
+def folder_to_keep(name, cases):
+    """The absolute folder, made if it is missing; none of the scenarios may be in it."""
+    if name is None:
+        return None
+    folder = pathlib.Path(name).resolve()
+    try:
+        folder.mkdir(parents=True, exist_ok=True)
+    except OSError as error:
+        sys.exit(f"run: the folder '{name}' cannot be used: {error.strerror}")
+    there = [case.name for case in cases if (folder / case.name).exists()]
+    if there:
+        sys.exit(f"run: the folder '{name}' has a '{there[0]}' already; choose another")
+    return folder
+
+
 def play_all(plays, program, jobs):
     """Plays (case, parent, limits, keep) several at a time, and yields how they went in the order given."""
     with tempfile.TemporaryDirectory(prefix="parlen-conformance-") as folder, \
@@ -73,7 +88,9 @@ def run(arguments):
     if program is None:
         sys.exit(f"run: there is no program '{arguments.program}'")
     limits = Limits(arguments.limit, arguments.grace)
-    plays = [(case, arguments.parent, limits, arguments.keep) for case in chosen(arguments.only)]
+    cases = chosen(arguments.only)
+    keep = folder_to_keep(arguments.keep, cases)
+    plays = [(case, arguments.parent, limits, keep) for case in cases]
     results = []
     for played in play_all(plays, str(pathlib.Path(program).resolve()), arguments.jobs):
         results.append(played)

@@ -103,7 +103,7 @@ class Play:
 
 
 def play(case, parent, program, guest, limits, keep=None):
-    """Plays the scenario in a folder of its own, below `keep` if that is given."""
+    """Plays the scenario in a folder of its own, below `keep` (absolute) if that is given."""
     start = time.monotonic()
     with tempfile.TemporaryDirectory(prefix="parlen-conformance-") as temporary:
         folder = pathlib.Path(keep, case.name) if keep else pathlib.Path(temporary)

@@ -132,6 +132,35 @@ class BadParentTest(unittest.TestCase):
                 self.assertEqual(faults, [])
 
 
+class KeepTest(unittest.TestCase):
+    """What --keep does with its folder, as it is typed in a terminal."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def run_kit(self, keep):
+        return subprocess.run([sys.executable, "-B", KIT / "run", "--program", PROGRAM, "--keep", keep,
+                               "--only", "status", "--", *PythonParentTest.command],
+                              cwd=self.folder, text=True, capture_output=True, timeout=120, check=False)
+
+    def test_takes_a_relative_folder(self):
+        (self.folder / "there").mkdir()
+        for keep in ("new/kept", "there"):
+            done = self.run_kit(keep)
+            self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+            self.assertTrue((self.folder / keep / "status/parent.out").exists())
+
+    def test_refuses_a_folder_that_cannot_be_used(self):
+        (self.folder / "used/status").mkdir(parents=True)
+        (self.folder / "file").write_text("")
+        for keep in ("used", "file"):
+            done = self.run_kit(keep)
+            self.assertEqual((1, ""), (done.returncode, done.stdout))
+            self.assertRegex(done.stderr, f"^run: [^\n]*{keep}[^\n]*\n$")
+
+
 class InstalledTest(unittest.TestCase):
     def test_runs_where_it_is_installed(self):
         with tempfile.TemporaryDirectory() as prefix:
@@ -140,7 +169,10 @@ class InstalledTest(unittest.TestCase):
                                 "--prefix", prefix], check=True, stdout=subprocess.DEVNULL)
             kit = pathlib.Path(prefix, "share/parlen-mac-vm/conformance")
             self.assertTrue((kit / "README.md").exists())
-            for parent in ([sys.executable, "-B", kit / "parents/reference.py"], [kit / "parents/reference.sh"]):
+            parents = [[sys.executable, "-B", kit / "parents/reference.py"]]
+            parents += [[kit / "parents/reference.sh"]] * (shutil.which("jq") is not None)
+            parents += [["node", kit / "parents/reference.mjs"]] * (shutil.which("node") is not None)
+            for parent in parents:
                 done = subprocess.run([kit / "run", "--program", PROGRAM, "--only", "orderly-stop", "--", *parent],
                                       text=True, capture_output=True, timeout=120, check=False)
                 self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
