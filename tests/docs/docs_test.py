@@ -8,6 +8,11 @@ import subprocess
 import tempfile
 import unittest
 
+try:
+    import yaml
+except ImportError:  # Debian's python3-yaml
+    yaml = None
+
 # [text](target), without what lies on the web and without the part of a page.
 LINK = re.compile(r"\]\((?!https?://)([^)#\s]+)[^)]*\)")
 
@@ -64,6 +69,30 @@ class EnvironmentTest(unittest.TestCase):
             environment = (tree / "docs" / name).read_text().split(heading)[1].split(next_heading)[0]
             named = re.findall(r"[A-Z]+(?:_[A-Z]+)*", environment)
             self.assertEqual(variables - set(named), set(), name)
+
+
+@unittest.skipUnless(yaml, "this Python has no package yaml")
+class WorkflowTest(unittest.TestCase):
+    """What a forge is to run. None has yet."""
+
+    def setUp(self):
+        self.tree = pathlib.Path(os.environ["PARLEN_SOURCE"])
+        self.jobs = yaml.safe_load((self.tree / ".github/workflows/ci.yml").read_text())["jobs"]
+
+    def test_has_steps_that_run_or_use_one_thing(self):
+        self.assertEqual(sorted(self.jobs), ["linux", "macos"])
+        for job in self.jobs.values():
+            self.assertIn("runs-on", job)
+            for step in job["steps"]:
+                self.assertEqual(len(step.keys() & {"run", "uses"}), 1, step)
+                self.assertLessEqual(step.keys(), {"name", "run", "uses", "with", "if"})
+
+    def test_runs_scripts_of_the_tree(self):
+        commands = [step["run"].split()[0] for job in self.jobs.values() for step in job["steps"] if "run" in step]
+        scripts = [command for command in commands if "/" in command]
+        self.assertGreaterEqual(len(scripts), 4)
+        for script in scripts:
+            self.assertTrue(os.access(self.tree / script, os.X_OK), script)
 
 
 if __name__ == "__main__":
