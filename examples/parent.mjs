@@ -1,15 +1,18 @@
 // @ts-check
-// A parent of parlen-mac-vm, to copy from: Node 18 or newer, no dependencies. The types of all lines are in
-// protocol.d.ts, for editors and `tsc --noEmit --checkJs`; it runs without that file.
+// A parent of parlen-mac-vm, to copy from: Node (tried with 20), no dependencies. The types of all lines are in
+// protocol.d.ts, for editors and `tsc --noEmit --checkJs --strict --types node --target es2022 --module nodenext`
+// (TypeScript 5.9, @types/node 20); it runs without them.
 //
 //   await clone("vm1", "vm2");                    // also: create, status
 //   const guest = new Guest("vm2", { gui: true });
 //   await guest.running;
 //   await guest.type("hello\n");
+//   const { addresses } = await guest.until(() => up("logs"));  // with the guest kit and { logsShare: "logs" }
 //   console.log(await guest.stop());              // { status: 0, crashed: false, reason: "guest stopped …" }
 //
 // Run by itself it starts a guest, waits until it runs, and stops it:  node parent.mjs <bundle>
 import { spawn } from "node:child_process";
+import { readFileSync, rmSync } from "node:fs";
 import { createInterface } from "node:readline";
 import { pathToFileURL } from "node:url";
 
@@ -18,14 +21,15 @@ const TOOL = process.env.PARLEN_PROGRAM ?? "parlen-mac-vm";
 const REFUSALS = ["pause-refused", "resume-refused", "input-failed"];
 
 /**
- * @import { Command, Event, StoppedEvent } from "./protocol.d.ts"
+ * @import { Command, ErrorCode, Event, StoppedEvent } from "./protocol.d.ts"
+ * @typedef {ErrorCode | "ended" | "killed" | "proto"} Code  the tool's codes, and this parent's own
  * @typedef {{ onEvent?: (event: Event) => void, note?: (line: string) => void }} Handlers
  * @typedef {{ status: number | string, crashed: boolean, reason: string | null, error: Refused | null }} End
  */
 
 /** The tool has refused or given up something. `code` is for programs, the message for people. */
 export class Refused extends Error {
-  /** @param {string} code @param {string} message */
+  /** @param {Code} code @param {string} message */
   constructor(code, message) {
     super(message);
     this.code = code;
@@ -91,6 +95,23 @@ export const clone = (source, copy, newMachine = true) =>
 /** @param {string} bundle */
 export const status = (bundle) => once(["status", "--bundle", bundle]);
 
+/** Removes what a guest kit has left. Before each start of the guest. @param {string} folder */
+export function clear(folder) {
+  for (const name of ["up", "run", "done"]) rmSync(`${folder}/${name}`, { force: true });
+}
+
+/**
+ * What a guest with the guest kit says of itself once it is up, or null.
+ * @param {string} folder @returns {{ boot: number, host: string, addresses: string[] } | null}
+ */
+export function up(folder) {
+  try {
+    return JSON.parse(readFileSync(`${folder}/up`, "utf8")); // written whole, by a rename
+  } catch {
+    return null;
+  }
+}
+
 export class Guest {
   #child;
   /** @type {{ resolve: () => void, reject: (why: Refused) => void } | null} of the command under way */
@@ -142,6 +163,19 @@ export class Guest {
       await this.#endWithin(seconds[i]);
     }
     return this.end;
+  }
+
+  /**
+   * Resolves to what `look` returns once that is no null; rejects when the run has ended before.
+   * @template T @param {() => T | null} look @returns {Promise<T>}
+   */
+  async until(look, seconds = 0.25) {
+    for (;;) {
+      const value = look();
+      if (value !== null) return value;
+      if (this.#isOver) throw this.#error ?? new Refused("ended", "the run has ended");
+      await this.#endWithin(seconds);
+    }
   }
 
   /** @param {number | undefined} seconds */
@@ -209,7 +243,7 @@ export class Guest {
   }
 }
 
-if (import.meta.url === pathToFileURL(process.argv[1]).href) {
+if (process.argv[1] && import.meta.url === pathToFileURL(process.argv[1]).href) {
   const guest = new Guest(process.argv[2], { onEvent: (event) => console.log(JSON.stringify(event)) });
   await guest.running.catch(() => {});
   const end = await guest.stop();

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""A parent of parlen-mac-vm, to copy from: asyncio, standard library only, Python 3.9 or newer.
+"""A parent of parlen-mac-vm, to copy from: asyncio, standard library only, Python 3.9 or newer (tried with 3.9 and 3.11).
 
     outcome = await clone("vm1", "vm2")         # also: create, status
     async with Guest("vm2", gui=True) as guest:
@@ -15,8 +15,13 @@ import os
 import signal
 import sys
 from dataclasses import dataclass
-from typing import Optional
+from typing import Literal, Optional
 
+# What a program branches on: the tool's codes, and behind them this parent's own.
+Code = Literal[
+    "bad-usage", "bundle-exists", "bundle-missing", "ipsw-missing", "ipsw-unreadable", "ipsw-unsupported",
+    "create-failed", "clone-failed", "status-failed", "boot-failed", "vm-limit", "pause-refused", "resume-refused",
+    "input-failed", "ended", "killed", "proto"]
 PROTO = 1
 TOOL = os.environ.get("PARLEN_PROGRAM", "parlen-mac-vm")
 LINE_LIMIT = 16 * 1024 * 1024  # bytes; asyncio's own limit of 64 KiB is too short for a long message
@@ -25,7 +30,7 @@ LINE_LIMIT = 16 * 1024 * 1024  # bytes; asyncio's own limit of 64 KiB is too sho
 class Refused(Exception):
     """The tool has refused or given up something. `code` is for programs, the text for people."""
 
-    def __init__(self, code, message):
+    def __init__(self, code: Code, message: str):
         super().__init__(message)
         self.code = code
 

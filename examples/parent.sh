@@ -9,6 +9,7 @@
 #
 #   {"type":"text","text":"ls\n"}   any command of the protocol, as JSON
 #   wait running                    until the guest runs; also: held (by a full disk), network-lost, window-action, end
+#   wait up                         until a guest with the guest kit is up; prints what it says. With --logs-share
 #
 # At the end of the orders it stops the guest: in order, then hard, then by killing the tool. Prints each event, and
 # at last one line: how it ended. The status is the tool's.
@@ -16,7 +17,7 @@ set -uf
 tool=${PARLEN_PROGRAM:-parlen-mac-vm}
 read -r orderly_ms hard_ms <<<"${PARLEN_PATIENCE:-60000 10000}"  # for an orderly stop, for a hard one
 proto=1
-error=null stopped=null running=no ended=no action=no answer='' partial=''
+error=null stopped=null running=no ended=no action=no answer='' partial='' logs=.
 
 # start <arguments of the tool...>: in a session of its own, so that Ctrl-C in this terminal does not switch the guest
 # off. One jq reads the events of all its life and puts what matters here in front of them. Standard error goes where
@@ -93,6 +94,10 @@ await() {
     held) await_note 'the guest is paused: ' ;;
     network-lost) await_note 'network attachment disconnected (' ;;
     end) while next_event; do :; done ;;
+    up)
+      until [[ -e $logs/up || $ended == yes ]]; do next_event 0.25; done
+      [[ -e $logs/up ]] && jq -c . "$logs/up"
+      ;;
   esac
 }
 
@@ -137,6 +142,8 @@ finish() {
 case $1 in
   create | clone | status) start "$@" ;;
   *)
+    # The folder of the guest kit, without what an earlier run has left.
+    for word; do [[ ${last-} == --logs-share ]] && logs=$word && rm -f "$logs/up"; last=$word; done
     start run --bundle "$@"
     while [[ $ended == no ]] && read -r order; do obey "$order"; done
     stop

@@ -151,8 +151,25 @@ class CodesOfParentsTest(unittest.TestCase):
         refusals = {code for row in table("### Codes") if "the run goes on" in row[2] for code in quoted(row[0])}
         self.assertEqual(set(REFUSALS), refusals)
         word = re.compile(r"\b(?:[a-z]+-refused|input-failed)\b")
-        for name in ("examples/parent.py", "examples/parent.mjs", "examples/parent.sh", "conformance/kit/judge.py"):
+        for name in ("examples/parent.mjs", "examples/parent.sh", "conformance/kit/judge.py"):
             self.assertEqual(refusals, set(word.findall((SOURCE / name).read_text())), name)
+        whole = (SOURCE / "examples/parent.py").read_text()
+        listed = re.search(r'event\["code"\] in \((.*?)\)', whole).group(1)
+        self.assertEqual(refusals, set(word.findall(listed)))
+
+    def test_of_python_are_those_of_the_schema(self):
+        """All of them, and the parent's own behind them."""
+        text = (SOURCE / "examples/parent.py").read_text()
+        listed = re.findall(r'"([a-z-]+)"', text.split("Code = Literal[")[1].split("]")[0])
+        codes = schema("event")["$defs"]["error"]["properties"]["code"]["enum"]
+        own = {match for match in re.findall(r'Refused\("([a-z-]+)"', text)}
+        self.assertEqual(codes, listed[:len(codes)])
+        self.assertEqual(own, set(listed[len(codes):]))
+
+    def test_of_javascript_are_those_of_the_declarations(self):
+        text = (SOURCE / "examples/parent.mjs").read_text()
+        own = set(re.findall(r'Refused\(\s*"([a-z-]+)"', text))
+        self.assertEqual(own, set(re.findall(r'"([a-z]+)"', re.search(r"\{ErrorCode (.*)\} Code", text).group(1))))
 
 
 # What a warning says that is no sign of anything for a parent. Brackets as in the page.

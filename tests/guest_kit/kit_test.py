@@ -295,8 +295,11 @@ class ParentTest(unittest.TestCase):
         self.assertEqual(b"192.0.2.2\n0\n-h /\n", done.stdout)
 
 
+EXAMPLES = KIT.parent / "examples"
+
+
 class ExampleTest(unittest.TestCase):
-    """The Python parent of examples/ with a guest on the simulated host, in whose folder the kit runs."""
+    """The parents of examples/ with a guest on the simulated host, in whose folder the kit runs."""
 
     def setUp(self):
         self.guest = Guest(self, ("dash",))
@@ -310,7 +313,7 @@ class ExampleTest(unittest.TestCase):
     def play(self, story):
         """Runs a coroutine with a Guest of the example, and returns what it returns."""
         with unittest.mock.patch.dict(os.environ, self.environment), \
-                unittest.mock.patch.object(sys, "path", [str(KIT.parent / "examples"), *sys.path]):
+                unittest.mock.patch.object(sys, "path", [str(EXAMPLES), *sys.path]):
             parent = importlib.import_module("parent")
 
             async def run():
@@ -341,6 +344,62 @@ class ExampleTest(unittest.TestCase):
             return True
 
         self.assertTrue(self.play(story))
+
+    def start_other(self, *command):
+        """A parent that is no Python, with what an earlier run has left in the folder."""
+        if shutil.which(command[0]) is None:
+            self.skipTest(f"there is no {command[0]}")
+        (self.guest.logs / "up").write_text('{"addresses":["of an earlier run"]}')
+        process = subprocess.Popen(command, env={**os.environ, **self.environment}, cwd=self.guest.root, text=True,
+                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.addCleanup(process.stdout.close)
+        self.guest.processes.append(process)
+        return process
+
+    def in_node(self, story):
+        script = f"""
+const {{ Guest, clear, up }} = await import({str(EXAMPLES / "parent.mjs")!r});
+clear("logs");
+const guest = new Guest("vm1", {{ logsShare: "logs", note: () => {{}} }});
+await guest.running;
+console.log("runs");
+{story}
+console.log((await guest.stop()).status);
+"""
+        process = self.start_other("node", "--input-type=module", "-e", script)
+        self.assertEqual("runs\n", process.stdout.readline())
+        return process
+
+    def test_is_heard_of_in_javascript(self):
+        process = self.in_node('console.log((await guest.until(() => up("logs"))).addresses[0]);')
+        self.guest.start(self.guest.logs)
+        self.assertEqual(("192.0.2.2\n0\n", None), process.communicate(timeout=TIMEOUT))
+
+    def test_is_not_waited_for_in_javascript_when_it_has_stopped(self):
+        process = self.in_node('await guest.stop(); await guest.until(() => up("logs"))'
+                               ".catch((refused) => console.log(refused.code));")
+        self.assertEqual(("ended\n0\n", None), process.communicate(timeout=TIMEOUT))
+
+    def in_shell(self):
+        if shutil.which("jq") is None:
+            self.skipTest("there is no jq")
+        return self.start_other("bash", EXAMPLES / "parent.sh", "vm1", "--logs-share", "logs")
+
+    def test_is_heard_of_in_a_shell(self):
+        process = self.in_shell()
+        print("wait running", file=process.stdin, flush=True)
+        until(lambda: '"running"' in process.stdout.readline())
+        self.guest.start(self.guest.logs)
+        said, _ = process.communicate("wait up\n", timeout=TIMEOUT)
+        heard = next(line for line in said.splitlines() if '"kit"' in line)
+        self.assertRegex(heard + "\n", UP)
+        self.assertIn('"status":0', said.splitlines()[-1])
+
+    def test_is_not_waited_for_in_a_shell_when_it_has_stopped(self):
+        process = self.in_shell()
+        said, _ = process.communicate('{"type":"stop"}\nwait up\n', timeout=TIMEOUT)
+        self.assertNotIn("addresses", said)
+        self.assertIn('"status":0', said.splitlines()[-1])
 
 
 class FilesTest(unittest.TestCase):
