@@ -233,6 +233,34 @@ TEST(Streams, WaitsForInputOfANonBlockingPipe) {
   EXPECT_EQ("firstsecond", received);
 }
 
+// A byte wakes both readers; the later one finds nothing and gets EAGAIN, which is no end.
+TEST(Streams, SharesANonBlockingPipeWithAnotherReader) {
+  constexpr int bytes = 5'000;
+  Pipe pipe = makePipe(O_NONBLOCK);
+  QueueLoop loop;
+  Streams one({pipe.reading.get(), -1, -1}, loop);
+  Streams other({pipe.reading.get(), -1, -1}, loop);
+  int received = 0;
+  int ends = 0;
+  const auto take = [&](std::string_view chunk) {
+    if (chunk.empty()) {
+      EXPECT_EQ(received, bytes);
+      if (++ends == 2) leaveLoop();
+    } else if (++received == bytes) {
+      pipe.writing.close();
+    } else {
+      send(pipe.writing.get(), "x");
+    }
+  };
+  one.readInput(take);
+  other.readInput(take);
+  send(pipe.writing.get(), "x");
+
+  serve(loop);
+
+  EXPECT_EQ(ends, 2);
+}
+
 TEST(Streams, TakesAReadErrorForTheEnd) {
   const Descriptor directory(open("/", O_RDONLY | O_CLOEXEC));
   constexpr int notOpen = 1000;
