@@ -33,9 +33,11 @@ int makeErrorFile(std::string& path) {
   return file;
 }
 
-/// The environment of this process, on this build's host unless told otherwise.
+/// The environment of this process, on PARLEN_PROGRAM_HOST or this build's host unless told
+/// otherwise.
 void applyEnvironment(const Environment& more) {
-  setenv("PARLEN_HOST", PARLEN_PROGRAM_HOST, 1);
+  const char* host = std::getenv("PARLEN_PROGRAM_HOST");
+  setenv("PARLEN_HOST", host != nullptr ? host : PARLEN_PROGRAM_HOST, 1);
   for (const char* name : {"PARLEN_SCENARIO", "PARLEN_TRACE"}) unsetenv(name);
   for (const auto& [name, value] : more) setenv(name.c_str(), value.c_str(), 1);
 }
