@@ -134,7 +134,8 @@ std::string shownText(const std::string& text) {
   // Back over UTF-8 continuation bytes (RFC 3629: 10xxxxxx) to the start of a character.
   while (end < text.size() && end > 0 && (text[end] & 0xc0) == 0x80) --end;
   std::string shown = text.substr(0, end);
-  std::ranges::replace_if(shown, [](char byte) { return byte >= 0 && byte < ' '; }, ' ');
+  const auto isControl = [](char byte) { return static_cast<unsigned char>(byte) < ' '; };
+  std::ranges::replace_if(shown, isControl, ' ');
   return shown;
 }
 
