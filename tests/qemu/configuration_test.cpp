@@ -179,18 +179,22 @@ TEST(Arguments, DescribeTheWholeMachine) {
           "-sandbox", "on,obsolete=deny,elevateprivileges=deny,spawn=deny,resourcecontrol=deny"));
 }
 
-TEST(Arguments, DifferInBoardAndDisplayByArchitecture) {
+TEST(Arguments, DifferInBoardProcessorAndDisplayByArchitecture) {
   auto expected =
       buildArguments(configuration(), Acceleration::emulation, Networking::user, Console::none);
   std::ranges::replace(expected, "q35,pflash0=firmware,pflash1=variables",
                        "virt,gic-version=max,pflash0=firmware,pflash1=variables");
   std::ranges::replace(expected, "VGA,vgamem_mb=32,xres=1920,yres=1200",
                        "virtio-gpu-pci,xres=1920,yres=1200");
+  std::ranges::replace(expected, "max", "max,pauth-impdef=on");
   auto machine = configuration();
   machine.hardwareModel = std::make_shared<HardwareModel>(platformOf("aarch64"));
 
   EXPECT_EQ(buildArguments(machine, Acceleration::emulation, Networking::user, Console::none),
             expected);
+  std::ranges::replace(expected, "max,pauth-impdef=on", "max");
+  std::ranges::replace(expected, "tcg", "kvm");
+  EXPECT_EQ(buildArguments(machine, Acceleration::kvm, Networking::user, Console::none), expected);
 }
 
 TEST(Arguments, ConnectTheNetworkToASocketOfPasst) {

@@ -124,10 +124,15 @@ TEST_F(GuestPlatformTest, ReadsNoFileThatOnlyTheGuestNames) {
 }
 
 TEST_F(GuestPlatformTest, OfAnotherArchitectureIsAnError) {
-  const std::string code = install("60-arm", "aarch64", "virt-*");
+  const std::string arm = install("60-arm", "aarch64", "virt-*");
+  const std::string pc = install("60-pc");
 
-  EXPECT_EQ(errorOf(guestPlatform("aarch64", "virt", code, host())),
+  EXPECT_EQ(errorOf(guestPlatform("aarch64", "virt", arm, host())),
             "the guest is for aarch64, and this host is x86_64");
+  host().architecture = "aarch64";
+  EXPECT_EQ(errorOf(guestPlatform("x86_64", "q35", pc, host())),
+            "the guest is for x86_64, and this host is aarch64");
+  EXPECT_EQ(errorOf(guestPlatform("aarch64", "virt", arm, host())), "");
 }
 
 TEST_F(GuestPlatformTest, OfAnotherMachineTypeIsAnError) {

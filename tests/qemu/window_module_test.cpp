@@ -1,5 +1,6 @@
 #include "platform/qemu/window_module.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -45,7 +46,10 @@ TEST(WindowModule, IsRefusedWithTheLoadersReasonIfItIsNoLibrary) {
 }
 
 TEST(WindowModule, IsRefusedIfItIsAnotherLibrary) {
-  const auto module = loadWindowModule({"/lib/x86_64-linux-gnu/libc.so.6"});
+  Dl_info library{};
+  ASSERT_NE(dladdr(reinterpret_cast<void*>(&getpid), &library), 0);
+
+  const auto module = loadWindowModule({library.dli_fname});
 
   ASSERT_FALSE(module);
   EXPECT_THAT(module.error().description, HasSubstr("belongs to another build of this tool"));

@@ -113,7 +113,8 @@ void addBoard(Arguments& arguments, const MachineConfiguration& configuration,
                                 .append(board.machineOptions)
                                 .append(",pflash0=firmware,pflash1=variables"));
   arguments.add("-accel", acceleration == Acceleration::kvm ? "kvm" : "tcg");
-  arguments.add("-cpu", "max");
+  arguments.add("-cpu",
+                acceleration == Acceleration::kvm ? "max" : std::string(board.emulatedProcessor));
   arguments.add("-smp", std::to_string(configuration.cpuCount));
   arguments.add("-m", std::to_string(configuration.memorySize / mebibyte) + "M");
   arguments.add("-rtc", "base=utc");

@@ -20,6 +20,7 @@ struct Board {
   std::string_view versionedType;   // what the names of all versions begin with
   std::string_view machineOptions;  // empty, or ",name=value"
   Video video;
+  std::string_view emulatedProcessor;  // QEMU's model of it where there is no KVM
   std::string_view emulator;
   // Debian's packages, to be named when something is missing.
   std::string_view emulatorPackage;
