@@ -20,7 +20,7 @@ function(parlen_python_tests label)
   endif()
   set(environment
     "PARLEN_SOURCE=${CMAKE_SOURCE_DIR}" "PARLEN_BUILD=${CMAKE_BINARY_DIR}"
-    "PARLEN_CMAKE=${CMAKE_COMMAND}" "PARLEN_PROGRAM=$<TARGET_FILE:parlen-mac-vm>")
+    "PARLEN_CMAKE=${CMAKE_COMMAND}" "PARLEN_PROGRAM=${PARLEN_TESTED_PROGRAM}")
   foreach(suite ${arg_SUITES})
     add_test(NAME ${suite}
       COMMAND ${arg_PYTHON} -B -W ignore::DeprecationWarning -m unittest -v ${suite}
