@@ -80,6 +80,14 @@ class Storage : public testing::Test {
     return firmware_;
   }
 
+  /// One whose variable store is zeros until it runs, as that of arm64 is on Debian.
+  const Firmware& firmwareWithABlankStore() {
+    firmware_.variables = path("variables");
+    EXPECT_TRUE(files().replace(firmware_.variables, std::string(blankLength, '\0')));
+    return firmware_;
+  }
+  static constexpr std::size_t blankLength = 1024UL * 1024UL;
+
  private:
   test::TemporaryDirectory directory_;
   test::TestSystem system_;
@@ -106,6 +114,41 @@ TEST_F(Storage, HoldsTheFirmwaresVariablesOnceItIsFinished) {
 
   EXPECT_EQ(files().read(path("aux")), files().read(path("variables")));
   EXPECT_TRUE(checkAuxiliaryStorage(path("aux"), ours));
+}
+
+TEST_F(Storage, MayBeBlankIfTheFirmwaresIs) {
+  const Firmware& ours = firmwareWithABlankStore();
+
+  ASSERT_TRUE(createAuxiliaryStorage(path("aux"), ours));
+  EXPECT_FALSE(checkAuxiliaryStorage(path("aux"), ours));
+  ASSERT_TRUE(setInstallation(Installation::finished, path("aux"), ours));
+
+  EXPECT_TRUE(files().read(path("aux")) == files().read(path("variables")));
+  EXPECT_TRUE(checkAuxiliaryStorage(path("aux"), ours));
+  struct stat status{};
+  ASSERT_EQ(stat(path("aux").c_str(), &status), 0);
+  EXPECT_LT(status.st_blocks * 512, 128 * 1024) << "it takes space for zeros";
+}
+
+TEST_F(Storage, ThatWasBlankBecomesAVolumeWhenItsGuestRuns) {
+  const Firmware& ours = firmwareWithABlankStore();
+  std::string used(blankLength, '\0');
+  used.replace(16, 28, "volume's kind and length_FVH");
+  ASSERT_TRUE(files().replace(path("aux"), used));
+
+  EXPECT_TRUE(checkAuxiliaryStorage(path("aux"), ours));
+  ASSERT_TRUE(setInstallation(Installation::unfinished, path("aux"), ours));
+  ASSERT_TRUE(setInstallation(Installation::finished, path("aux"), ours));
+
+  EXPECT_TRUE(files().read(path("aux")) == used);
+}
+
+TEST_F(Storage, IsDamagedIfItIsBlankAndTheFirmwaresIsNot) {
+  const Firmware& ours = firmware();
+  ASSERT_TRUE(files().replace(path("aux"), std::string(1000, '\0')));
+
+  EXPECT_FALSE(checkAuxiliaryStorage(path("aux"), ours));
+  EXPECT_FALSE(setInstallation(Installation::finished, path("aux"), ours));
 }
 
 TEST_F(Storage, KeepsAGuestsVariablesWhenItBecomesUnfinished) {

@@ -58,20 +58,41 @@ std::unexpected<platform::PlatformError> damaged(const std::string& path) {
 /// installed it has another one, so that nothing takes the file for a volume.
 constexpr std::size_t signatureOffset = 40;
 constexpr std::size_t signatureLength = 4;
+constexpr std::string_view unfinishedSignature = "_fvh";
 
-constexpr std::string_view signatureFor(Installation installation) {
-  return installation == Installation::finished ? "_FVH" : "_fvh";
+/// What is known of a store by the start of its header.
+struct StoreState {
+  bool isBlank;  // all zeros so far, as some firmware comes; it makes a volume of that when it runs
+  Installation installation;
+};
+
+constexpr std::string_view signatureFor(StoreState state) {
+  constexpr std::string_view zeros("\0\0\0\0", signatureLength);
+  if (state.installation == Installation::unfinished) return unfinishedSignature;
+  return state.isBlank ? zeros : "_FVH";
 }
 
-Result<Installation> readInstallation(const Descriptor& store, const std::string& path) {
-  std::array<char, signatureLength> bytes{};
-  const ssize_t count = ::pread(store.get(), bytes.data(), bytes.size(), signatureOffset);
+Result<StoreState> readState(const Descriptor& store, const std::string& path) {
+  std::array<char, signatureOffset + signatureLength> bytes{};
+  const ssize_t count = ::pread(store.get(), bytes.data(), bytes.size(), 0);
   if (count < 0) return linux::error("read " + path, errno);
-  const std::string_view signature(bytes.data(), static_cast<std::size_t>(count));
+  if (count < static_cast<ssize_t>(bytes.size())) return damaged(path);
+  const std::string_view header(bytes.data(), bytes.size());
+  const bool isBlank = header.find_first_not_of('\0') >= signatureOffset;
   for (const auto installation : {Installation::unfinished, Installation::finished}) {
-    if (signature == signatureFor(installation)) return installation;
+    const StoreState state{.isBlank = isBlank, .installation = installation};
+    if (header.substr(signatureOffset) == signatureFor(state)) return state;
   }
   return damaged(path);
+}
+
+/// Writes the bytes, or leaves a hole for zeros. The error is an errno value.
+int writeSparsely(const Descriptor& to, std::string_view bytes) {
+  if (bytes.find_first_not_of('\0') != std::string_view::npos) {
+    return posix::writeAll(to.get(), bytes);
+  }
+  const off_t end = ::lseek(to.get(), static_cast<off_t>(bytes.size()), SEEK_CUR);
+  return end < 0 || ::ftruncate(to.get(), end) != 0 ? errno : 0;
 }
 
 /// Copies a finished store as an unfinished one.
@@ -85,10 +106,10 @@ Result<> copyStore(const Descriptor& from, const Descriptor& to, const std::stri
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return linux::error("copy the firmware's variables to " + path, errno);
     if (std::exchange(atStart, false)) {
-      std::ranges::copy(signatureFor(Installation::unfinished), buffer.begin() + signatureOffset);
+      std::ranges::copy(unfinishedSignature, buffer.begin() + signatureOffset);
     }
-    std::string_view left(buffer.data(), static_cast<std::size_t>(count));
-    if (const int code = posix::writeAll(to.get(), left)) {
+    const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
+    if (const int code = writeSparsely(to, bytes)) {
       return linux::error("write " + path, code);
     }
   }
@@ -103,28 +124,34 @@ off_t lengthOf(const Descriptor& file) {
 
 struct Store {
   Descriptor file;
-  Installation installation;
+  StoreState state;
 };
 
 Result<Store> openStore(const std::string& path) {
   Descriptor file = openExisting(path, O_RDWR);
   if (!file) return linux::error("open the auxiliary storage " + path, errno);
-  const auto installation = readInstallation(file, path);
-  if (!installation) return std::unexpected(installation.error());
-  return Store{.file = std::move(file), .installation = *installation};
+  const auto state = readState(file, path);
+  if (!state) return std::unexpected(state.error());
+  return Store{.file = std::move(file), .state = *state};
 }
 
-/// Whether the store is as long as the one that comes with the firmware.
-Result<> checkLength(const Store& store, const std::string& path, const Firmware& firmware) {
+/// Whether the store may have begun as the one that comes with the firmware: it is as long, and
+/// blank only if that one is.
+Result<> checkOrigin(const Store& store, const std::string& path, const Firmware& firmware) {
   const std::string& original = firmware.variables;
   const Descriptor reference = openExisting(original, O_RDONLY);
   if (!reference) return linux::error("read " + original, errno);
-  if (lengthOf(store.file) != lengthOf(reference)) return damaged(path);
+  const auto state = readState(reference, original);
+  if (!state) return std::unexpected(state.error());
+  if (lengthOf(store.file) != lengthOf(reference) || (store.state.isBlank && !state->isBlank)) {
+    return damaged(path);
+  }
   return {};
 }
 
 Result<> writeInstallation(const Store& store, Installation installation, const std::string& path) {
-  const std::string_view signature = signatureFor(installation);
+  const std::string_view signature =
+      signatureFor({.isBlank = store.state.isBlank, .installation = installation});
   bool done = ::pwrite(store.file.get(), signature.data(), signature.size(), signatureOffset) ==
               static_cast<ssize_t>(signature.size());
   if (installation == Installation::unfinished) done = done && ::fdatasync(store.file.get()) == 0;
@@ -189,7 +216,8 @@ Result<> createAuxiliaryStorage(const std::string& path, const Firmware& firmwar
   const std::string& original = firmware.variables;
   const Descriptor from = openExisting(original, O_RDONLY);
   if (!from) return linux::error("read " + original, errno);
-  if (readInstallation(from, original) != Installation::finished) return damaged(original);
+  const auto state = readState(from, original);
+  if (!state || state->installation != Installation::finished) return damaged(original);
   constexpr mode_t mode = 0666;  // before the umask
   Descriptor to(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   if (!to) return linux::error("create " + path, errno);
@@ -202,15 +230,17 @@ Result<> setInstallation(Installation installation, const std::string& path,
                          const Firmware& firmware) {
   const auto store = openStore(path);
   if (!store) return std::unexpected(store.error());
-  const auto whole = checkLength(*store, path, firmware);
-  if (!whole || store->installation == installation) return whole;
+  const auto whole = checkOrigin(*store, path, firmware);
+  if (!whole || store->state.installation == installation) return whole;
   return writeInstallation(*store, installation, path);
 }
 
 Result<> checkAuxiliaryStorage(const std::string& path, const Firmware& firmware) {
   const auto store = openStore(path);
   if (!store) return std::unexpected(store.error());
-  if (store->installation == Installation::finished) return checkLength(*store, path, firmware);
+  if (store->state.installation == Installation::finished) {
+    return checkOrigin(*store, path, firmware);
+  }
   return error("the guest's installation was not finished: its auxiliary storage " + path +
                " is incomplete");
 }

@@ -95,8 +95,8 @@ class Identities : public platform::GuestIdentities {
 /// that it changes with one small write and a copy of the guest has it as well.
 enum class Installation { unfinished, finished };
 
-/// Copies the firmware's initial variable store to `path`, which must not exist. The installation
-/// is unfinished from the first byte on.
+/// Copies the firmware's initial variable store to `path`, which must not exist. It may be blank,
+/// all zeros, for the firmware to fill. The installation is unfinished from the first byte on.
 platform::Result<> createAuxiliaryStorage(const std::string& path, const Firmware& firmware);
 
 /// Sets how far the installation is, in an existing variable store of `firmware`. That it is
