@@ -13,7 +13,9 @@ function(parlen_python_tests label)
     return()
   endif()
   if(NOT arg_PYTHON)
-    set(arg_PYTHON Python3::Interpreter)
+    # Not the target Python3::Interpreter: a build for another processor would start it by its
+    # emulator.
+    set(arg_PYTHON ${Python3_EXECUTABLE})
   endif()
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 600)

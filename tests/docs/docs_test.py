@@ -77,10 +77,12 @@ class WorkflowTest(unittest.TestCase):
 
     def setUp(self):
         self.tree = pathlib.Path(os.environ["PARLEN_SOURCE"])
-        self.jobs = yaml.safe_load((self.tree / ".github/workflows/ci.yml").read_text())["jobs"]
+        self.jobs = {}
+        for workflow in (self.tree / ".github/workflows").iterdir():
+            self.jobs |= yaml.safe_load(workflow.read_text())["jobs"]
 
     def test_has_steps_that_run_or_use_one_thing(self):
-        self.assertEqual(sorted(self.jobs), ["linux", "macos"])
+        self.assertEqual(sorted(self.jobs), ["arm64", "linux", "macos"])
         for job in self.jobs.values():
             self.assertIn("runs-on", job)
             for step in job["steps"]:

@@ -74,6 +74,10 @@ class GuestTest(unittest.TestCase):
             await guest.type("echo $? > /logs/status\n", GAP)
             self.assertEqual("130\n", await asyncio.to_thread(self.written, "status"))
 
+            # A pause loses nothing: the shell goes on where it was.
+            await guest.pause()
+            await guest.resume()
+
             # Keys without a character: back to the start of the line, and over a typing error.
             await guest.type("cho edited > /logs/edited", GAP)
             await guest.press("home")
@@ -88,7 +92,7 @@ class GuestTest(unittest.TestCase):
             end = asyncio.run(self.type_into_a_guest())
         self.assertEqual((0, False), (end.status, end.crashed), end)
         self.assertRegex(end.reason, "^guest stopped after host stop request")
-        # The shell on the guest's first serial port.
+        # The shell on the guest's first serial port, whatever its kernel calls that.
         self.assertIn("guest# ", self.console.read_text(errors="replace"))
 
     def test_a_console_that_cannot_be_opened_is_an_error(self):

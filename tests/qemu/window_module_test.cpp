@@ -47,7 +47,7 @@ TEST(WindowModule, IsRefusedWithTheLoadersReasonIfItIsNoLibrary) {
 
 TEST(WindowModule, IsRefusedIfItIsAnotherLibrary) {
   Dl_info library{};
-  ASSERT_NE(dladdr(reinterpret_cast<void*>(&getpid), &library), 0);
+  ASSERT_NE(dladdr(dlsym(RTLD_DEFAULT, "getpid"), &library), 0);
 
   const auto module = loadWindowModule({library.dli_fname});
 
