@@ -151,7 +151,7 @@ export type Settings = {
   cpuCount: number;
   /** The size of Disk.img in GiB when it was made; a note that changes nothing. 0 if unknown. */
   diskGb: number;
-  /** The address of the network card. */
+  /** The address of the network card. A multicast address (whose first octet is odd) is none of a card. */
   macAddress: string;
   /** The size of the memory in bytes. */
   memoryBytes: number;
