@@ -3,6 +3,7 @@
 PARLEN_SOURCE: the tree; PARLEN_PROGRAM: the program; PARLEN_CMAKE: the cmake program; PARLEN_BUILD: the build
 folder."""
 
+import json
 import os
 import pathlib
 import re
@@ -15,15 +16,30 @@ import unittest
 SOURCE = pathlib.Path(os.environ["PARLEN_SOURCE"])
 KIT = SOURCE / "conformance"
 BAD_PARENT = pathlib.Path(__file__).with_name("bad_parent.py")
-sys.path.insert(0, str(KIT))
+sys.path[:0] = [str(KIT), str(SOURCE / "tests/support")]
 
 from kit.command_line import listing, play_all  # noqa: E402
 from kit.play import Limits  # noqa: E402
 from kit.shim import CHANGES  # noqa: E402
 from scenarios import SCENARIOS  # noqa: E402
+from seen_lines import keep, keep_file  # noqa: E402
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
 CASES = {case.name: case for case in SCENARIOS}
+
+
+def keep_seen(folder):
+    """What the parents have sent and the tool has said, before the kit changed it, and what was played."""
+    kinds = {"tool": "event", "parent": "command"}
+    seen = {(entry["from"], entry["line"]) for path in folder.glob("*/records/start-*/lines")
+            for entry in map(json.loads, path.read_text(encoding="utf-8").splitlines())}
+    for sender, kind in kinds.items():
+        keep(kind, sorted(line for of, line in seen if of == sender))
+    for path in folder.glob("*/scenario.json"):
+        keep_file("scenario", path)
+    for path in folder.glob("*/files/bundle*/vm.json"):
+        keep_file("vm", path)
+    return seen
 
 
 class ReferenceParents:
@@ -34,8 +50,12 @@ class ReferenceParents:
         for program in self.needed:
             if shutil.which(program) is None:
                 self.skipTest(f"there is no {program}")
-        done = subprocess.run([sys.executable, "-B", KIT / "run", "--program", PROGRAM, "-j6", "--limit", "120", "--grace", "30", "--",
-                               *self.command], text=True, capture_output=True, timeout=300, check=False)
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        done = subprocess.run([sys.executable, "-B", KIT / "run", "--program", PROGRAM, "-j6", "--limit", "120",
+                               "--grace", "30", "--keep", folder.name, "--", *self.command],
+                              text=True, capture_output=True, timeout=300, check=False)
+        self.assertEqual({"tool", "parent"}, {sender for sender, _ in keep_seen(pathlib.Path(folder.name))})
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         self.assertIn(f"{len(SCENARIOS)} passed, 0 failed, 0 not supported", done.stdout)
 

@@ -15,6 +15,10 @@ import sys
 import tempfile
 import unittest.mock
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+
+from seen_lines import keep, keep_file  # noqa: E402
+
 PROGRAM = os.environ["PARLEN_PROGRAM"]
 TIMEOUT = 120  # seconds; for a machine with much other work
 PTRACE_TRACEME, PTRACE_DETACH, PTRACE_SYSCALL = 0, 17, 24
@@ -42,6 +46,7 @@ class World:
     def scenario(self, scenario):
         path = self.folder / "scenario.json"
         path.write_text(json.dumps(scenario))
+        keep_file("scenario", path)
         return {**self.environment, "PARLEN_SCENARIO": str(path)}
 
     def start(self, *arguments, scenario=None, in_child=lambda: None):
@@ -89,6 +94,9 @@ class World:
         errors = tool.stderr.read()
         tool.stderr.close()
         tool.stdout.close()
+        keep("event", lines)
+        for settings in self.folder.glob("*/vm.json"):
+            keep_file("vm", settings)
         return Session(subcommand, lines, errors, tool.wait(timeout=TIMEOUT))
 
 
@@ -102,6 +110,7 @@ def take(tool, step):
     step = step.removeprefix("early:")
     if step.startswith("SIG"):
         return tool.send_signal(signal.Signals[step])
+    keep("command", step.split("\n"))
     tool.stdin.write(step + "\n")
     tool.stdin.flush()
 

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "program.h"
 #include "support/event_lines.h"
@@ -15,7 +18,13 @@ namespace parlen::test {
 class World {
  public:
   explicit World(std::string_view scenario = "{}") { write("scenario.json", scenario); }
-  ~World() { keepSeen("trace", read("trace.jsonl")); }
+  ~World() {
+    keepSeen("trace", read("trace.jsonl"));
+    keepFile("scenario", path("scenario.json"));
+    for (const auto& entry : std::filesystem::directory_iterator(path(""))) {
+      keepFile("vm", entry.path() / "vm.json");
+    }
+  }
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 
@@ -45,6 +54,17 @@ class World {
   }
 
  private:
+  /// A whole file as one line: JSON has line feeds between its words only.
+  static void keepFile(std::string_view kind, const std::filesystem::path& path) {
+    std::error_code unreadable;
+    if (!std::filesystem::is_regular_file(path, unreadable)) return;
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    std::string line = text.str();
+    std::ranges::replace(line, '\n', ' ');
+    keepSeen(kind, line + "\n");
+  }
+
   TemporaryDirectory directory_;
 };
 
