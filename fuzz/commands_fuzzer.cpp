@@ -1,4 +1,9 @@
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
 #include <memory>
+#include <string>
 
 #include "control/commands.h"
 #include "control/line_splitter.h"
@@ -51,6 +56,15 @@ void checkEvents(std::string_view output) {
   }
 }
 
+/// Adds the lines to those in the folder PARLEN_LINES, where the schemas' test finds them; without
+/// the variable it does nothing.
+void keepSeen(std::string_view output) {
+  const char* folder = std::getenv("PARLEN_LINES");
+  if (folder == nullptr) return;
+  const std::string path = std::string(folder) + "/event-" + std::to_string(getpid()) + ".jsonl";
+  std::ofstream(path, std::ios::app | std::ios::binary) << output;
+}
+
 }  // namespace
 }  // namespace parlen
 
@@ -61,5 +75,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   while (const auto line = lines.next()) parlen::executeCommand(*line, run.runner);
   run.system.loop().run();
   parlen::checkEvents(run.system.streams().output);
+  parlen::keepSeen(run.system.streams().output);
   return 0;
 }
