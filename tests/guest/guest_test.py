@@ -21,7 +21,8 @@ from guest_folder import GuestFolder  # noqa: E402
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
 IMAGE = os.environ.get("PARLEN_GUEST_IMAGE", os.environ.get("PARLEN_DEFAULT_GUEST_IMAGE", ""))
-BOOT_TIMEOUT = 180  # seconds; a busy machine emulates the start of a guest slowly
+# In seconds; a busy machine emulates the start of a guest slowly.
+BOOT_TIMEOUT = int(os.environ.get("PARLEN_BOOT_TIMEOUT", "180"))
 GAP = 100  # ms between two strokes, enough for a guest whose processor is emulated
 PRINTABLE = "".join(chr(code) for code in range(ord(" "), ord("~") + 1))
 

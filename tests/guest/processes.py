@@ -2,7 +2,7 @@
 
 import pathlib
 
-QEMU = "qemu-system-x86"  # the kernel keeps 15 bytes of a name
+QEMU = "qemu-system"  # of any processor; the kernel keeps 15 bytes of a name
 PASST = "passt"
 
 
@@ -11,7 +11,8 @@ def children(pid):
     numbers = pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()
     names = {int(number): pathlib.Path(f"/proc/{number}/comm").read_text().strip()
              for number in numbers}
-    return {name.partition(".")[0]: number for number, name in names.items()}
+    return {QEMU if name.startswith(QEMU) else name.partition(".")[0]: number
+            for number, name in names.items()}
 
 
 def is_gone(pid):

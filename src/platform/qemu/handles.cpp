@@ -86,11 +86,11 @@ Result<StoreState> readState(const Descriptor& store, const std::string& path) {
   return damaged(path);
 }
 
-/// Writes the bytes, or leaves a hole for zeros. The error is an errno value.
+/// Writes the bytes, at least one, or leaves a hole for zeros. The error is an errno value.
 int writeSparsely(const Descriptor& to, std::string_view bytes) {
-  if (bytes.find_first_not_of('\0') != std::string_view::npos) {
-    return posix::writeAll(to.get(), bytes);
-  }
+  // Each byte is the one before it: a comparison of memory is faster than a search.
+  const bool isZero = bytes.front() == '\0' && bytes.substr(1) == bytes.substr(0, bytes.size() - 1);
+  if (!isZero) return posix::writeAll(to.get(), bytes);
   const off_t end = ::lseek(to.get(), static_cast<off_t>(bytes.size()), SEEK_CUR);
   return end < 0 || ::ftruncate(to.get(), end) != 0 ? errno : 0;
 }
