@@ -102,9 +102,9 @@ class Files {
   /// an error if `to` lies inside `from`, or if anything appears in `to` that is to be copied.
   /// Symbolic links are copied as links; modes, times and extended attributes are kept. Whether
   /// hard links among the files are kept is the host's: each name has the content. A FIFO, a socket
-  /// or a device is never opened; a host that cannot create it anew copies nothing and names it in
-  /// the error. The copy shares storage with the original, or at least keeps holes, where the host
-  /// and the file system can do so. Any other error leaves what has been copied so far.
+  /// or a device is never opened. It is created anew; a host that creates none names it in an error
+  /// before it copies anything. The copy shares storage with the original, or at least keeps holes,
+  /// where the host and the file system can do so. Another error leaves what was copied so far.
   virtual Result<> copyDirectory(const std::string& from, const std::string& to,
                                  std::span<const std::string_view> last) = 0;
 
