@@ -230,7 +230,8 @@ TEST_P(FilesContract, CopiesModesAndTimes) {
     EXPECT_EQ(fs::status(path("to") + name).permissions(),
               fs::status(path("from") + name).permissions())
         << name;
-    EXPECT_EQ(fs::last_write_time(path("to") + name), then) << name;
+    // Not EXPECT_EQ, which would print times: libc++ cannot before macOS 13.4.
+    EXPECT_TRUE(fs::last_write_time(path("to") + name) == then) << name;
   }
   for (const char* top : {"from", "to"}) fs::permissions(path(top) + "/locked", perms{0755});
 }
