@@ -15,6 +15,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "create, run, clone and inspect guest virt
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_COMPONENTS_ALL program conformance)
@@ -36,11 +37,11 @@ simulated guest, and says what the parent got wrong.")
 # The packages of QEMU for the processor that the program is built for.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
   set(debian_guests "qemu-system-arm (>= 1:7.2), qemu-efi-aarch64")
-  set(rpm_guests "qemu-system-aarch64-core edk2-aarch64")
+  set(rpm_guests qemu-system-aarch64-core edk2-aarch64)
   set(debian_architecture arm64)
 else()
   set(debian_guests "qemu-system-x86 (>= 1:7.2), ovmf")
-  set(rpm_guests "qemu-system-x86-core edk2-ovmf")
+  set(rpm_guests qemu-system-x86-core edk2-ovmf)
   set(debian_architecture amd64)
 endif()
 
@@ -71,15 +72,16 @@ set(CPACK_RPM_WINDOWS_PACKAGE_REQUIRES "${PROJECT_NAME} = ${PROJECT_VERSION}")
 set(CPACK_RPM_CONFORMANCE_PACKAGE_NAME ${PROJECT_NAME}-conformance)
 set(CPACK_RPM_CONFORMANCE_PACKAGE_ARCHITECTURE noarch)
 set(CPACK_RPM_CONFORMANCE_PACKAGE_REQUIRES "${PROJECT_NAME} = ${PROJECT_VERSION}, python3 >= 3.11")
-# CPack has no variable for recommendations.
-set(recommended "")
+# CPack has no variable for recommendations, ignores suggestions if rpmbuild has no option of that
+# name, and writes the same lines into the specification of each package.
+set(weak "")
 foreach(package IN ITEMS ${rpm_guests} qemu-img passt)
-  string(REPLACE " " "\nRecommends: " package "${package}")
-  string(APPEND recommended "Recommends: ${package}\n")
+  string(APPEND weak "Recommends: ${package}\n")
 endforeach()
-set(CPACK_RPM_PROGRAM_PACKAGE_SUGGESTS
-  "${PROJECT_NAME}-gtk = ${PROJECT_VERSION}, ${PROJECT_NAME}-conformance = ${PROJECT_VERSION}")
-set(CPACK_RPM_SPEC_MORE_DEFINE "${recommended}")
+foreach(suffix IN ITEMS gtk conformance)
+  string(APPEND weak "Suggests: ${PROJECT_NAME}-${suffix} = ${PROJECT_VERSION}\n")
+endforeach()
+set(CPACK_RPM_SPEC_MORE_DEFINE "%if \"%{name}\" == \"${PROJECT_NAME}\"\n${weak}%endif")
 # Folders that belong to other packages.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}
