@@ -98,10 +98,12 @@ class InstallTest(unittest.TestCase):
             self.assertEqual(0, done.returncode, done)
             self.assertIn('"stopped"', done.stdout)
 
-    def test_the_protocol_is_that_of_the_program(self):
-        protocol = json.loads((self.prefix / "share/parlen-mac-vm/schema/protocol.json").read_text())
+    def test_the_documents_are_of_one_version(self):
+        version = json.loads((self.prefix / "share/parlen-mac-vm/schema/protocol.json").read_text())["version"]
         manual = (self.prefix / "share/man/man1/parlen-mac-vm.1").read_text()
-        self.assertIn(f'"parlen-mac-vm {protocol["version"]}"', manual)
+        self.assertIn(f'"parlen-mac-vm {version}"', manual)
+        changes = (self.prefix / DOCUMENTS / "CHANGELOG.md").read_text()
+        self.assertEqual(version, re.findall(r"^## ([0-9].*)$", changes, re.M)[0])
 
 
 if __name__ == "__main__":
