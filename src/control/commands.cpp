@@ -12,6 +12,7 @@
 #include "input/gui_input_driver.h"
 #include "input/key_planning.h"
 #include "input/timings.h"
+#include "text/concatenate.h"
 #include "text/json_reader.h"
 #include "text/json_value.h"
 #include "window/guest_window_controller.h"
@@ -114,7 +115,7 @@ void executeCommand(std::string_view line, VMRunner& runner) {
   for (const Verb& verb : verbs) {
     if (verb.type == *type) return verb.action(*message, runner);
   }
-  warn("ignoring an unknown command '" + std::string(*type) + "'");
+  warn(text::concatenate({"ignoring an unknown command '", *type, "'"}));
 }
 
 }  // namespace parlen

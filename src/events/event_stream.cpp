@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/platform.h"
+#include "text/concatenate.h"
 #include "text/json_writer.h"
 #include "text/utf8.h"
 
@@ -17,9 +18,7 @@ constinit std::unique_ptr<platform::SerialQueue> outputQueue;
 namespace {
 
 bool writeLine(std::string_view line) {
-  std::string bytes(line);
-  bytes += '\n';
-  return platform::system().streams().writeOutput(bytes);
+  return platform::system().streams().writeOutput(text::concatenate({line, "\n"}));
 }
 
 /// `value` without its fraction. Traps if that is no 64-bit number.
@@ -38,7 +37,10 @@ std::string json(const platform::Rect& rect) {
 
 std::string jsonEscape(std::string_view text) { return text::quoteJson(text).value_or("\"\""); }
 
-std::string jsonEscapeRepaired(std::string_view text) { return jsonEscape(text::repairUtf8(text)); }
+std::string jsonEscapeRepaired(std::string_view text) {
+  auto literal = text::quoteJson(text);
+  return literal ? *std::move(literal) : jsonEscape(text::repairUtf8(text));
+}
 
 bool emit(std::string_view line) {
   bool written = false;
@@ -58,8 +60,8 @@ void emitState(std::string_view state) {
 }
 
 void emitError(std::string_view code, std::string_view message) {
-  emit(R"({"type":"error","code":")" + std::string(code) + R"(","message":)" +
-       jsonEscapeRepaired(message) + "}");
+  emit(text::concatenate(
+      {R"({"type":"error","code":")", code, R"(","message":)", jsonEscapeRepaired(message), "}"}));
 }
 
 void die(std::string_view code, std::string_view message) {
@@ -137,7 +139,7 @@ bool emitWindowSize(const platform::Rect& content, const platform::Rect& frame) 
 }
 
 void warn(std::string_view text) {
-  platform::system().streams().writeError("parlen-mac-vm: " + std::string(text) + "\n");
+  platform::system().streams().writeError(text::concatenate({"parlen-mac-vm: ", text, "\n"}));
 }
 
 }  // namespace parlen

@@ -2,20 +2,20 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <utility>
 
 #include "input/key_tables.h"
+#include "text/concatenate.h"
 #include "text/graphemes.h"
 
 namespace parlen {
 namespace {
 
-std::unexpected<InputRefusal> refuse(std::string reason) {
-  return std::unexpected(InputRefusal{std::move(reason)});
+std::unexpected<InputRefusal> refuse(std::initializer_list<std::string_view> reason) {
+  return std::unexpected(InputRefusal{text::concatenate(reason)});
 }
-
-std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
 
 /// The key that types one user-perceived character; nullopt if there is none.
 std::optional<CharKey> keyFor(std::string_view character) {
@@ -58,7 +58,7 @@ std::expected<void, InputRefusal> addModifier(Chord& chord, std::string_view tok
                                               std::size_t most) {
   const auto* modifier = vmModifierFlags.findEntry(token);
   if (modifier == nullptr) {
-    return refuse(quoted(token) + " is not a modifier (cmd, shift, option, ctrl come first)");
+    return refuse({"'", token, "' is not a modifier (cmd, shift, option, ctrl come first)"});
   }
   chord.modifiers.reserve(most);  // growing would take three times as much
   chord.modifiers.push_back(modifier->name);
@@ -93,7 +93,7 @@ std::expected<KeyStroke, InputRefusal> strokeOf(Chord chord) {
     return KeyStroke{*code, std::move(chord.modifiers), ""};
   }
   const auto charKey = vmCharKeys.find(chord.key);
-  if (!charKey) return refuse("unknown key " + quoted(chord.key));
+  if (!charKey) return refuse({"unknown key '", chord.key, "'"});
   if (charKey->shift && std::ranges::find(chord.modifiers, "shift") == chord.modifiers.end()) {
     chord.modifiers.emplace_back("shift");
   }
@@ -114,18 +114,18 @@ KeyStroke KeyStrokes::operator[](std::size_t index) const {
 std::expected<KeyStrokes, InputRefusal> planText(std::string_view text) {
   for (std::string_view rest = text; !rest.empty();) {
     const std::string_view character = text::nextGrapheme(rest);
-    if (!keyFor(character)) return refuse("not typeable on the US layout: " + quoted(character));
+    if (!keyFor(character)) return refuse({"not typeable on the US layout: '", character, "'"});
     rest.remove_prefix(character.size());
   }
   return KeyStrokes(std::string(text));
 }
 
 std::expected<KeyStroke, InputRefusal> planChord(std::string_view text) {
-  if (text.empty()) return refuse("malformed chord " + quoted(text));
+  if (text.empty()) return refuse({"malformed chord '", text, "'"});
   auto chord = divide(text);
   if (!chord) return std::unexpected(std::move(chord.error()));
   if (vmModifierFlags.find(chord->key)) {
-    return refuse("the final token must be a key, not a modifier (got " + quoted(chord->key) + ")");
+    return refuse({"the final token must be a key, not a modifier (got '", chord->key, "')"});
   }
   return strokeOf(*std::move(chord));
 }

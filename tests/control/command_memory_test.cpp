@@ -8,6 +8,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/dispatch.h"
 #include "control/commands.h"
@@ -184,6 +185,18 @@ TEST(CommandMemory, IsBoundedForAChord) {
   const Use use = useOf(line);
   EXPECT_LE(use.most, 9 * line.size() + constantPart);
   EXPECT_LE(use.after, 8 * line.size() + constantPart);
+}
+
+// Five times the line at most, and what the test itself keeps of the written sentence.
+TEST(CommandMemory, IsBoundedForALineThatIsQuoted) {
+  const std::vector<std::string> lines{R"({"type":")" + repeated("a") + "\"}",
+                                       R"({"type":"key","key":")" + repeated("a") + "\"}",
+                                       R"({"type":"key","key":")" + repeated("a") + "+a\"}",
+                                       R"({"type":"text","text":"e)" + repeated("\u0301") + "\"}"};
+  for (const std::string& line : lines) {
+    const Use use = useOf(line);
+    EXPECT_LE(use.most, 7 * line.size() + constantPart) << line.substr(0, 30);
+  }
 }
 
 // --- What holds the bytes until their line is complete ---

@@ -32,8 +32,9 @@ void ErrorStream::write(std::string_view line) {
     ++dropped_;
     return;
   }
-  // In one piece, so that both are written or neither is.
-  const std::string text = dropReport(dropped_).append(line);
+  // In one piece, so that both are written or neither is. A line alone is not copied.
+  std::string report = dropReport(dropped_);
+  const std::string_view text = report.empty() ? line : report.append(line);
   std::string_view left = text;
   int error = writeWhatFits(left);
   if (error == EAGAIN && left.size() == text.size()) {
