@@ -248,8 +248,8 @@ void ScriptedQemu::addMessages(Story& all) const {
   all.emplace_back("monitor closes");
   if (!hasGreeted_) all.emplace_back("greeting");
   if (!unanswered_.empty()) all.push_back("reply to " + unanswered_.front().name);
-  if (!isReady_) return;
   if (!unanswered_.empty()) all.push_back("error to " + unanswered_.front().name);
+  if (!isReady_) return;
   if (runs_) all.emplace_back("event STOP");
   if (mayResume()) all.emplace_back("event RESUME");
   all.emplace_back("event BLOCK_IO_ERROR");
@@ -325,12 +325,13 @@ void ScriptedQemu::reply(bool succeeds) {
   const Command command = unanswered_.front();
   unanswered_.pop_front();
   replies_[command.id] = succeeds;
-  if (command.name == "qmp_capabilities") isReady_ = true;
+  if (command.name == "qmp_capabilities") isReady_ = succeeds;
   if (succeeds && !command.hasHadEffect) {
     if (command.name == "stop") owesEvent_ = runs_;
     if (command.name == "cont") owesEvent_ = !runs_;
   }
-  if (!succeeds && command.id == startCommand_) startWasRefused_ = true;
+  const bool starts = command.name == "qmp_capabilities" || command.id == startCommand_;
+  if (!succeeds && starts) startWasRefused_ = true;
   say((succeeds ? R"({"return": {})" : R"({"error": {"desc": "not now"})") +
       std::string(R"(, "id": )") + std::to_string(command.id) + "}");
 }

@@ -46,7 +46,8 @@ class NetworkTest : public HostTest {
   void start() {
     auto started = startQemu(
         loop(), plan_,
-        {.monitor = {.onReady = [this] { heard.emplace_back("ready"); }, .onEvent = nullptr},
+        {.monitor = {.onReady = [this](const auto&) { heard.emplace_back("ready"); },
+                     .onEvent = nullptr},
          .onExit =
              [this](const SubprocessExit& exit) {
                heard.emplace_back("ended");

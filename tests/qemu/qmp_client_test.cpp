@@ -168,7 +168,7 @@ class QemuProcessTest : public testing::Test {
   void start(const std::string& script) {
     auto started = QemuProcess::start(
         system_.loop(), {.program = "/bin/sh", .arguments = {"-c", script}, .networkSockets = {}},
-        {.monitor = {.onReady = [this] { heard.emplace_back("ready"); },
+        {.monitor = {.onReady = [this](const auto&) { heard.emplace_back("ready"); },
                      .onEvent = [this](const QmpEvent& event) { heard.push_back(event.name); }},
          .onExit = [this](const SubprocessExit& exit) {
            heard.emplace_back("ended");

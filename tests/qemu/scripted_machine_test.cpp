@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host_fixture.h"
@@ -28,7 +29,10 @@ class ScriptedMachineTest : public HostTest {
   /// The script says the greeting, answers the handshake and goes on with `rest`, whose first
   /// command is the one that resumes the guest.
   std::unique_ptr<platform::VirtualMachine> scriptedMachine(const std::string& rest) {
-    return machineWithEmulator(R"(#!/bin/sh
+    return machineWithEmulator(std::string(talk) + "say '{\"QMP\": {}}'\nanswer\n" + rest);
+  }
+
+  static constexpr std::string_view talk = R"(#!/bin/sh
 say() { printf '%s\r\n' "$1" >&3; }
 hear() { read -r command <&3; id=${command##*:}; id=${id%\}}; }
 accept() { say "{\"return\": {}, \"id\": $id}"; }
@@ -38,10 +42,7 @@ shut_down() {
   say '{"event": "SHUTDOWN", "data": {"guest": true, "reason": "guest-shutdown"}}'
 }
 hold() { : >"$0.held"; read -r word <"$0.release"; }
-say '{"QMP": {}}'
-answer
-)" + rest);
-  }
+)";
 
   std::unique_ptr<platform::VirtualMachine> machineWithEmulator(const std::string& script) {
     const std::string folder = "machine" + std::to_string(++machines_);
@@ -251,6 +252,18 @@ TEST_F(ScriptedMachineTest, StopsBeforeQemuSaysAnything) {
 
   EXPECT_THAT(story.happened, ElementsAre("stopped"));
   EXPECT_THAT(children(), IsEmpty());
+}
+
+TEST_F(ScriptedMachineTest, FailsItsStartIfQemuRefusesToBeControlled) {
+  for (const std::string answers : {"refuse", "accept; hear; refuse"}) {
+    const std::size_t before = story.happened.size();
+    const auto machine = machineWithEmulator(std::string(talk) + "say '{\"QMP\": {}}'; hear; " +
+                                             answers + "; read -r end <&3");
+    runUntilHappened(before + 1);
+
+    EXPECT_EQ(story.happened.back(), "started failed") << answers;
+    EXPECT_EQ(story.lastError, "QEMU cannot start: not now") << answers;
+  }
 }
 
 TEST_F(ScriptedMachineTest, FailsAPauseThatQemuRefuses) {

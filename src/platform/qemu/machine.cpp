@@ -87,7 +87,7 @@ void Machine::start(Completion done) {
   startDone_ = std::move(done);
   auto launched =
       launch_(configuration_,
-              {.monitor = {.onReady = [this] { onReady(); },
+              {.monitor = {.onReady = [this](const Result<>& result) { onReady(result); },
                            .onEvent = [this](const QmpEvent& event) { onQmpEvent(event); },
                            .onClosed = [this] { onMonitorClosed(); }},
                .onExit = [this](const SubprocessExit& exit) { onExit(exit); },
@@ -101,20 +101,24 @@ void Machine::start(Completion done) {
 
 /// QEMU has opened its devices, so a disk that another machine uses has already failed. The guest
 /// was started paused (-S) so that no event is missed.
-void Machine::onReady() {
+void Machine::onReady(const Result<>& control) {
+  if (!control) return refuseStart(control.error());
   takesCommands_ = true;
   for (posix::Descriptor& viewer : std::exchange(viewers_, {})) addViewer(std::move(viewer));
   process_->monitor().execute("cont", [this](const Result<>& result) { onStartReply(result); });
 }
 
 void Machine::onStartReply(const Result<>& result) {
-  if (!result) {
-    startError_ = "QEMU cannot start: " + result.error().description;
-    process_->kill();
-  } else if (is(MachineState::starting)) {
-    endChange(MachineState::starting, result);
-    deliver(startDone_, {});
-  }
+  if (!result) return refuseStart(result.error());
+  if (!is(MachineState::starting)) return;
+  endChange(MachineState::starting, result);
+  deliver(startDone_, {});
+}
+
+/// The end of the process fails the start.
+void Machine::refuseStart(const PlatformError& error) {
+  startError_ = "QEMU cannot start: " + error.description;
+  process_->kill();
 }
 
 void Machine::connectDisplay(posix::Descriptor socket) {

@@ -56,7 +56,8 @@ class Machine : public platform::VirtualMachine {
   bool move(platform::MachineState from, platform::MachineState to);
 
   // Starting.
-  void onReady();
+  void onReady(const platform::Result<>& control);
+  void refuseStart(const platform::PlatformError& error);
   void onStartReply(const platform::Result<>& result);
   void addViewer(posix::Descriptor socket);
 

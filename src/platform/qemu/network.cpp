@@ -62,7 +62,7 @@ class NetworkedQemu final : public QemuProcess {
   void connect(const QemuPlan& plan, const posix::Descriptor& socket);
   void lose(std::size_t index, std::string reason);
   void reportLoss(std::size_t index);
-  void onReady();
+  void onReady(const Result<>& result);
 
   linux::EventLoop& loop_;
   std::string passtProgram_;
@@ -86,7 +86,7 @@ Result<> NetworkedQemu::start(const QemuPlan& plan) {
     sockets.push_back(*std::move(pair));
   }
   Handlers handlers = handlers_;
-  handlers.monitor.onReady = [this] { onReady(); };
+  handlers.monitor.onReady = [this](const Result<>& result) { onReady(result); };
   auto qemu = QemuProcess::start(loop_, commandOf(plan, std::move(numbers)), std::move(handlers));
   if (!qemu) return std::unexpected(std::move(qemu).error());
   qemu_ = *std::move(qemu);
@@ -114,12 +114,12 @@ void NetworkedQemu::connect(const QemuPlan& plan, const posix::Descriptor& socke
   }
 }
 
-void NetworkedQemu::onReady() {
-  ready_ = true;
+void NetworkedQemu::onReady(const Result<>& result) {
+  ready_ = result.has_value();
   for (std::size_t i = 0; i < connections_.size(); ++i) {
-    if (connections_[i].loss) reportLoss(i);
+    if (ready_ && connections_[i].loss) reportLoss(i);
   }
-  handlers_.monitor.onReady();
+  handlers_.monitor.onReady(result);
 }
 
 void NetworkedQemu::lose(std::size_t index, std::string reason) {

@@ -73,9 +73,7 @@ void QmpClient::handle(const QmpMessage& message) {
   } else if (const auto* event = std::get_if<QmpEvent>(&message)) {
     handlers_.onEvent(*event);
   } else {
-    execute("qmp_capabilities", [this](const platform::Result<>& result) {
-      if (result) handlers_.onReady();
-    });
+    execute("qmp_capabilities", handlers_.onReady);
   }
 }
 

@@ -26,12 +26,13 @@ namespace parlen::qemu {
 /// They must not destroy the client. Main thread.
 class QmpClient {
  public:
+  using ReplyHandler = std::function<void(platform::Result<>)>;
   struct Handlers {
-    platform::Work onReady;  // QEMU has opened its devices and accepts commands
+    /// QEMU has opened its devices and accepts commands, or has refused to be controlled.
+    ReplyHandler onReady;
     std::function<void(const QmpEvent&)> onEvent;
     platform::Work onClosed = nullptr;  // QEMU will neither receive nor reply; it may still run
   };
-  using ReplyHandler = std::function<void(platform::Result<>)>;
 
   QmpClient(linux::EventLoop& loop, posix::Descriptor socket, Handlers handlers);
 
