@@ -4,7 +4,11 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <set>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "bundle/settings.h"
 #include "install/create.h"
@@ -35,6 +39,14 @@ class Creation {
   Tool tool;
   std::string bundle = tool.path("b");
 };
+
+std::set<std::string> namesIn(const std::string& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    names.insert(entry.path().filename());
+  }
+  return names;
+}
 
 TEST(Create, ReportsItsProgressAndEndsWithTheBundle) {
   Creation given;
@@ -221,9 +233,11 @@ TEST(Create, NeverTouchesADirectoryThatAppears) {
 }
 
 TEST(Create, NeverTouchesAMemberThatAppears) {
-  // Before each call that makes one of them, somebody else makes it.
+  // Before each call that makes one of them, somebody else makes it. They are made in this order.
+  std::set<std::string> made;
   for (const char* member :
        {"share", "Disk.img", "HardwareModel", "MachineIdentifier", "AuxiliaryStorage", "vm.json"}) {
+    made.insert(member);
     Creation given;
     const std::string path = given.bundle + "/" + member;
     bool isThere = false;
@@ -235,6 +249,7 @@ TEST(Create, NeverTouchesAMemberThatAppears) {
     EXPECT_TRUE(given.tool.events().back().contains(R"("code":"create-failed")")) << member;
     EXPECT_TRUE(given.tool.events().back().contains(member)) << given.tool.events().back();
     EXPECT_EQ(fileContent(path), "precious");
+    EXPECT_EQ(namesIn(given.bundle), made);
   }
 }
 

@@ -28,7 +28,8 @@ extern "C" void noteSignal(int signal) {
   errno = before;
 }
 
-// A handler rather than "ignore", which children would inherit.
+// Caught rather than ignored: of an ignored signal Linux tells nobody. Children start with the
+// default action either way.
 void catchSignal(int signal) {
   struct sigaction action{};
   action.sa_handler = &noteSignal;
