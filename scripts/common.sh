@@ -22,13 +22,18 @@ make_guest_image() {
     { scripts/install-packages --update guest && scripts/make-guest-image "$1"; }
 }
 
+# configure_preset <preset>
+configure_preset() {
+  cmake --preset "$1" >"build/$1.configure.log" 2>&1 || {
+    cat "build/$1.configure.log"
+    return 1
+  }
+}
+
 # build_preset <preset> [cmake --build arguments...]
 build_preset() {
   local preset=$1
   shift
-  cmake --preset "$preset" >"build/$preset.configure.log" 2>&1 || {
-    cat "build/$preset.configure.log"
-    return 1
-  }
+  configure_preset "$preset" || return
   cmake --build --preset "$preset" "$@"
 }
