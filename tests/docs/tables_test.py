@@ -204,6 +204,7 @@ def arguments_of_warnings(text):
 
 def as_line(argument):
     """What the call writes; X for what is not fixed. None if nothing of it is."""
+    argument = re.sub(r"text::concatenate\(\{(.*)\}\)", r"\1", argument)
     parts = re.split(r'("(?:[^"\\]|\\.)*")', argument)
     fixed = [part[1:-1] if part.startswith('"') else "X" * bool(part.strip()) for part in parts]
     return re.sub("X+", "X", "".join(fixed)) if len(parts) > 1 else None
