@@ -26,8 +26,8 @@ enum class Acceleration { kvm, emulation };
 /// What connects a guest to the host's network: QEMU itself, or passt(1).
 enum class Networking { user, passt };
 
-/// What the first serial port of a guest is connected to. Without a file the guest has none, or, on a
-/// board that has one always, one that is connected to nothing.
+/// What the first serial port of a guest is connected to. Without a file the guest has none, or, on
+/// a board that has one always, one that is connected to nothing.
 enum class Console { none, file };
 
 /// QEMU's descriptor for its end of the monitor socket.
