@@ -82,7 +82,7 @@ class WorkflowTest(unittest.TestCase):
             self.jobs |= yaml.safe_load(workflow.read_text())["jobs"]
 
     def test_has_steps_that_run_or_use_one_thing(self):
-        self.assertEqual(sorted(self.jobs), ["arm64", "linux", "macos"])
+        self.assertEqual(sorted(self.jobs), ["linux", "linux-weekly", "macos"])
         for job in self.jobs.values():
             self.assertIn("runs-on", job)
             for step in job["steps"]:
@@ -95,6 +95,13 @@ class WorkflowTest(unittest.TestCase):
         self.assertGreaterEqual(len(scripts), 4)
         for script in scripts:
             self.assertTrue(os.access(self.tree / script, os.X_OK), script)
+
+    def test_runs_each_step_of_the_tests(self):
+        script = (self.tree / "scripts/test").read_text()
+        named = re.search(r'^named_steps=\("\$\{all_steps\[@\]\}" (.*)\)$', script, re.M).group(1).split()
+        commands = [step.get("run", "") for job in self.jobs.values() for step in job["steps"]]
+        run = {word for command in commands if command.startswith("scripts/test ") for word in command.split()[1:]}
+        self.assertEqual({"all", *named}, run)
 
 
 if __name__ == "__main__":

@@ -178,7 +178,7 @@ DIAGNOSTICS = (
     "input: could not build a flagsChanged event for '[modifier]'",
     "underlying error: [description] ([domain] [code])",
 )
-# What is handed on as it is: what a library has logged, what this host lacks to run guests.
+# What is handed on as it is: what a library has logged, what this host lacks to run guests (which is on the page).
 HANDED_ON = ("line", "platform.error().description", "model->platform().error().description")
 
 
