@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
+#include <pthread.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -399,6 +400,14 @@ TEST(Streams, DoesNotHandAReservedOutputToChildren) {
   EXPECT_EQ(FD_CLOEXEC, fcntl(lowestFree, F_GETFD));
 }
 
+bool aThreadStarts() {
+  pthread_t thread{};
+  const auto nothing = [](void*) -> void* { return nullptr; };
+  if (pthread_create(&thread, nullptr, nothing, nullptr) != 0) return false;
+  pthread_join(thread, nullptr);
+  return true;
+}
+
 TEST(InputErrors, AreNotTakenForTheEndOfTheInput) {
   if (needsDescriptors) GTEST_SKIP() << "a sanitizer needs descriptors";
   enum class Missing { descriptor, thread };
@@ -408,6 +417,7 @@ TEST(InputErrors, AreNotTakenForTheEndOfTheInput) {
       if (missing == Missing::thread && geteuid() == 0 && setuid(nobody) != 0) return 2;
       const rlimit none{0, 0};
       setrlimit(missing == Missing::thread ? RLIMIT_NPROC : RLIMIT_NOFILE, &none);
+      if (missing == Missing::thread && aThreadStarts()) return 0;  // threads are not limited here
       QueueLoop loop;
       Streams streams({0, 1, 2}, loop);
       const auto reading = streams.readInput([](std::string_view) { _exit(3); });

@@ -76,7 +76,10 @@ Program::Program(const std::vector<std::string>& arguments, const Environment& m
     _exit(127);
   }
   close(error);
+  // Only of this end does every system tell how much is unread. It goes with the input, whose end
+  // and whose reader's end are seen as if the program alone had it.
   input_ = std::move(in.writing);
+  unread_ = std::move(in.reading);
   output_ = std::move(out.reading);
 }
 
@@ -100,7 +103,7 @@ void Program::send(std::string_view bytes) {
 
 void Program::waitUntilRead() const {
   for (int unread = 1; unread > 0; sched_yield()) {
-    ASSERT_EQ(ioctl(input_.get(), FIONREAD, &unread), 0);
+    ASSERT_EQ(ioctl(unread_.get(), FIONREAD, &unread), 0);
   }
 }
 

@@ -63,6 +63,7 @@ class Program {
 
   pid_t pid_ = -1;
   posix::Descriptor input_;
+  posix::Descriptor unread_;  // another one for the reading end of the input
   posix::Descriptor output_;
   std::string errorPath_;
   std::string buffer_;

@@ -164,7 +164,7 @@ TEST(StandardOutput, FailsAReportThatItCannotTake) {
                              Lines{"clone", "--from", bundle, "--to", world.path("copy")},
                              Lines{"window-size-check", "--visible", "0,0,1440,875"}}) {
     Program program(words, world.environment(),
-                    [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+                    [] { dup2(open("/dev/null", O_RDONLY), STDOUT_FILENO); });
     EXPECT_EQ(program.wait(), exitedWith(1)) << words[0];
     EXPECT_EQ(program.warnings(),
               "parlen-mac-vm: the report could not be written to standard output\n");
@@ -174,7 +174,7 @@ TEST(StandardOutput, FailsAReportThatItCannotTake) {
 TEST(StandardOutput, ThatTakesNothingLeavesARunItsStatus) {
   const World world;
   Program program({"run", "--bundle", world.makeBundle()}, world.environment(),
-                  [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+                  [] { dup2(open("/dev/null", O_RDONLY), STDOUT_FILENO); });
   program.send("{\"type\":\"stop\"}\n");
   EXPECT_EQ(program.wait(), exitedWith(0));
 }

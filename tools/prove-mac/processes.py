@@ -75,14 +75,20 @@ class Tool:
         self.events = []  # all so far
         self.ended = False  # the end of its output has been seen
         self.lines = queue.Queue()
+        piped = stdin == subprocess.PIPE
+        reading, writing = os.pipe() if piped else (stdin, None)
         self.process = subprocess.Popen(
             arguments,
-            stdin=stdin,
+            stdin=reading,
             stdout=subprocess.PIPE if stdout is None else stdout[0],
             stderr=subprocess.DEVNULL,
             env=environment,
             start_new_session=True,
         )
+        if piped:
+            # Only of the reading end does every system tell how much is unread.
+            self.unread = os.fdopen(reading, "rb", buffering=0)
+            self.process.stdin = os.fdopen(writing, "wb", buffering=0)
         if stdout is None:
             self.read(self.process.stdout)
         else:
@@ -121,7 +127,7 @@ class Tool:
         waiting = array.array("i", [1])
         deadline = time.monotonic() + self.limit
         while waiting[0]:
-            fcntl.ioctl(self.process.stdin.fileno(), termios.FIONREAD, waiting)
+            fcntl.ioctl(self.unread.fileno(), termios.FIONREAD, waiting)
             if time.monotonic() > deadline:
                 raise Refuted(f"it does not read its input{self.so_far()}")
 
