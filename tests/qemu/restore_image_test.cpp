@@ -266,6 +266,21 @@ TEST_F(RestoreImageTest, IsInstalledOnlyAsItWasExamined) {
               EndsWith("has changed since it was examined"));
 }
 
+TEST_F(RestoreImageTest, IsNotInstalledIfAnotherOneTakesItsPlaceMeanwhile) {
+  makeRawDisk("raw");
+  makeRawDisk("other");
+  const Loaded image = load("raw");
+  ASSERT_TRUE(image) << image.error().description;
+  shell(
+      "mkdir bin && printf '#!/bin/sh\\nmv other raw\\nexec /usr/bin/qemu-img \"$@\"\\n' "
+      ">bin/qemu-img && sed -i \"s|mv other raw|mv $PWD/other $PWD/raw|\" bin/qemu-img && "
+      "chmod +x bin/qemu-img");
+  const test::PathVariable searchPath(path("bin") + ":/usr/bin:/bin");
+
+  EXPECT_THAT(install(**image, "guest").error().description,
+              EndsWith("has changed since it was examined"));
+}
+
 TEST_F(RestoreImageTest, LeavesAnUnfinishedGuestIfItsInstallationIsCutOff) {
   makeRawDisk("raw");
   const Loaded image = load("raw");

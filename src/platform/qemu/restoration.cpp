@@ -56,6 +56,7 @@ class Installer : public platform::Installer {
 
  private:
   platform::Result<> startConversion();
+  platform::Result<> checkImage() const;
   void onOutput(std::string_view output);
   void setFraction(double fraction);
   void onExit(const SubprocessExit& exit);
@@ -93,9 +94,7 @@ void Installer::install(Completion done) {
 
 Result<> Installer::startConversion() {
   if (!target_) return std::unexpected(target_.error());
-  if (stampOf(image_.path()) != image_.stamp()) {
-    return error("the restore image " + image_.path() + " has changed since it was examined");
-  }
+  if (auto examined = checkImage(); !examined) return examined;
   auto tool = requireProgram(imageTool);
   if (!tool) return std::unexpected(std::move(tool).error());
   if (const auto marked = target_->set(Installation::unfinished); !marked) return marked;
@@ -110,6 +109,11 @@ Result<> Installer::startConversion() {
   if (!run) return std::unexpected(std::move(run).error());
   run_ = *std::move(run);
   return {};
+}
+
+Result<> Installer::checkImage() const {
+  if (stampOf(image_.path()) == image_.stamp()) return {};
+  return error("the restore image " + image_.path() + " has changed since it was examined");
 }
 
 void Installer::onOutput(std::string_view output) {
@@ -133,7 +137,11 @@ void Installer::onExit(const SubprocessExit& exit) {
 }
 
 Result<> Installer::finish(const SubprocessExit& exit) {
-  if (exit.succeeded()) return target_->set(Installation::finished);
+  if (exit.succeeded()) {
+    // qemu-img opens it by its path, where another one may have come in the meantime.
+    if (auto examined = checkImage(); !examined) return examined;
+    return target_->set(Installation::finished);
+  }
   const std::string attempt =
       "could not write the restore image " + image_.path() + " to " + target_->disk->path() + ": ";
   const bool isImageFree = exit.lastMessage.find("[" + image_.path() + "]") == std::string::npos;
