@@ -299,9 +299,16 @@ def contract_test():
 
 
 def sudo():
-    if lying("sudo"):
+    """What it has noted holds for one session (FAKE_SESSION), and for some minutes: here, for the
+    commands of one assumption."""
+    known = os.path.join(FOLDER, "sudo")
+    used = os.path.getsize(known) if os.path.exists(known) else 0
+    if lying("sudo") or str(os.getsid(0)) != os.environ["FAKE_SESSION"] or used > 5:
+        print("sudo: a password is required")
         return 1
-    if sys.argv[2] in ("true", "chown"):
+    with open(known, "w" if sys.argv[2] == "-v" else "a") as file:
+        file.write("" if sys.argv[2] == "-v" else ".")
+    if sys.argv[2] in ("-v", "chown"):
         return 0
     return launchctl(sys.argv[3:])
 

@@ -76,6 +76,7 @@ class Mac:
             PATH=commands + os.pathsep + os.environ["PATH"],
             FAKE_FOLDER=self.folder,
             FAKE_LIE=lie,
+            FAKE_SESSION=str(os.getsid(0)),
         )
         settings = dict(ipsw=image, gui=True, ask=lambda question: True, settle=0.1, free=free)
         settings.update(environment=environment)

@@ -47,6 +47,12 @@ class Bench:
             arguments, self.limit(seconds), dict(self.environment, **(more or {})), folder
         )
 
+    def sudo(self, *arguments):
+        """As root, without asking. What 'sudo -v' has noted holds for its terminal and session only
+        (sudoers(5), timestamp_type), so sudo is started in this process's own."""
+        command = ["sudo", "-n", *arguments]
+        return processes.run(command, self.limit(30), self.environment, own_session=False)
+
     def tool(self, *arguments, seconds=20.0, more=None, **streams):
         """Starts the program; end_all() ends it."""
         self.need_program()

@@ -32,20 +32,17 @@ class Daemon:
                 "StandardOutPath": self.output,
                 "RunAtLoad": True,
             }, file)
-        self.sudo("chown", "root", plist)  # launchd refuses another owner's
-        status, text = self.sudo("launchctl", "bootstrap", "system", plist)
+        self.bench.sudo("chown", "root", plist)  # launchd refuses another owner's
+        status, text = self.bench.sudo("launchctl", "bootstrap", "system", plist)
         if status != 0:
             os.close(self.input)
             raise NotTried(f"launchctl has failed: {text.strip()}")
-
-    def sudo(self, *arguments):
-        return self.bench.run(["sudo", "-n", *arguments], 30)
 
     def send(self, text):
         os.write(self.input, text)
 
     def kill(self):
-        self.sudo("launchctl", "kill", "SIGTERM", "system/" + LABEL)
+        self.bench.sudo("launchctl", "kill", "SIGTERM", "system/" + LABEL)
 
     def expect(self, text):
         deadline = time.monotonic() + self.bench.limit(guests.BOOT)
@@ -66,7 +63,7 @@ class Daemon:
 
     def end(self):
         os.close(self.input)
-        self.sudo("launchctl", "bootout", "system/" + LABEL)
+        self.bench.sudo("launchctl", "bootout", "system/" + LABEL)
 
 
 def as_daemon(own_host, command=b""):
@@ -74,7 +71,7 @@ def as_daemon(own_host, command=b""):
         bench.need_program()
         path = guests.guest(bench) if own_host else streams.bundle(bench)
         bench.end_all()
-        status, _ = bench.run(["sudo", "-n", "true"], 10)
+        status, _ = bench.sudo("-v")  # also begins its minutes anew
         if status != 0:
             raise NotTried("it needs root: run 'sudo -v' first, in the same terminal")
         daemon = Daemon(bench, {} if own_host else streams.simulated(bench), path)

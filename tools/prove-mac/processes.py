@@ -32,8 +32,9 @@ def end(process):
     process.wait()
 
 
-def run(arguments, limit, environment=None, folder=None):
-    """Runs a command without input to its end; returns its status and all of its output.
+def run(arguments, limit, environment=None, folder=None, own_session=True):
+    """Runs a command without input to its end; returns its status and all of its output. It has no
+    terminal, unless `own_session` is false: then it keeps this process's.
 
     Hung when it does not end within `limit` seconds, Refuted when it cannot be started."""
     try:
@@ -44,7 +45,8 @@ def run(arguments, limit, environment=None, folder=None):
             stderr=subprocess.STDOUT,
             env=environment,
             cwd=folder,
-            start_new_session=True,
+            start_new_session=own_session,
+            preexec_fn=None if own_session else os.setpgrp,  # process_group= is of Python 3.11
         )
     except OSError as error:
         raise Refuted(f"{arguments[0]} does not start: {error.strerror}") from None
