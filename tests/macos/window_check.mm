@@ -5,6 +5,7 @@
 #import <AppKit/AppKit.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
@@ -101,7 +102,7 @@ class Check {
     buttons();
     closing();
     window_.reset();
-    answer("quit", wait([] { return noneIsVisible(); }), "a window is still visible");
+    answer("gone", wait([] { return noneIsVisible(); }), "a window is still visible");
   }
 
  private:
@@ -225,6 +226,18 @@ class Check {
   int done_ = 0;
 };
 
+/// As from the Dock: the program's handler is called and decides; AppKit does not end the process.
+void quit(platform::Application& application) {
+  application.setQuitHandler([] {
+    answer("quit", true, "");
+    std::exit(0);
+  });
+  dispatch_async(dispatch_get_main_queue(), ^{
+    [NSApp terminate:nil];
+  });
+  (void)application.run();
+}
+
 int check() {
   const auto native = platform::makeNativePlatform();
   const auto host = native->makeHost([](std::string_view) {});
@@ -237,6 +250,7 @@ int check() {
   [NSApp finishLaunching];
   answer("opens", true, "");
   Check(**system).run();
+  quit(host->application());
   return 0;
 }
 

@@ -283,7 +283,7 @@ def ctest():
 
 def window_check():
     names = ("opens visible key-window key-down key-up flags-changed command-key-up chrome "
-             "chrome-with-bar later done close-asks close close-again quit").split()
+             "chrome-with-bar later done close-asks close close-again gone quit").split()
     if lying("windows.session"):
         print("session: no")
         return 0

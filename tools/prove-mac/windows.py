@@ -9,6 +9,7 @@ from processes import Hung
 WINDOW = "src/platform/macos/window.mm"
 SYSTEM = "src/platform/macos/window_system.mm"
 BAR = "src/platform/macos/bar.mm"
+APPLICATION = "src/platform/macos/application.mm"
 NO_SESSION = "session: no"
 
 
@@ -63,6 +64,7 @@ STAGE = [
         ("close-asks", "the close button asks, and a refused window stays", WINDOW),
         ("close", "an allowed one goes off the screen", WINDOW),
         ("close-again", "it can be shown and closed again", WINDOW),
-        ("quit", "a window that is given up leaves nothing on the screen", WINDOW),
+        ("gone", "a window that is given up leaves nothing on the screen", WINDOW),
+        ("quit", "quitting calls the program's handler and does not end the process", APPLICATION),
     )
 ]
