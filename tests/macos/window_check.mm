@@ -96,9 +96,9 @@ class Check {
   explicit Check(platform::WindowSystem& system) : system_(system) {}
 
   void run() {
+    chrome();
     open();
     keys();
-    chrome();
     buttons();
     closing();
     window_.reset();
@@ -121,10 +121,28 @@ class Check {
                                             platform::windowResizable});
   }
 
-  void open() {
+  static double chromeOf(const platform::Window& window) {
+    const platform::Rect frame{0, 0, 800, 600};
+    return frame.height - window.contentRectForFrameRect(frame).height;
+  }
+
+  /// As the program has it: the bar is there before the window is shown.
+  void chrome() {
     window_ = make();
     window_->setReleasedWhenClosed(platform::ReleasedWhenClosed::no);
     window_->setDelegate(&delegate_);
+    const double plain = chromeOf(*make());
+    answer("chrome", plain > 15 && plain < 60, "it is " + std::to_string(plain) + " points");
+    system_.setLabelText(platform::BarLabel::title, "A title");
+    system_.setLabelText(platform::BarLabel::detail, "A detail");
+    window_->addTitlebarAccessory(
+        askBar({.onLater = [this] { ++later_; }, .onDone = [this] { ++done_; }}));
+    const double withBar = chromeOf(*window_);
+    answer("chrome-with-bar", withBar > plain + 20,
+           std::to_string(withBar) + " points after " + std::to_string(plain));
+  }
+
+  void open() {
     system_.activate(platform::OtherApps::ignore);
     window_->makeKeyAndOrderFront();
     native_ = nativeOf(*window_);
@@ -163,23 +181,6 @@ class Check {
     key("flags-changed", KeyEventType::flagsChanged, leftCommand,
         "flags " + std::to_string(leftCommand));
     key("command-key-up", KeyEventType::keyUp, leftCommand, "up 0");
-  }
-
-  static double chromeOf(const platform::Window& window) {
-    const platform::Rect frame{0, 0, 800, 600};
-    return frame.height - window.contentRectForFrameRect(frame).height;
-  }
-
-  void chrome() {
-    const double plain = chromeOf(*make());
-    answer("chrome", plain > 15 && plain < 60, "it is " + std::to_string(plain) + " points");
-    system_.setLabelText(platform::BarLabel::title, "A title");
-    system_.setLabelText(platform::BarLabel::detail, "A detail");
-    window_->addTitlebarAccessory(
-        askBar({.onLater = [this] { ++later_; }, .onDone = [this] { ++done_; }}));
-    const double withBar = chromeOf(*window_);
-    answer("chrome-with-bar", withBar > plain + 20,
-           std::to_string(withBar) + " points after " + std::to_string(plain));
   }
 
   void press(const char* id, NSString* title, const int& count) {

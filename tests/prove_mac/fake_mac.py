@@ -282,8 +282,8 @@ def ctest():
 
 
 def window_check():
-    names = ("opens visible key-window key-down key-up flags-changed command-key-up chrome "
-             "chrome-with-bar later done close-asks close close-again gone quit").split()
+    names = ("opens chrome chrome-with-bar visible key-window key-down key-up flags-changed "
+             "command-key-up later done close-asks close close-again gone quit").split()
     if lying("windows.session"):
         print("session: no")
         return 0

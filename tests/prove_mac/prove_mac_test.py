@@ -5,6 +5,7 @@ PARLEN_PROGRAM is the program, PARLEN_SOURCE the tree."""
 
 import concurrent.futures
 import glob
+import json
 import os
 import select
 import shutil
@@ -208,14 +209,28 @@ class ProgramTest(unittest.TestCase):
 
 @unittest.skipUnless(HOST == "macos", "the simulated host stands for no Mac")
 class FrameworksTest(ProgramTest):
-    """So is the program on what stands for a Mac's frameworks. window_check is not tried: it has a view
-    of its own, and events that AppKit makes."""
+    """So is the program on what stands for a Mac's frameworks. Of window_check only the beginning is
+    tried: then it has a view of its own, and events that AppKit makes."""
 
     def test_proves_what_eyes_see(self):
         self.check([named("guest.create"), *eyes.STAGE])
 
     def test_proves_the_daemon(self):
         self.check([named("guest.create"), *daemon.STAGE], PARLEN_SESSION="none")
+
+
+    def test_measures_the_bar_before_the_window_is_shown(self):
+        check = os.path.join(os.environ["PARLEN_BUILD"], "tests", "macos", "window_check")
+        with tempfile.TemporaryDirectory(prefix="prove-mac-") as folder:
+            trace = os.path.join(folder, "trace.jsonl")
+            run = subprocess.run([check], env=dict(os.environ, PARLEN_TRACE=trace),
+                                 capture_output=True, text=True, check=False)
+            with open(trace, encoding="utf-8") as file:
+                calls = [json.loads(line)["call"] for line in file]
+        shown = calls.index("window.makeKeyAndOrderFront")
+        self.assertIn("window.addTitlebarAccessory", calls[:shown])
+        answers = [line.split(":")[0] for line in run.stdout.splitlines()]
+        self.assertEqual(answers[:3], ["opens", "chrome", "chrome-with-bar"])
 
 
 class HangingTest(unittest.TestCase):

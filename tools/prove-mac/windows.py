@@ -51,14 +51,14 @@ STAGE = [
     Assumption("windows." + name, sentence, file, window(name))
     for name, sentence, file in (
         ("opens", "the window system opens when somebody is logged in", "src/platform/macos/host.mm"),
+        ("chrome", "the chrome of a plain window is its title bar's height", WINDOW),
+        ("chrome-with-bar", "the bar makes the chrome higher before the window is shown", BAR),
         ("visible", "a shown window is visible and has a screen", WINDOW),
         ("key-window", "a shown window becomes the key window", SYSTEM),
         ("key-down", "a sent key-down reaches the first responder, with its key code", SYSTEM),
         ("key-up", "so does a key-up", SYSTEM),
         ("flags-changed", "so does a change of modifiers, device bits and all", SYSTEM),
         ("command-key-up", "so does a key-up while Command is held", SYSTEM),
-        ("chrome", "the chrome of a plain window is its title bar's height", WINDOW),
-        ("chrome-with-bar", "the bar makes the chrome higher before the window is shown", BAR),
         ("later", "a click on Later is reported once", BAR),
         ("done", "a click on Done is reported once", BAR),
         ("close-asks", "the close button asks, and a refused window stays", WINDOW),

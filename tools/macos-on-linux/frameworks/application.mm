@@ -302,6 +302,9 @@ __kindof NSApplication* NSApp = nil;
   [self.keyWindow sendEvent:event];
 }
 
+- (void)finishLaunching {
+  requireMainThread(@"finishLaunching");
+}
 - (void)run {
   requireMainThread(@"run");
   if (const char* quit = std::getenv("PARLEN_QUIT_MS")) {
