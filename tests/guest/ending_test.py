@@ -11,6 +11,7 @@ import tempfile
 import unittest
 
 from desktop import until
+from images import write_bootless_image
 from processes import QEMU, children, is_gone
 
 PROGRAM = os.environ["PARLEN_PROGRAM"]
@@ -24,9 +25,8 @@ class EndingTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
         self.bundle = self.folder / "guest"
-        # The MBR's boot signature 55 AA and nothing to boot: the guest stays in its firmware.
         self.image = self.folder / "image"
-        self.image.write_bytes(bytes(510) + b"\x55\xaa" + bytes(1 << 20))
+        write_bootless_image(self.image)
         self.environment = {name: value for name, value in os.environ.items()
                             if not name.startswith("PARLEN_")}
         subprocess.run([PROGRAM, "create", "--ipsw", self.image, "--bundle", self.bundle,

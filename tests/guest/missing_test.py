@@ -13,6 +13,8 @@ import subprocess
 import tempfile
 import unittest
 
+from images import write_bootless_image
+
 PROGRAM = os.environ["PARLEN_PROGRAM"]
 ARCHITECTURE = platform.machine()
 EMULATOR = f"qemu-system-{ARCHITECTURE}"
@@ -55,9 +57,8 @@ class MissingTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
         self.bundle = self.folder / "guest"
-        # The MBR's boot signature 55 AA and nothing to boot.
         self.image = self.folder / "image"
-        self.image.write_bytes(bytes(510) + b"\x55\xaa" + bytes(1 << 20))
+        write_bootless_image(self.image)
         self.environment = {name: value for name, value in os.environ.items()
                             if not name.startswith("PARLEN_")}
         self.environment["XDG_CONFIG_HOME"] = str(self.folder)

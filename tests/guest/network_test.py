@@ -11,6 +11,7 @@ import unittest
 
 import private_network
 from desktop import Tool, until
+from images import write_bootless_image
 from private_network import NAME, OUTSIDE, PrivateNetwork, without_passt
 from processes import PASST, QEMU, children, is_gone
 
@@ -71,7 +72,7 @@ class NetworkTest(unittest.TestCase):
     def run_firmware(self, **more):
         """A run whose guest stays in its firmware, and its children."""
         image = self.folder / "image"
-        image.write_bytes(bytes(510) + b"\x55\xaa" + bytes(1 << 20))
+        write_bootless_image(image)
         tool = self.run_tool(self.bundle(image), **more)
         return tool, children(tool.process.pid)
 

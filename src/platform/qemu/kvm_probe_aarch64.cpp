@@ -36,16 +36,6 @@ Descriptor createMachine(const Descriptor& device) {
   return Descriptor(::ioctl(device.get(), KVM_CREATE_VM, type));
 }
 
-bool addMemory(const Descriptor& machine, const Mapping& memory) {
-  const kvm_userspace_memory_region region{
-      .slot = 0,
-      .flags = 0,
-      .guest_phys_addr = codeAddress,
-      .memory_size = pageSize,
-      .userspace_addr = reinterpret_cast<std::uintptr_t>(memory.get())};
-  return ::ioctl(machine.get(), KVM_SET_USER_MEMORY_REGION, &region) == 0;
-}
-
 /// Makes the processor one of the host's kind, at the first instruction, with its MMU off.
 bool initialize(const Descriptor& machine, const Descriptor& processor) {
   kvm_vcpu_init target{};
@@ -81,7 +71,7 @@ bool runsGuestCode() {
   if (!device || ::ioctl(device.get(), KVM_GET_API_VERSION, 0) != KVM_API_VERSION) return false;
   const Descriptor machine = createMachine(device);
   const Mapping memory(pageSize, MAP_PRIVATE | MAP_ANONYMOUS, -1);
-  if (!machine || !memory || !addMemory(machine, memory)) return false;
+  if (!machine || !memory || !addMemory(machine, memory, codeAddress)) return false;
   std::ranges::copy(code, static_cast<std::uint32_t*>(memory.get()));
   __builtin___clear_cache(static_cast<char*>(memory.get()),
                           static_cast<char*>(memory.get()) + sizeof code);

@@ -30,18 +30,11 @@ constexpr std::uint8_t letter = 0x4f;
 constexpr std::array<std::uint8_t, 11> code{0x9b, 0xdb, 0xe3, 0xb0, letter, 0x66,
                                             0xba, 0xf8, 0x03, 0xee, 0xf4};
 
-bool addMemory(const Descriptor& machine, const Mapping& memory) {
-  // Linux Documentation/virt/kvm/api.rst, KVM_SET_TSS_ADDR: Intel processors need three pages
-  // below 4 GiB that no memory slot uses.
+/// Linux Documentation/virt/kvm/api.rst, KVM_SET_TSS_ADDR: Intel processors need three pages below
+/// 4 GiB that no memory slot uses.
+bool setTaskStatePages(const Descriptor& machine) {
   constexpr unsigned long taskStatePages = 0xfffbd000;
-  if (::ioctl(machine.get(), KVM_SET_TSS_ADDR, taskStatePages) != 0) return false;
-  const kvm_userspace_memory_region region{
-      .slot = 0,
-      .flags = 0,
-      .guest_phys_addr = codeAddress,
-      .memory_size = pageSize,
-      .userspace_addr = reinterpret_cast<std::uintptr_t>(memory.get())};
-  return ::ioctl(machine.get(), KVM_SET_USER_MEMORY_REGION, &region) == 0;
+  return ::ioctl(machine.get(), KVM_SET_TSS_ADDR, taskStatePages) == 0;
 }
 
 kvm_segment flatSegment(std::uint8_t type, std::uint16_t selector) {
@@ -110,7 +103,10 @@ bool runsGuestCode() {
   if (!device || ::ioctl(device.get(), KVM_GET_API_VERSION, 0) != KVM_API_VERSION) return false;
   const Descriptor machine(::ioctl(device.get(), KVM_CREATE_VM, 0));
   const Mapping memory(pageSize, MAP_PRIVATE | MAP_ANONYMOUS, -1);
-  if (!machine || !memory || !addMemory(machine, memory)) return false;
+  if (!machine || !memory || !setTaskStatePages(machine) ||
+      !addMemory(machine, memory, codeAddress)) {
+    return false;
+  }
   std::ranges::copy(code, static_cast<std::uint8_t*>(memory.get()));
 
   const Descriptor processor(::ioctl(machine.get(), KVM_CREATE_VCPU, 0));
