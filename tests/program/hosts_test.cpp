@@ -7,6 +7,7 @@
 #include <map>
 #include <ostream>
 #include <regex>
+#include <utility>
 
 #include "program.h"
 #include "world.h"
@@ -50,6 +51,13 @@ std::string withoutTimes(const std::string& trace) {
   return std::regex_replace(trace, times, "$1:0");
 }
 
+/// The events without the seconds that a run has lasted: the two runs take their own time.
+Lines withoutSeconds(Lines events) {
+  static const std::regex seconds(" after [0-9]+s ");
+  for (std::string& event : events) event = std::regex_replace(event, seconds, " after 0s ");
+  return events;
+}
+
 Environment on(const std::string& host, const World& world) {
   Environment environment = world.environment();
   environment["PARLEN_HOST"] = host;
@@ -69,6 +77,7 @@ Record play(const Session& session, const World& world, const std::string& host)
     if (step.signal != 0) program.signal(step.signal);
   }
   append(record.events, program.remainingEvents());
+  record.events = withoutSeconds(std::move(record.events));
   record.exit = program.wait();
   record.warnings = program.warnings();
   record.trace = withoutTimes(world.read("trace.jsonl"));
