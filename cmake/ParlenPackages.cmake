@@ -34,15 +34,26 @@ set(CPACK_COMPONENT_CONFORMANCE_DESCRIPTION
 "A driver that runs any parent of parlen-mac-vm through fifty situations of a
 simulated guest, and says what the parent got wrong.")
 
-# The packages of QEMU for the processor that the program is built for.
+# The packages of QEMU for the processor that the program is built for, and of all devices that a guest
+# has (src/platform/qemu/configuration.cpp). Debian has the devices in qemu-system-common; the network
+# device's ROM is in ipxe-qemu, which qemu-system-x86 depends on and qemu-system-arm only recommends,
+# and without which QEMU refuses the device.
+#
+# Fedora's qemu.spec: the packages with "-core" have the emulator without its modules, with TCG, the
+# network back ends "user" and "stream" and every device of ours but virtio-gpu-pci, the display of
+# arm64. That is the module of qemu-device-display-virtio-gpu-pci, which needs that of
+# qemu-device-display-virtio-gpu and does not require it in each version. The ROM comes with qemu-common.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
-  set(debian_guests "qemu-system-arm (>= 1:7.2), qemu-efi-aarch64")
-  set(rpm_guests qemu-system-aarch64-core edk2-aarch64)
+  set(debian_guests "qemu-system-arm (>= 1:7.2), qemu-efi-aarch64, ipxe-qemu")
+  set(rpm_guests qemu-system-aarch64-core qemu-device-display-virtio-gpu
+    qemu-device-display-virtio-gpu-pci edk2-aarch64)
   set(debian_architecture arm64)
+  set(rpm_architecture aarch64)
 else()
   set(debian_guests "qemu-system-x86 (>= 1:7.2), ovmf")
   set(rpm_guests qemu-system-x86-core edk2-ovmf)
   set(debian_architecture amd64)
+  set(rpm_architecture x86_64)
 endif()
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
