@@ -1,5 +1,4 @@
-# What scripts/demo, scripts/test and scripts/benchmark share; sourced, with the root of the tree as
-# the current folder.
+# What the scripts of this folder share; sourced, with the root of the tree as the current folder.
 # shellcheck shell=bash
 
 export LC_ALL=C.UTF-8
@@ -13,6 +12,11 @@ fi
 fail() {
   echo "${0##*/}: $*" >&2
   exit 1
+}
+
+# project_version <root of the tree>: the version; its one place is the CMake project.
+project_version() {
+  sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$1/CMakeLists.txt"
 }
 
 # make_guest_image <output>: the image, with one more try on a new package list, because an old one
