@@ -2,9 +2,9 @@
 #
 # Three packages: the program, which needs only libc; its window module, which brings GTK; and the
 # conformance kit, which needs Python. The first two have the libraries of their own files as computed
-# dependencies. QEMU, its firmware and passt are
-# recommended and not required: `status` and `clone` work without them, and `create` and `run` say
-# what is missing.
+# dependencies. QEMU, its firmware and passt are recommended and not required: `status` and `clone` work
+# without them, and `create` and `run` say what is missing. scripts/check-package holds all of them to
+# what is said here.
 set(PARLEN_PACKAGE_MAINTAINER "parlen-mac-vm maintainers <maintainers@parlen-mac-vm.invalid>" CACHE STRING
   "Who answers for the packages")
 
@@ -61,6 +61,12 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${debian_architecture})
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+if(CMAKE_SYSROOT)
+  # Where dpkg-shlibdeps looks for another machine's libraries. Debian 12 has some in either folder.
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+    ${CMAKE_SYSROOT}/lib/${CMAKE_LIBRARY_ARCHITECTURE}
+    ${CMAKE_SYSROOT}/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE})
+endif()
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "${debian_guests}, qemu-utils, passt")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS
@@ -75,6 +81,7 @@ set(CPACK_DEBIAN_CONFORMANCE_PACKAGE_DEPENDS
 
 set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
+set(CPACK_RPM_PACKAGE_ARCHITECTURE ${rpm_architecture})
 set(CPACK_RPM_PACKAGE_LICENSE "none chosen yet")
 set(CPACK_RPM_PACKAGE_GROUP "System/Emulators/PC")
 set(CPACK_RPM_PROGRAM_PACKAGE_NAME ${PROJECT_NAME})
