@@ -105,7 +105,7 @@ class InstallTest(unittest.TestCase):
         manual = (self.prefix / "share/man/man1/parlen-mac-vm.1").read_text()
         self.assertIn(f'"parlen-mac-vm {version}"', manual)
         changes = (self.prefix / DOCUMENTS / "CHANGELOG.md").read_text()
-        self.assertEqual(version, re.findall(r"^## ([0-9].*)$", changes, re.M)[0])
+        self.assertEqual(version, re.findall(r"^## (.*)$", changes, re.M)[0])  # nothing is newer
 
 
 if __name__ == "__main__":
