@@ -35,6 +35,9 @@ endif()
 # release) compile each file with its own includes only, so that a missing include is an error.
 option(PARLEN_PRECOMPILED_HEADERS "Precompile the standard library's headers" OFF)
 option(PARLEN_PRECOMPILED_GTEST "Precompile gtest/gtest.h alone, which hides no missing include" OFF)
+# Without the time of its making, a precompiled header is the same in each build folder.
+target_compile_options(parlen_options INTERFACE
+  "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
 if(PARLEN_PRECOMPILED_HEADERS)
   file(WRITE ${CMAKE_BINARY_DIR}/empty.cpp "")
   add_library(parlen_precompiled OBJECT ${CMAKE_BINARY_DIR}/empty.cpp)
@@ -57,12 +60,15 @@ endif()
 
 # parlen_precompile(<target> <parlen_precompiled or parlen_precompiled_tests>)
 #
-# Not for a target with Objective-C++ in it: the headers are precompiled as C++.
+# For the target's C++ alone: the headers are not precompiled as Objective-C++.
 function(parlen_precompile target headers)
-  get_target_property(sources ${target} SOURCES)
-  if(TARGET ${headers} AND NOT "${sources}" MATCHES "\\.mm(;|$)")
-    target_precompile_headers(${target} REUSE_FROM ${headers})
+  if(NOT TARGET ${headers})
+    return()
   endif()
+  get_target_property(sources ${target} SOURCES)
+  list(FILTER sources INCLUDE REGEX "\\.mm$")
+  set_property(SOURCE ${sources} PROPERTY SKIP_PRECOMPILE_HEADERS ON)
+  target_precompile_headers(${target} REUSE_FROM ${headers})
 endfunction()
 
 # parlen_folder(<folder> SOURCES <files...> LINKS <targets...>)
@@ -94,15 +100,19 @@ function(parlen_folder folder)
   endif()
 endfunction()
 
-# parlen_test(<name> SOURCES <files...> LINKS <targets...>)
+# parlen_test(<name> SOURCES <files...> LINKS <targets...> [COST <number>])
 #
-# Adds a GoogleTest program and one CTest entry for each of its tests, labelled with <name>.
+# Adds a GoogleTest program and one CTest entry for each of its tests, labelled with <name>. Those
+# that cost more start earlier.
 function(parlen_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "COST" "SOURCES;LINKS")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} parlen_options GTest::gtest_main GTest::gmock)
   parlen_precompile(${name} parlen_precompiled_tests)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${name})
+  if(NOT arg_COST)
+    set(arg_COST 0)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${name} COST ${arg_COST})
 endfunction()
 
 # parlen_program_options(<target>)
