@@ -4,8 +4,9 @@
 export LC_ALL=C.UTF-8
 if command -v ccache >/dev/null; then
   # CMake takes these as the defaults of a new build folder.
-  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
-  export CMAKE_OBJCXX_COMPILER_LAUNCHER=ccache
+  export CMAKE_C_COMPILER_LAUNCHER=$PWD/scripts/cached-compiler
+  export CMAKE_CXX_COMPILER_LAUNCHER=$CMAKE_C_COMPILER_LAUNCHER
+  export CMAKE_OBJCXX_COMPILER_LAUNCHER=$CMAKE_C_COMPILER_LAUNCHER
 fi
 
 # fail <message>: ends the script.
