@@ -9,10 +9,10 @@ list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES PARLEN_ZIG)
 
 foreach(language C CXX OBJCXX)
   set(CMAKE_${language}_COMPILER ${PARLEN_ZIG} c++)
-  # -iframework makes the stand-in's headers system headers, as the SDK's are. -Os is not for size:
-  # without optimization zig adds checks of its own.
+  # -iframework makes the stand-in's headers system headers, as the SDK's are. Nothing runs, so
+  # nothing is optimized; zig would then add a sanitizer.
   set(CMAKE_${language}_FLAGS_INIT
-    "-target aarch64-macos -iframework ${CMAKE_CURRENT_LIST_DIR}/Frameworks -Os")
+    "-target aarch64-macos -iframework ${CMAKE_CURRENT_LIST_DIR}/Frameworks -O0 -fno-sanitize=all")
   set(CMAKE_${language}_ARCHIVE_CREATE "${PARLEN_ZIG} ar rcs <TARGET> <OBJECTS>")
   set(CMAKE_${language}_ARCHIVE_FINISH "")
 endforeach()

@@ -30,8 +30,10 @@ foreach(language CXX OBJCXX)
     "${darwin} -nostdinc++ -isystem ${PARLEN_LIBCXX} ${headers} -Wunguarded-availability")
 endforeach()
 foreach(language C CXX OBJCXX)
-  # Nothing runs, so nothing is optimized.
-  set(CMAKE_${language}_FLAGS_MINSIZEREL "-O0 -DNDEBUG" CACHE STRING "")
+  # Nothing runs, so the compiler stops before it would make code.
+  set(CMAKE_${language}_COMPILE_OBJECT
+    "${CMAKE_CURRENT_LIST_DIR}/check-only <OBJECT> <CMAKE_${language}_COMPILER> <DEFINES> <INCLUDES> <FLAGS> -o <OBJECT> -c <SOURCE>")
+  set(CMAKE_${language}_FLAGS_MINSIZEREL "-DNDEBUG" CACHE STRING "")
   set(CMAKE_${language}_CREATE_STATIC_LIBRARY "<CMAKE_COMMAND> -E touch <TARGET>")
   set(CMAKE_${language}_LINK_EXECUTABLE "<CMAKE_COMMAND> -E touch <TARGET>")
 endforeach()
