@@ -12,7 +12,15 @@ import unittest
 TESTS = os.environ["PARLEN_PROGRAM_TEST"]
 
 # hosts_test.cpp compares by itself, and macos_test.cpp is about the macOS host alone.
-OTHERS = ("TwoHosts", "WithoutALoginSession", "AnApplicationThatIsNotActive", "AProgramThatAPersonQuits")
+OTHERS = (
+    "TwoHosts",
+    "TheStoriesOfTheRunner",
+    "WithoutALoginSession",
+    "AnApplicationThatIs",
+    "AProgramThatAPersonQuits",
+    "AWindowThatIsNotMade",
+    "WithAMessageThatRaises",
+)
 
 # What they send, or how they end the program, comes before or after the guest's start, as it happens; or,
 # of many signals, some are one.

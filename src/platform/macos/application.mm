@@ -54,7 +54,8 @@ bool hasWindowServer() {
 // Apple's NSApplicationActivationPolicy page: a program outside an application bundle starts as
 // prohibited, and may not create windows before it is regular.
 void Application::setActivationPolicy(platform::ActivationPolicy policy) {
-  if (hasWindowServer()) [NSApplication.sharedApplication setActivationPolicy:toPolicy(policy)];
+  if (!hasWindowServer()) return;
+  guard_([&] { [NSApplication.sharedApplication setActivationPolicy:toPolicy(policy)]; });
 }
 
 void Application::disableAutomaticTermination(std::string_view reason) {
@@ -65,14 +66,15 @@ void Application::setQuitHandler(platform::Work onQuit) {
   delegate_ = [[ParlenApplicationDelegate alloc] initWithOnQuit:std::move(onQuit)];
 }
 
-// Both loops serve the main queue.
+// Both loops serve the main queue, so that a guest runs on after an application that has failed.
 platform::Result<> Application::run() {
   if (hasWindowServer()) {
-    NSApplication.sharedApplication.delegate = delegate_;
-    [NSApplication.sharedApplication run];
-  } else {
-    [NSRunLoop.mainRunLoop run];
+    guard_([&] {
+      NSApplication.sharedApplication.delegate = delegate_;
+      [NSApplication.sharedApplication run];
+    });
   }
+  [NSRunLoop.mainRunLoop run];
   return {};
 }
 

@@ -5,6 +5,7 @@
 #include <expected>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "platform/error.h"
@@ -74,9 +75,9 @@ using CompletionHandler = void (^)(NSError*);
 /// thread.
 CompletionHandler toHandler(platform::Completion done, platform::WarningSink warn);
 
-/// Calls what makes AppKit work for a command of the parent. AppKit raises where it cannot carry
-/// something out, a window server that refuses a window included; that becomes a warning, because
-/// no window is worth a guest. Main thread.
+/// Every call into AppKit goes through one. AppKit raises where it cannot carry something out, a
+/// window server that refuses a window included; that becomes a warning, because no window is worth
+/// a guest. Main thread.
 class Guard {
  public:
   explicit Guard(platform::WarningSink warn) : warn_(std::move(warn)) {}
@@ -88,6 +89,13 @@ class Guard {
     } @catch (NSException* exception) {
       warnOf(exception);
     }
+  }
+
+  /// What `function` returns; `otherwise` if AppKit raises.
+  template <class Function, class Value = std::invoke_result_t<Function>>
+  Value ask(const Function& function, Value otherwise = {}) const {
+    (*this)([&] { otherwise = function(); });
+    return otherwise;
   }
 
  private:

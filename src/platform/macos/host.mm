@@ -68,7 +68,7 @@ class Identities final : public platform::GuestIdentities {
 class Host final : public platform::Host {
  public:
   explicit Host(const platform::WarningSink& warn)
-      : warn_(warn), machines_(warn), restoration_(warn) {}
+      : warn_(warn), machines_(warn), restoration_(warn), application_(warn) {}
 
   platform::HostCapabilities& capabilities() override { return capabilities_; }
   platform::GuestIdentities& identities() override { return identities_; }
@@ -79,6 +79,7 @@ class Host final : public platform::Host {
   platform::Result<platform::WindowSystem*> windowSystem() override {
     if (!hasWindowServer()) return error(ENXIO, "there is no login session with a window server");
     if (!windowSystem_) windowSystem_ = makeWindowSystem(warn_);
+    if (!windowSystem_) return error(ENXIO, "AppKit has made no application of this process");
     return windowSystem_.get();
   }
 

@@ -3,6 +3,8 @@
 #import <Virtualization/Virtualization.h>
 
 #include <memory>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #import "platform/macos/bar.h"
@@ -22,22 +24,31 @@ class NativeView {
 
 /// The views directly in `view`, from back to front. Each call makes new objects around the same
 /// AppKit views, so views are compared by `native`, not by address.
-std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view);
+std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view, const Guard& guard);
+
+/// The part of `screen` that windows may use; nullopt for nil.
+std::optional<platform::Rect> visibleFrameOf(NSScreen* screen);
 
 template <class Interface, class Native>
 class ViewOf : public Interface, public NativeView {
  public:
-  explicit ViewOf(Native* view) : view_(view) {}
+  ViewOf(Native* view, Guard guard) : view_(view), guard_(std::move(guard)) {}
 
   NSView* native() const override { return view_; }
   Native* object() const { return view_; }
-  bool acceptsFirstResponder() const override { return view_.acceptsFirstResponder; }
-  std::vector<std::shared_ptr<platform::View>> subviews() const override {
-    return subviewsOf(view_);
+  bool acceptsFirstResponder() const override {
+    return guard_.ask([this] { return view_.acceptsFirstResponder != NO; });
   }
+  std::vector<std::shared_ptr<platform::View>> subviews() const override {
+    return subviewsOf(view_, guard_);
+  }
+
+ protected:
+  const Guard& guard() const { return guard_; }
 
  private:
   Native* view_;
+  Guard guard_;
 };
 
 class Window;

@@ -57,13 +57,22 @@ std::shared_ptr<MachineView> unwrap(const std::shared_ptr<platform::MachineView>
 
 }  // namespace
 
-std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view) {
+std::vector<std::shared_ptr<platform::View>> subviewsOf(NSView* view, const Guard& guard) {
   std::vector<std::shared_ptr<platform::View>> views;
-  for (NSView* subview in view.subviews) views.push_back(std::make_shared<View>(subview));
+  guard([&] {
+    for (NSView* subview in view.subviews) views.push_back(std::make_shared<View>(subview, guard));
+  });
   return views;
 }
 
-platform::Window* MachineView::window() const { return object().window != nil ? holder_ : nullptr; }
+std::optional<platform::Rect> visibleFrameOf(NSScreen* screen) {
+  if (screen == nil) return std::nullopt;
+  return fromNsRect(screen.visibleFrame);
+}
+
+platform::Window* MachineView::window() const {
+  return guard().ask([this] { return object().window != nil; }) ? holder_ : nullptr;
+}
 
 // Closing would release a window made in code once more than ARC knows (Apple's NSWindow page,
 // releasedWhenClosed).
@@ -79,11 +88,13 @@ Window::Window(const platform::WindowOptions& options, const BarLabels& labels, 
 }
 
 Window::~Window() {
-  window_.delegate = nil;
+  guard_([&] { window_.delegate = nil; });
   if (content_) content_->moveTo(nullptr);
 }
 
-std::int64_t Window::windowNumber() const { return window_.windowNumber; }
+std::int64_t Window::windowNumber() const {
+  return guard_.ask([&] { return window_.windowNumber; });
+}
 
 void Window::setTitle(const std::string& title) {
   guard_([&] { window_.title = toText(title); });
@@ -121,11 +132,12 @@ void Window::addTitlebarAccessory(const platform::TitlebarAccessory& accessory) 
   });
 }
 
-bool Window::isVisible() const { return window_.isVisible; }
+bool Window::isVisible() const {
+  return guard_.ask([&] { return window_.isVisible != NO; });
+}
 
 std::optional<platform::Rect> Window::screenVisibleFrame() const {
-  if (window_.screen == nil) return std::nullopt;
-  return fromNsRect(window_.screen.visibleFrame);
+  return guard_.ask([&] { return visibleFrameOf(window_.screen); });
 }
 
 /// The window, with the height that its bar needs: AppKit computes it in the next layout only.
@@ -134,10 +146,13 @@ NSWindow* Window::laidOut() const {
   return window_;
 }
 
-platform::Rect Window::frame() const { return fromNsRect(laidOut().frame); }
+platform::Rect Window::frame() const {
+  return guard_.ask([&] { return fromNsRect(laidOut().frame); });
+}
 
 platform::Rect Window::contentRectForFrameRect(const platform::Rect& frame) const {
-  return fromNsRect([laidOut() contentRectForFrameRect:toNsRect(frame)]);
+  return guard_.ask([&] { return fromNsRect([laidOut() contentRectForFrameRect:toNsRect(frame)]); },
+                    frame);
 }
 
 void Window::setFrame(const platform::Rect& frame, platform::Redraw redraw) {
@@ -166,11 +181,12 @@ void Window::orderOut() {
 }
 
 bool Window::firstResponderIsMachineView() const {
-  return [window_.firstResponder isKindOfClass:VZVirtualMachineView.class];
+  return guard_.ask(
+      [&] { return [window_.firstResponder isKindOfClass:VZVirtualMachineView.class] != NO; });
 }
 
 bool Window::isFirstResponder(const platform::View& view) const {
-  return window_.firstResponder == unwrap(view);
+  return guard_.ask([&] { return window_.firstResponder == unwrap(view); });
 }
 
 void Window::makeFirstResponder(const std::shared_ptr<platform::View>& view) {
@@ -178,8 +194,13 @@ void Window::makeFirstResponder(const std::shared_ptr<platform::View>& view) {
 }
 
 std::string Window::firstResponderDescription() const {
-  NSResponder* responder = window_.firstResponder;
-  return responder != nil ? fromText(responder.description) : "nil";
+  const std::string none = "nil";
+  return guard_.ask(
+      [&] {
+        NSResponder* responder = window_.firstResponder;
+        return responder != nil ? fromText(responder.description) : none;
+      },
+      none);
 }
 
 }  // namespace parlen::macos

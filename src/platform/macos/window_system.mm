@@ -87,9 +87,13 @@ void dispatch(NSEvent* event) {
 
 class WindowSystem final : public platform::WindowSystem {
  public:
-  explicit WindowSystem(platform::WarningSink warn) : guard_(std::move(warn)) {}
+  explicit WindowSystem(Guard guard)
+      : guard_(std::move(guard)), labels_(guard_.ask(makeBarLabels)) {}
 
-  bool hasMainMenu() const override { return application().mainMenu != nil; }
+  // Without an answer no menu is set.
+  bool hasMainMenu() const override {
+    return guard_.ask([] { return application().mainMenu != nil; }, true);
+  }
 
   void setMainMenu(const platform::MenuBar& menu) override {
     guard_([&] { application().mainMenu = toMenu(menu); });
@@ -98,8 +102,7 @@ class WindowSystem final : public platform::WindowSystem {
   void activate(platform::OtherApps otherApps) override;
 
   std::optional<platform::Rect> mainScreenVisibleFrame() const override {
-    if (NSScreen.mainScreen == nil) return std::nullopt;
-    return fromNsRect(NSScreen.mainScreen.visibleFrame);
+    return guard_.ask([] { return visibleFrameOf(NSScreen.mainScreen); });
   }
 
   std::shared_ptr<platform::MachineView> makeMachineView(
@@ -115,7 +118,7 @@ class WindowSystem final : public platform::WindowSystem {
   }
 
   std::unique_ptr<platform::KeyEvent> keyEvent(const platform::KeyEventDetails& details) override {
-    NSEvent* event = toEvent(details);
+    NSEvent* const event = guard_.ask([&] { return toEvent(details); });
     if (event == nil) return nullptr;
     return std::make_unique<KeyEvent>(event);
   }
@@ -126,7 +129,7 @@ class WindowSystem final : public platform::WindowSystem {
 
  private:
   Guard guard_;
-  BarLabels labels_ = makeBarLabels();
+  BarLabels labels_;
 };
 
 // Apple's NSApplication page: activateIgnoringOtherApps: is deprecated in favor of activate (from
@@ -153,14 +156,16 @@ std::shared_ptr<platform::MachineView> WindowSystem::makeMachineView(
       view.automaticallyReconfiguresDisplay = options.automaticallyReconfiguresDisplay;
     }
   });
-  return std::make_shared<MachineView>(view);
+  return std::make_shared<MachineView>(view, guard_);
 }
 
 }  // namespace
 
 std::unique_ptr<platform::WindowSystem> makeWindowSystem(platform::WarningSink warn) {
-  application();  // fonts and colors, the labels' included, come with the application
-  return std::make_unique<WindowSystem>(std::move(warn));
+  const Guard guard(std::move(warn));
+  // Fonts and colors, the labels' included, come with the application.
+  if (guard.ask(application) == nil) return nullptr;
+  return std::make_unique<WindowSystem>(guard);
 }
 
 }  // namespace parlen::macos

@@ -4,6 +4,9 @@
 // often with GNUstep's: they meet at run time only. With PARLEN_CHECK_TYPES=1 each message of
 // clang's code is compared with the method that answers it, and a difference ends the process: it
 // would pass garbage. It cannot show that the stand-in headers agree with Apple's.
+//
+// PARLEN_RAISES names a message that raises an exception when C++ code sends it, as all calls of
+// the program into AppKit are sent: what a framework does that cannot carry something out.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -111,15 +114,36 @@ void checkTypes(Object receiver, Selector selector) {
   std::abort();
 }
 
+bool raises(Selector selector) {
+  static const char* const wanted = std::getenv("PARLEN_RAISES");
+  return wanted != nullptr && std::strcmp(sel_getName(selector), wanted) == 0;
+}
+
+Object toText(const char* text) {
+  return send(reinterpret_cast<Object>(objc_lookUpClass("NSString")),
+              "stringWithUTF8String:", text);
+}
+
+void raise(Selector selector) {
+  const Object exception =
+      send(reinterpret_cast<Object>(objc_lookUpClass("NSException")),
+           "exceptionWithName:reason:userInfo:", toText("NSInternalInconsistencyException"),
+           toText(sel_getName(selector)), Object{nullptr});
+  send(exception, "raise");
+}
+
 }  // namespace
 }  // namespace parlen::runtime
 
 extern "C" {
 
-objc_slot* objc_msg_lookup_sender(Object* receiver, Selector selector, Object) {
+// The sender is null in C++ code.
+objc_slot* objc_msg_lookup_sender(Object* receiver, Selector selector, Object sender) {
   thread_local objc_slot slot;
   if (*receiver != nullptr && parlen::runtime::checksTypes())
     parlen::runtime::checkTypes(*receiver, selector);
+  if (*receiver != nullptr && sender == nullptr && parlen::runtime::raises(selector))
+    parlen::runtime::raise(selector);
   slot.method = objc_msg_lookup(*receiver, selector);
   return &slot;
 }
