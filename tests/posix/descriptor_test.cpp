@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <sys/select.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <string>
@@ -85,13 +86,16 @@ TEST(WaitUntilReady, TakesAnEndForReadiness) {
 }
 
 TEST(WaitUntilReady, TakesNumbersThatSelectDoesNot) {
+  constexpr int above = FD_SETSIZE + 10;
+  // Not all that the hard limit allows: a Mac's is unlimited, and the soft one may not be
+  // (setrlimit(2) of macOS, RLIMIT_NOFILE).
   rlimit limit{};
   getrlimit(RLIMIT_NOFILE, &limit);
-  limit.rlim_cur = limit.rlim_max;
+  limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, above + 1);
   setrlimit(RLIMIT_NOFILE, &limit);
   const Pipe pipe = makePipe();
   send(pipe.writing.get(), "x");
-  const Descriptor high(fcntl(pipe.reading.get(), F_DUPFD_CLOEXEC, FD_SETSIZE + 10));
+  const Descriptor high(fcntl(pipe.reading.get(), F_DUPFD_CLOEXEC, above));
   if (!high) GTEST_SKIP() << "the process may not have so many descriptors";
   pollfd wait{high.get(), POLLIN, 0};
 
