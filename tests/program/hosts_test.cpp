@@ -4,10 +4,15 @@
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <ostream>
 #include <regex>
+#include <set>
+#include <sstream>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "program.h"
 #include "world.h"
@@ -33,6 +38,7 @@ struct Session {
   Lines options = {};
   std::vector<Step> steps = {};  // none: the run ends by itself
   std::string settings = {};     // of the bundle; empty: those that `create` has written
+  std::string story = {};        // the story of the runner's tests that it tells; empty: none
 };
 
 std::ostream& operator<<(std::ostream& out, const Session& session) { return out << session.name; }
@@ -84,6 +90,21 @@ Record play(const Session& session, const World& world, const std::string& host)
   return record;
 }
 
+/// The trace of a story without what this program's runs have of their own: the times, the bundle's
+/// name and what is in it.
+std::string asStory(const std::string& trace) {
+  static const std::regex own(R"re(("configuration":|"title":"Parlen VM ).*)re");
+  return std::regex_replace(withoutTimes(trace), own, "$1");
+}
+
+std::string storyIn(const std::filesystem::path& file) {
+  std::ostringstream text;
+  text << std::ifstream(file, std::ios::binary).rdbuf();
+  return asStory(text.str());
+}
+
+const std::filesystem::path stories = PARLEN_STORIES;
+
 class TwoHosts : public testing::TestWithParam<Session> {};
 
 TEST_P(TwoHosts, AreToldAndTellTheSame) {
@@ -100,6 +121,9 @@ TEST_P(TwoHosts, AreToldAndTellTheSame) {
   EXPECT_EQ(macos.exit, simulated.exit);
   EXPECT_EQ(macos.trace, simulated.trace);
   EXPECT_GT(simulated.events.size(), 1U);
+  if (!session.story.empty()) {
+    EXPECT_EQ(asStory(macos.trace), storyIn(stories / session.story));
+  }
 }
 
 const std::string pause = "{\"type\":\"pause\"}\n";
@@ -198,59 +222,71 @@ INSTANTIATE_TEST_SUITE_P(
                 .scenario = R"({"configuration":{"validateError":{"description":"no"}}})"}),
     [](const auto& tested) { return tested.param.name; });
 
+const std::string installing =
+    R"({"type":"window","show":true,"title":"Installing","detail":"step 2 of 3"})"
+    "\n";
 const std::string text = "{\"type\":\"text\",\"text\":\"Hi\\n\",\"delayMs\":20}\n";
 const std::string chord = "{\"type\":\"key\",\"key\":\"cmd+shift+t\"}\n";
 
-INSTANTIATE_TEST_SUITE_P(
-    AWindow, TwoHosts,
-    testing::Values(
-        Session{.name = "IsTypedInto",
-                .options = {"--gui"},
-                .steps = {until(running), send(text + chord, keyDone), send(stop)}},
-        // The story of tests/runner/stories/typed_into.jsonl.
-        Session{
-            .name = "HasTheKeysInAnInnerView",
+const std::vector<Session> windowSessions = {
+    Session{.name = "IsTypedInto",
+            .options = {"--gui"},
+            .steps = {until(running), send(text + chord, keyDone), send(stop)}},
+    Session{.name = "HasTheKeysInAnInnerView",
             .scenario = R"({"window":{"views":{"name":"guest","acceptsFirstResponder":false,
                                 "subviews":[{"name":"frame","acceptsFirstResponder":false},
                                             {"name":"display"}]}}})",
             .options = {"--gui"},
             .steps = {until(running), send(text, textDone), send(chord, keyDone), send(show + hide),
-                      send("{\"type\":\"key\",\"key\":\"return\"}\n", keyDone), send(stop)}},
-        Session{.name = "HasNoViewForKeys",
-                .scenario = R"({"window":{"views":{"acceptsFirstResponder":false}}})",
-                .options = {"--gui"},
-                .steps = {until(running), send(text + chord), send(stop)}},
-        Session{.name = "CannotBuildAKey",
-                .scenario = R"({"window":{"unbuildableKeyCodes":[4]}})",
-                .options = {"--gui"},
-                .steps = {until(running), send(text, textDone), send(stop)}},
-        Session{.name = "HasNoScreen",
-                .scenario = R"({"window":{"visibleFrame":null}})",
-                .options = {"--gui"},
-                .steps = stopped()},
-        Session{.name = "IsOnASmallScreen",
-                .scenario = R"({"window":{"visibleFrame":[10,20,640,400],"chrome":40}})",
-                .options = {"--gui"},
-                .steps = stopped()},
-        Session{.name = "IsShownAndHiddenOnRequest",
-                .steps = {until(running), send(show + hide + show + pause, paused), send(stop)}},
-        Session{.name = "IsShownWithoutAScreen",
-                .scenario = R"({"window":{"visibleFrame":null}})",
-                .steps = {until(running), send(show + hide), send(stop)}},
-        // The story of tests/runner/stories/shown_on_request.jsonl.
-        Session{.name = "IsUsedByAPerson",
-                .scenario = R"({"machine":{"shutdownMs":200},
+                      send("{\"type\":\"key\",\"key\":\"return\"}\n", keyDone), send(stop)},
+            .story = "typed_into.jsonl"},
+    Session{.name = "HasNoViewForKeys",
+            .scenario = R"({"window":{"views":{"acceptsFirstResponder":false}}})",
+            .options = {"--gui"},
+            .steps = {until(running), send(text + chord), send(stop)}},
+    Session{.name = "CannotBuildAKey",
+            .scenario = R"({"window":{"unbuildableKeyCodes":[4]}})",
+            .options = {"--gui"},
+            .steps = {until(running), send(text, textDone), send(stop)}},
+    Session{.name = "HasNoScreen",
+            .scenario = R"({"window":{"visibleFrame":null}})",
+            .options = {"--gui"},
+            .steps = stopped()},
+    Session{.name = "IsOnASmallScreen",
+            .scenario = R"({"window":{"visibleFrame":[10,20,640,400],"chrome":40}})",
+            .options = {"--gui"},
+            .steps = stopped()},
+    Session{.name = "IsShownAndHiddenOnRequest",
+            .steps = {until(running), send(show + hide + show + pause, paused), send(stop)}},
+    Session{.name = "IsShownWithoutAScreen",
+            .scenario = R"({"window":{"visibleFrame":null}})",
+            .steps = {until(running), send(show + hide), send(stop)}},
+    Session{.name = "IsUsedByAPerson",
+            .scenario = R"({"machine":{"shutdownMs":200},
                                 "script":[{"atMs":2000,"event":"clicks-later"},
                                           {"atMs":2100,"event":"clicks-done"},
                                           {"atMs":4000,"event":"closes-window"}]})",
-                .steps = {until(running), send(show + text, later), until(done),
-                          send(hide + show, later), send(stop)}},
-        Session{.name = "IsClosedByAPerson",
-                .scenario = R"({"script":[{"atMs":500,"event":"closes-window"},
+            .steps = {until(running), send(installing + show + text, later), until(done),
+                      send(hide + show, later), send(stop)},
+            .story = "shown_on_request.jsonl"},
+    Session{.name = "IsClosedByAPerson",
+            .scenario = R"({"script":[{"atMs":500,"event":"closes-window"},
                                           {"atMs":800,"event":"guest-stops"}]})",
-                .options = {"--gui"},
-                .steps = {until(running)}}),
-    [](const auto& tested) { return tested.param.name; });
+            .options = {"--gui"},
+            .steps = {until(running)}}};
+
+INSTANTIATE_TEST_SUITE_P(AWindow, TwoHosts, testing::ValuesIn(windowSessions),
+                         [](const auto& tested) { return tested.param.name; });
+
+TEST(TheStoriesOfTheRunner, AreAllTold) {
+  std::set<std::string> told;
+  for (const Session& session : windowSessions) told.insert(session.story);
+  told.erase("");
+  std::set<std::string> there;
+  for (const auto& file : std::filesystem::directory_iterator(stories))
+    there.insert(file.path().filename());
+  EXPECT_EQ(told, there);
+}
 
 /// One bundle's creation.
 struct Creation {
