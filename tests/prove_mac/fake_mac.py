@@ -17,6 +17,7 @@ import time
 
 LIE = os.environ.get("FAKE_LIE", "")
 FOLDER = os.environ.get("FAKE_FOLDER", "")
+SHUTDOWN = 1.0  # seconds that a guest takes
 ORDERLY = "guest stopped after host stop request after 0s (was running)"
 
 
@@ -149,7 +150,7 @@ class Run:
                "running": ["signals.running", "guest.hard-running"],
                "paused": ["signals.paused", "guest.hard-paused", "daemon.simulated",
                           "daemon.guest"],
-               "stopping": ["signals.stopping"]}[self.state]
+               "stopping": ["signals.stopping", "guest.hard-stopping"]}[self.state]
         if lying(*ids) or (number == signal.SIGINT and lying("signals.interrupt")):
             return
         self.stopped("host requested stop")
@@ -206,7 +207,7 @@ class Run:
         except ValueError:
             return b""
         if kind == "stop":
-            self.stop()
+            return self.stop()
         if kind == "window" and lying("daemon.window"):
             os.abort()
         if kind == "pause":
@@ -214,9 +215,15 @@ class Run:
                 self.state = "paused"
             return self.power("", "paused")
         if kind == "resume":
+            if self.state != "paused":
+                return self.error("resume-refused")
             self.state = "running"
             return self.power("guest.power", "resumed")
-        return b'{"type":"error","code":"input-failed","message":"%s"}\n' % (b"x" * 60)
+        return self.error("input-failed")
+
+    @staticmethod
+    def error(code):
+        return b'{"type":"error","code":"%s","message":"%s"}\n' % (code.encode(), b"x" * 60)
 
     @staticmethod
     def power(lie, state):
@@ -232,7 +239,10 @@ class Run:
             os.abort()
         if self.state == "starting":
             self.stopped("host requested stop")
-        self.stopped(ORDERLY)
+        if os.environ.get("PARLEN_HOST") == "simulated":
+            self.stopped(ORDERLY)
+        self.state = "stopping"
+        threading.Timer(SHUTDOWN, self.stopped, [ORDERLY]).start()
 
 
 def program():
@@ -300,8 +310,11 @@ def contract_test():
 
 def sudo():
     """What it has noted holds for one session (FAKE_SESSION), and for some minutes: here, for the
-    commands of one assumption."""
+    commands of one assumption. "sudo-asked" has a byte for each time that it was asked for more."""
     known = os.path.join(FOLDER, "sudo")
+    if sys.argv[2] == "-v":
+        with open(os.path.join(FOLDER, "sudo-asked"), "a") as file:
+            file.write(".")
     used = os.path.getsize(known) if os.path.exists(known) else 0
     if lying("sudo") or str(os.getsid(0)) != os.environ["FAKE_SESSION"] or used > 5:
         print("sudo: a password is required")

@@ -4,7 +4,9 @@ proved by one that does not; and the stages that can run here are proved by the 
 PARLEN_PROGRAM is the program, PARLEN_SOURCE the tree."""
 
 import concurrent.futures
+import contextlib
 import glob
+import io
 import json
 import os
 import select
@@ -12,7 +14,10 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import threading
+import time
 import unittest
+from unittest import mock
 
 SOURCE = os.environ["PARLEN_SOURCE"]
 FAKE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "fake_mac.py")
@@ -203,8 +208,16 @@ class ProgramTest(unittest.TestCase):
 
     def test_proves_the_guests(self):
         # What stands for a Mac checks no signature and has room for any number of machines.
-        elsewhere = ["guest.bare", "guest.limit"] + ["guest.contract"] * (HOST != "macos")
+        elsewhere = ["guest.bare", "guest.limit", "guest.hard-stopping"]
+        elsewhere += ["guest.contract"] * (HOST != "macos")
         self.check([one for one in guests.STAGE if one.id not in elsewhere])
+
+    def test_proves_a_hard_stop_of_a_guest_that_takes_its_time(self):
+        with tempfile.NamedTemporaryFile("w", suffix=".json") as scenario:
+            scenario.write('{"machine":{"shutdownMs":null}}')
+            scenario.flush()
+            self.check([named("guest.create"), named("guest.hard-stopping")],
+                       PARLEN_SCENARIO=scenario.name)
 
 
 @unittest.skipUnless(HOST == "macos", "the simulated host stands for no Mac")
@@ -218,7 +231,6 @@ class FrameworksTest(ProgramTest):
     def test_proves_the_daemon(self):
         self.check([named("guest.create"), *daemon.STAGE], PARLEN_SESSION="none")
 
-
     def test_measures_the_bar_before_the_window_is_shown(self):
         check = os.path.join(os.environ["PARLEN_BUILD"], "tests", "macos", "window_check")
         with tempfile.TemporaryDirectory(prefix="prove-mac-") as folder:
@@ -231,6 +243,62 @@ class FrameworksTest(ProgramTest):
         self.assertIn("window.addTitlebarAccessory", calls[:shown])
         answers = [line.split(":")[0] for line in run.stdout.splitlines()]
         self.assertEqual(answers[:3], ["opens", "chrome", "chrome-with-bar"])
+
+
+class RootTest(unittest.TestCase):
+    """What the caller's 'sudo -v' has given is kept while the command runs, and not longer."""
+
+    def setUp(self):
+        self.threads = threading.enumerate()
+
+    def mac(self, lie=""):
+        mac = Mac(lie)
+        self.addCleanup(mac.close)
+        return mac
+
+    def wait(self, condition):
+        deadline = time.monotonic() + NO_LIMIT
+        while not condition():
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.01)
+
+    @staticmethod
+    def asked(mac):
+        path = os.path.join(mac.folder, "sudo-asked")
+        return os.path.getsize(path) if os.path.exists(path) else 0
+
+    def test_is_kept_until_the_end(self):
+        mac = self.mac()
+        with mac.bench.root(period=0.01):
+            self.wait(lambda: self.asked(mac) > 2)
+        self.assertEqual(threading.enumerate(), self.threads)
+
+    def test_is_not_asked_for_again_when_it_was_refused(self):
+        mac = self.mac(lie="sudo")
+        with mac.bench.root(period=0.01):
+            self.wait(lambda: threading.enumerate() == self.threads)
+        self.assertEqual(self.asked(mac), 1)
+
+    def test_is_not_kept_without_sudo(self):
+        mac = self.mac()
+        os.unlink(os.path.join(mac.folder, "commands", "sudo"))
+        mac.bench.environment["PATH"] = os.path.join(mac.folder, "commands")
+        with mock.patch.dict(os.environ, mac.bench.environment), mac.bench.root():
+            self.wait(lambda: threading.enumerate() == self.threads)
+        self.assertEqual(self.asked(mac), 0)
+
+    def test_is_kept_by_the_command(self):
+        mac = self.mac()
+
+        def prove(_):
+            self.wait(lambda: self.asked(mac) == 1)
+            return []
+
+        arguments = ["--report", os.path.join(mac.folder, "report.txt")]
+        with mock.patch.dict(os.environ, mac.bench.environment), \
+                mock.patch.object(proving, "prove", prove), \
+                contextlib.redirect_stdout(io.StringIO()):
+            self.assertEqual(proving.main(mac.folder, arguments, system="darwin"), 0)
 
 
 class HangingTest(unittest.TestCase):

@@ -1,11 +1,13 @@
 """What the stages work with: the tree, the program, what the caller gave, and scratch space."""
 
+import contextlib
 import os
 import shutil
 import tempfile
+import threading
 
 import processes
-from outcomes import NotTried
+from outcomes import NotTried, Refuted
 
 
 class Bench:
@@ -52,6 +54,31 @@ class Bench:
         (sudoers(5), timestamp_type), so sudo is started in this process's own."""
         command = ["sudo", "-n", *arguments]
         return processes.run(command, self.limit(30), self.environment, own_session=False)
+
+    @contextlib.contextmanager
+    def root(self, period=60.0):
+        """Keeps sudo from forgetting this terminal within the block, if it knows it at its beginning:
+        asks anew each `period` seconds, until sudo refuses. Without 'sudo -v' before it does nothing."""
+        over = threading.Event()
+
+        def keep():
+            try:
+                while self.has_root() and not over.wait(period):
+                    pass
+            except Refuted:  # there is no sudo, or it hangs
+                pass
+
+        keeper = threading.Thread(target=keep, daemon=True)
+        keeper.start()
+        try:
+            yield
+        finally:
+            over.set()
+            keeper.join()
+
+    def has_root(self):
+        """Whether sudo works without asking; if so, its minutes begin anew."""
+        return self.sudo("-v")[0] == 0
 
     def tool(self, *arguments, seconds=20.0, more=None, **streams):
         """Starts the program; end_all() ends it."""

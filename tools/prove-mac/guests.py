@@ -136,6 +136,14 @@ def orderly_stop(bench):
     tool.expect_status(0)
 
 
+def hard_stop_while_stopping(bench):
+    tool = start(bench, guest(bench))
+    tool.expect_quiet(bench.settle)  # a guest that starts need not take a stop request
+    tool.send(STOP, RESUME)
+    tool.expect(type="error", code="resume-refused")  # so the request has been made
+    stop_hard(tool)
+
+
 def hard_stop_while(state):
     def prove(bench):
         tool = start(bench, guest(bench), "starting" if state == "starting" else "running")
@@ -218,6 +226,8 @@ STAGE = [
                hard_stop_while("running")),
     Assumption("guest.hard-paused", "a hard stop works while it is paused", MACHINE,
                hard_stop_while("paused")),
+    Assumption("guest.hard-stopping", "a hard stop works during an orderly one", MACHINE,
+               hard_stop_while_stopping),
     Assumption("guest.twice", "a bundle that runs is refused to a second process", FILES, twice),
     Assumption("clone.storage", "a clone shares the disk's storage", FILES, shared_storage),
     Assumption("clone.plain", "a plain clone boots", "src/bundle/clone.cpp", plain_clone),

@@ -83,7 +83,8 @@ def main(source, arguments, system=sys.platform):
         gui=options.gui,
         ask=ask if options.gui and sys.stdin.isatty() else None,
     )
-    results = prove(bench)
+    with bench.root():
+        results = prove(bench)
     report.write(options.report, bench, results)
     print(f"\n{report.summary(results)}\nPlease send back {options.report}. {report.PRIVACY}")
     keep_guest(bench)
