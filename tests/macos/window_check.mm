@@ -93,13 +93,15 @@ struct CloseDelegate final : platform::WindowDelegate {
 
 class Check {
  public:
-  explicit Check(platform::WindowSystem& system) : system_(system) {}
+  Check(platform::WindowSystem& system, platform::Application& application)
+      : system_(system), application_(application) {}
 
   void run() {
     chrome();
     open();
     keys();
     buttons();
+    hiding();
     closing();
     window_.reset();
     answer("gone", wait([] { return noneIsVisible(); }), "a window is still visible");
@@ -199,6 +201,25 @@ class Check {
     press("done", @"Done", done_);
   }
 
+  /// As the `window` command has it: the application leaves the Dock with its window.
+  void hiding() {
+    window_->orderOut();
+    application_.setActivationPolicy(platform::ActivationPolicy::prohibited);
+    answer("hidden", wait([this] {
+             return !window_->isVisible() &&
+                    NSApp.activationPolicy == NSApplicationActivationPolicyProhibited;
+           }),
+           "the policy is " + std::to_string(NSApp.activationPolicy));
+    application_.setActivationPolicy(platform::ActivationPolicy::regular);
+    window_->makeKeyAndOrderFront();
+    system_.activate(platform::OtherApps::ignore);
+    answer("shown-again", wait([this] {
+             return window_->isVisible() && window_->screenVisibleFrame() &&
+                    NSApp.activationPolicy == NSApplicationActivationPolicyRegular;
+           }),
+           "the policy is " + std::to_string(NSApp.activationPolicy));
+  }
+
   void closing() {
     [native_ performClose:nil];
     wait([this] { return delegate_.asked > 0; });
@@ -219,6 +240,7 @@ class Check {
   }
 
   platform::WindowSystem& system_;
+  platform::Application& application_;
   CloseDelegate delegate_;
   std::unique_ptr<platform::Window> window_;
   NSWindow* native_ = nil;
@@ -250,7 +272,7 @@ int check() {
   }
   [NSApp finishLaunching];
   answer("opens", true, "");
-  Check(**system).run();
+  Check(**system, host->application()).run();
   quit(host->application());
   return 0;
 }

@@ -293,7 +293,7 @@ def ctest():
 
 def window_check():
     names = ("opens chrome chrome-with-bar visible key-window key-down key-up flags-changed "
-             "command-key-up later done close-asks close close-again gone quit").split()
+             "command-key-up later done hidden shown-again close-asks close close-again gone quit").split()
     if lying("windows.session"):
         print("session: no")
         return 0

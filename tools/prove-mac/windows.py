@@ -61,6 +61,8 @@ STAGE = [
         ("command-key-up", "so does a key-up while Command is held", SYSTEM),
         ("later", "a click on Later is reported once", BAR),
         ("done", "a click on Done is reported once", BAR),
+        ("hidden", "a hidden window takes its application out of the Dock", APPLICATION),
+        ("shown-again", "both come back when it is shown again", APPLICATION),
         ("close-asks", "the close button asks, and a refused window stays", WINDOW),
         ("close", "an allowed one goes off the screen", WINDOW),
         ("close-again", "it can be shown and closed again", WINDOW),
