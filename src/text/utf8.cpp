@@ -74,6 +74,16 @@ std::size_t validUtf8Length(std::string_view bytes) {
 
 bool isValidUtf8(std::string_view bytes) { return validUtf8Length(bytes) == bytes.size(); }
 
+bool hasControlCharacter(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const DecodedCharacter character = decodeFirst(bytes);
+    const char32_t codePoint = character.codePoint.value_or(0);
+    if (codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0)) return true;
+    bytes.remove_prefix(character.length);
+  }
+  return false;
+}
+
 std::string repairUtf8(std::string_view bytes) {
   std::string repaired;
   repaired.reserve(bytes.size());

@@ -26,6 +26,10 @@ std::size_t validUtf8Length(std::string_view bytes);
 
 bool isValidUtf8(std::string_view bytes);
 
+/// Whether `bytes` have a control character (Unicode's category Cc) or are not well-formed: a line
+/// for people with such a text could look like two lines, or change what a terminal shows.
+bool hasControlCharacter(std::string_view bytes);
+
 /// `bytes` with each sequence that is not well-formed replaced by one U+FFFD.
 std::string repairUtf8(std::string_view bytes);
 

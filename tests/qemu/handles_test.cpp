@@ -42,7 +42,11 @@ TEST(HardwareModel, OfAnotherKindIsUsableButNotSupported) {
 TEST(HardwareModel, IsNotMadeOfOtherBytes) {
   for (const char* bytes :
        {"", "x86_64", "[]", "{}", R"({"architecture":"x86_64","firmware":"ovmf-4m"})",
-        R"({"architecture":1,"firmware":"ovmf-4m","machineType":"q35"})"}) {
+        R"({"architecture":1,"firmware":"ovmf-4m","machineType":"q35"})",
+        // They would be lines and colours of their own where people read why it is not supported.
+        R"({"architecture":"x86_64","firmware":"/x\nparlen-mac-vm: y","machineType":"q35"})",
+        R"({"architecture":"x86_64","firmware":"/x","machineType":"q35\u001b[31m"})",
+        R"({"architecture":"x86_64\u007f","firmware":"/x","machineType":"q35"})"}) {
     EXPECT_FALSE(HardwareModel::parse(bytes, thisHost())) << bytes;
   }
 }

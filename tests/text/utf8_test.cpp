@@ -124,6 +124,17 @@ TEST(Utf8, CountsTheBytesBeforeTheFirstThatAreNotWellFormed) {
   EXPECT_EQ(validUtf8Length("\xFF"), 0U);
 }
 
+TEST(Utf8, FindsControlCharacters) {
+  for (const std::string_view plain : {"", " ~", "\u00a0", "/firmware/é/한/😀"}) {
+    EXPECT_FALSE(hasControlCharacter(plain)) << plain;
+  }
+  for (const std::string_view text :
+       {"a\nb", "\x1b[31m", "a\x7f", "\u0080", "a\u009f", "a\xff", "\x1f"}) {
+    EXPECT_TRUE(hasControlCharacter(text)) << text;
+  }
+  EXPECT_TRUE(hasControlCharacter(std::string_view("a\0", 2)));
+}
+
 TEST(Utf8, LeavesValidTextAloneWhenRepairing) {
   for (const Sample& sample : samples) EXPECT_EQ(repairUtf8(sample.bytes), sample.bytes);
   EXPECT_EQ(repairUtf8(""), "");

@@ -19,7 +19,8 @@ class HardwareModel : public platform::HardwareModel {
  public:
   /// The model of a new guest of `platform`.
   explicit HardwareModel(GuestPlatform platform);
-  /// Null if `bytes` are not such an object. Whether it is supported depends on `host`.
+  /// Null if `bytes` are not such an object of texts without control characters. Whether it is
+  /// supported depends on `host`.
   static std::shared_ptr<const HardwareModel> parse(std::string_view bytes, const Installed& host);
 
   std::string dataRepresentation() const override { return text_; }
