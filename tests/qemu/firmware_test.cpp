@@ -64,6 +64,10 @@ TEST(FirmwareDescriptor, ThatDoesNotFitIsLeftOut) {
       {R"("device": "flash")", R"("device": "flash", "mode": "stateless")"},
       {R"("/code", "format": "raw")", R"("/code", "format": "qcow2")"},
       {R"("/variables", "format": "raw")", R"("/variables", "format": "qcow2")"},
+      {R"("/code")", R"("code")"},
+      {R"("/code")", R"("")"},
+      {R"("/code")", R"("/co\u000ade")"},
+      {R"("/variables")", R"("./variables")"},
       {R"("architecture": "x86_64")", R"("architecture": "i386")"},
       {R"("pc-q35-*")", R"("pc-q35-2.12")"},
       {R"("acpi-s3")", R"("secure-boot")"},
@@ -131,6 +135,11 @@ class FirmwareFolders : public testing::Test {
   }
   void remove(const std::string& file) { EXPECT_TRUE(files().remove(directory_ / file)); }
 
+  void putFolder(const std::string& file) {
+    remove(file);
+    EXPECT_TRUE(files().createDirectories(directory_ / file));
+  }
+
   /// The names of the code of what fits, up to the one that is wanted; without it, of all.
   std::vector<std::string> found(std::string_view wanted = "") const {
     std::vector<std::string> names;
@@ -196,6 +205,10 @@ TEST_F(FirmwareFolders, LeaveOutFirmwareThatIsNotThere) {
   remove("without-code");
   describe("usr/50.json", "without-variables");
   remove("without-variables.variables");
+  describe("usr/51.json", "folder-for-code");
+  putFolder("folder-for-code");
+  describe("usr/52.json", "folder-for-variables");
+  putFolder("folder-for-variables.variables");
   describe("usr/60.json", "whole");
 
   EXPECT_THAT(found(), ElementsAre("whole"));

@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fnmatch.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include "platform/linux/files.h"
 #include "platform/qemu/guest_platform.h"
 #include "text/json_reader.h"
+#include "text/utf8.h"
 
 namespace parlen::qemu {
 namespace {
@@ -47,12 +49,13 @@ bool isFor(const JsonValue& target, const Board& board) {
                   [&board](const JsonValue& pattern) { return runsOn(pattern, board); });
 }
 
-/// The path of a raw image; nothing if the member is another one.
+/// The absolute path of a raw image; nothing if the member is another one. A hardware model with a
+/// control character is none, so such a path is of no use.
 std::optional<std::string> rawImage(const JsonValue& mapping, std::string_view member) {
   const JsonValue* file = mapping.find(member);
   if (file == nullptr || file->text("format") != "raw") return std::nullopt;
   const auto path = file->text("filename");
-  if (!path) return std::nullopt;
+  if (!path || !path->starts_with('/') || text::hasControlCharacter(*path)) return std::nullopt;
   return std::string(*path);
 }
 
@@ -65,6 +68,12 @@ std::optional<Firmware> readMapping(const JsonValue& mapping) {
   auto variables = rawImage(mapping, "nvram-template");
   if (!code || !variables) return std::nullopt;
   return Firmware{.code = *std::move(code), .variables = *std::move(variables)};
+}
+
+bool isReadableFile(const std::string& path) {
+  struct stat status{};
+  return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+         ::access(path.c_str(), R_OK) == 0;
 }
 
 /// The descriptors of the folder, by their names.
@@ -83,8 +92,7 @@ std::vector<std::string> descriptorNames(const std::string& folder) {
 }  // namespace
 
 bool isInstalled(const Firmware& firmware) {
-  return ::access(firmware.code.c_str(), R_OK) == 0 &&
-         ::access(firmware.variables.c_str(), R_OK) == 0;
+  return isReadableFile(firmware.code) && isReadableFile(firmware.variables);
 }
 
 std::optional<Firmware> readDescriptor(std::string_view bytes, const Board& board) {

@@ -11,14 +11,14 @@ namespace parlen::qemu {
 
 struct Board;
 
-/// UEFI firmware for a board with two flash chips: paths of raw images.
+/// UEFI firmware for a board with two flash chips: absolute paths of raw images.
 struct Firmware {
   std::string code;       // for all guests; never written
   std::string variables;  // the variable store of a new guest, which gets a copy
   friend bool operator==(const Firmware&, const Firmware&) = default;
 };
 
-/// Whether both of its files are there and can be read.
+/// Whether both of its files are there, are regular ones and can be read.
 bool isInstalled(const Firmware& firmware);
 
 /// Reads a firmware descriptor (QEMU docs/interop/firmware.json). Nothing if `bytes` are none, or
