@@ -96,6 +96,9 @@ class MissingTest(unittest.TestCase):
         self.assertEqual(self.last["message"],
                          f"this host cannot run the hardware model in {self.bundle}")
 
+    def needs_firmware(self, code):
+        return f"{NEEDS}the guest's firmware {code} and a descriptor of it (Debian's package {FIRMWARE_PACKAGE})"
+
     def needs_namespaces(self):
         if reason := reason_against_namespaces():
             self.skipTest(f"nothing can be hidden here: {reason}")
@@ -113,7 +116,18 @@ class MissingTest(unittest.TestCase):
         code = json.loads((self.bundle / "HardwareModel").read_bytes())["firmware"]
         self.assert_all_say(
             without(DESCRIPTORS), NEEDS + NEEDS_FIRMWARE,
-            for_guest=f"{NEEDS}the guest's firmware {code} (Debian's package {FIRMWARE_PACKAGE})")
+            for_guest=self.needs_firmware(code))
+
+    def test_without_a_descriptor_of_the_firmware(self):
+        """Empty descriptors in the user's folder hide those that the guest's firmware has."""
+        code = json.loads((self.bundle / "HardwareModel").read_bytes())["firmware"]
+        own = self.folder / "qemu/firmware"
+        own.mkdir(parents=True)
+        for descriptor in pathlib.Path(DESCRIPTORS).glob("*.json"):
+            (own / descriptor.name).touch()
+
+        self.assert_all_say([], NEEDS + NEEDS_FIRMWARE, for_guest=self.needs_firmware(code))
+        self.assertTrue(pathlib.Path(code).is_file())
 
     def test_without_any_of_them(self):
         self.needs_namespaces()

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "support/path_variable.h"
+#include "support/environment_variable.h"
 #include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 

@@ -3,10 +3,11 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <string>
 
-#include "support/path_variable.h"
+#include "support/environment_variable.h"
 #include "support/posix_fixtures.h"
 #include "support/temporary_directory.h"
 #include "support/test_system.h"
@@ -88,6 +89,20 @@ TEST_F(GuestPlatformTest, NamesEverythingThatIsMissing) {
             "to run guests, this host needs qemu-system-x86_64 (Debian's package qemu-system-x86), "
             "qemu-img (Debian's package qemu-utils), UEFI firmware for x86_64 (Debian's package "
             "ovmf)");
+  host().architecture = "aarch64";
+  EXPECT_EQ(errorOf(newGuestPlatform(host())),
+            "to run guests, this host needs qemu-system-aarch64 (Debian's package "
+            "qemu-system-arm), qemu-img (Debian's package qemu-utils), UEFI firmware for aarch64 "
+            "(Debian's package qemu-efi-aarch64)");
+}
+
+TEST_F(GuestPlatformTest, NeedsADescriptorOfTheGuestsFirmware) {
+  const std::string code = install("60-its-own");
+  EXPECT_TRUE(files().replace(host().descriptorFolders.front() + "/60-its-own.json", ""));
+
+  EXPECT_EQ(errorOf(guestPlatform("x86_64", "q35", code, host())),
+            "to run guests, this host needs the guest's firmware " + code +
+                " and a descriptor of it (Debian's package ovmf)");
 }
 
 TEST_F(GuestPlatformTest, NamesTheImageToolAlone) {
@@ -118,9 +133,10 @@ TEST_F(GuestPlatformTest, OfAGuestKeepsItsFirmware) {
 TEST_F(GuestPlatformTest, ReadsNoFileThatOnlyTheGuestNames) {
   install("firmware");
 
-  EXPECT_EQ(errorOf(guestPlatform("x86_64", "q35", "/etc/passwd", host())),
-            "to run guests, this host needs the guest's firmware /etc/passwd (Debian's package "
-            "ovmf)");
+  EXPECT_EQ(
+      errorOf(guestPlatform("x86_64", "q35", "/etc/passwd", host())),
+      "to run guests, this host needs the guest's firmware /etc/passwd and a descriptor of it "
+      "(Debian's package ovmf)");
 }
 
 TEST_F(GuestPlatformTest, OfAnotherArchitectureIsAnError) {
@@ -151,6 +167,16 @@ TEST_F(GuestPlatformTest, KnowsTheGuestsOfTheFirstVersion) {
             (Firmware{.code = code, .variables = "/usr/share/OVMF/OVMF_VARS_4M.fd"}));
   host().architecture = "aarch64";
   EXPECT_NE(errorOf(guestPlatform("aarch64", "virt", "ovmf-4m", host())), "");
+}
+
+TEST(ThisHost, HasTheDescriptorFolderOfItsUser) {
+  const test::EnvironmentVariable home("HOME", "/home/ada");
+  {
+    const test::EnvironmentVariable configuration("XDG_CONFIG_HOME", "/configuration");
+    EXPECT_EQ(thisHost().descriptorFolders.back(), "/configuration/qemu/firmware");
+  }
+  const test::EnvironmentVariable configuration("XDG_CONFIG_HOME", std::nullopt);
+  EXPECT_EQ(thisHost().descriptorFolders.back(), "/home/ada/.config/qemu/firmware");
 }
 
 TEST(ThisHost, HasAProgramThatPathLeadsTo) {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host_fixture.h"
-#include "support/path_variable.h"
+#include "support/environment_variable.h"
 
 namespace parlen::qemu {
 namespace {

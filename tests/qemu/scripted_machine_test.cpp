@@ -10,7 +10,7 @@
 
 #include "host_fixture.h"
 #include "platform/posix/descriptor.h"
-#include "support/path_variable.h"
+#include "support/environment_variable.h"
 
 namespace parlen::qemu {
 namespace {

@@ -122,8 +122,9 @@ Result<GuestPlatform> guestPlatform(std::string_view architecture, std::string_v
   if (board == nullptr || board->machineType != machineType) {
     return error("this host has no machine type " + std::string(machineType));
   }
+  const std::string_view how = firmware == formerName ? "" : " and a descriptor of it";
   return complete(*board, firmwareWithCode(firmware, *board, host),
-                  "the guest's firmware " + std::string(firmware), host);
+                  "the guest's firmware " + std::string(firmware).append(how), host);
 }
 
 Result<std::string> requireProgram(std::string_view name) {
