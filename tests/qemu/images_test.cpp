@@ -130,6 +130,13 @@ TEST(ImageInfo, NamesTheFormatOfACompleteImage) {
             "qcow2");
 }
 
+TEST(ImageInfo, HasTheLengthOfTheDisk) {
+  EXPECT_EQ(virtualSize(R"({"virtual-size": 4294967296, "format": "qcow2"})"), 1ULL << 32);
+  EXPECT_EQ(virtualSize(R"({"virtual-size": "1"})"), 0U);
+  EXPECT_EQ(virtualSize("{}"), 0U);
+  EXPECT_EQ(virtualSize("{"), 0U);
+}
+
 TEST(ImageInfo, RecognizesABackingFile) {
   const auto reason = std::unexpected(std::string("needs a backing file"));
 

@@ -42,6 +42,14 @@ class RestoreImageTest : public HostTest {
     disk.replace(length / 2, 100, std::string(100, 'x'));
     ASSERT_TRUE(files().replace(path(name), disk));
   }
+  /// A partition table in block 1 whose last usable block is number 0x1fde, 33 before the end:
+  /// these hold the copy of the table.
+  static constexpr std::size_t usable = 0x1fdfUL * 512UL;
+  static std::string diskWithPartitionTable() {
+    std::string disk(usable + 33UL * 512UL, '\0');
+    disk.replace(512, 8, "EFI PART").replace(560, 2, "\xde\x1f");
+    return disk;
+  }
   platform::Result<> install(const platform::RestoreImage& image, const std::string& guest) {
     return install(image, guest, makeGuest(guest));
   }
@@ -141,11 +149,7 @@ TEST_F(RestoreImageTest, IsWholeInAFormatWhoseCheckDoesNotLook) {
 }
 
 TEST_F(RestoreImageTest, HasAllBlocksThatItsPartitionTableNames) {
-  // A partition table in block 1 whose last usable block is number 0x1fde, 33 before the end: these
-  // hold the copy of the table.
-  constexpr std::size_t usable = 0x1fdfUL * 512UL;
-  std::string disk(usable + 33UL * 512UL, '\0');
-  disk.replace(512, 8, "EFI PART").replace(560, 2, "\xde\x1f");
+  const std::string disk = diskWithPartitionTable();
   ASSERT_TRUE(files().replace(path("whole"), disk));
   ASSERT_TRUE(files().replace(path("without the copy"), disk.substr(0, usable)));
   ASSERT_TRUE(files().replace(path("cut"), disk.substr(0, usable - 1)));
@@ -153,6 +157,21 @@ TEST_F(RestoreImageTest, HasAllBlocksThatItsPartitionTableNames) {
   EXPECT_EQ(errorOf("whole"), "");
   EXPECT_EQ(errorOf("without the copy"), "");
   EXPECT_EQ(errorOf("cut"), sentence("cut", "is damaged: the end of its data is missing"));
+}
+
+TEST_F(RestoreImageTest, IsNotMadeOfADiskWithoutItsEnd) {
+  const std::string disk = diskWithPartitionTable();
+  ASSERT_TRUE(files().replace(path("whole"), disk));
+  ASSERT_TRUE(files().replace(path("cut"), disk.substr(0, usable / 2)));
+  for (const std::string format : {"qcow2", "vmdk", "vdi", "vhdx", "qcow", "qed"}) {
+    for (const std::string name : {"whole", "cut"}) {
+      shell("qemu-img convert -f raw -O " + format + " " + name + " " + name + "." + format);
+    }
+
+    EXPECT_EQ(errorOf("whole." + format), "");
+    EXPECT_EQ(errorOf("cut." + format),
+              sentence("cut." + format, "is damaged: the end of its data is missing"));
+  }
 }
 
 /// Images that qemu-img makes out of `raw`.
@@ -218,6 +237,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         ImageKind{"Plain", "qcow2", convert("-O qcow2")},
         ImageKind{"Compressed", "qcow2", convert("-c -O qcow2")},
+        ImageKind{"CompressedWithZstd", "qcow2", convert("-c -O qcow2 -o compression_type=zstd")},
         ImageKind{"WithMetadata", "qcow2", convert("-O qcow2 -o preallocation=metadata")},
         ImageKind{"Preallocated", "qcow2", convert("-O qcow2 -o preallocation=full")},
         ImageKind{"WithSmallClusters", "qcow2", convert("-O qcow2 -o cluster_size=4096")},

@@ -155,6 +155,12 @@ std::expected<std::string, std::string> usableFormat(std::string_view json) {
   return std::string(*format);
 }
 
+std::uint64_t virtualSize(std::string_view json) {
+  const auto info = text::parseJson(json);
+  const JsonValue* size = info ? info->find("virtual-size") : nullptr;
+  return size == nullptr ? 0 : size->asUInt64().value_or(0);
+}
+
 std::optional<std::uint64_t> endOfData(std::string_view json) {
   const auto map = text::parseJson(json);
   const text::JsonArray* extents = map ? map->asArray() : nullptr;

@@ -23,7 +23,7 @@ std::optional<std::string> reachesOutside(std::string_view header);
 /// partition table, or a volume descriptor of ISO 9660.
 bool looksLikeDisk(std::string_view header);
 
-/// The length in bytes that a raw image with this header has at least if it is whole: up to the
+/// The length in bytes that a disk with this header has at least if it is whole: up to the
 /// last block that its GUID partition table gives to partitions. 0 if it has no such table. The
 /// copy of the table behind that block holds no contents, and systems make it anew when it is
 /// missing.
@@ -39,6 +39,9 @@ inline std::string deviceNode(const std::string& path) { return "host_device:" +
 /// Reads the output of `qemu-img info --output=json`. The value is the name of the image's format;
 /// the error is a predicate that says why the image cannot be used: "needs a backing file".
 std::expected<std::string, std::string> usableFormat(std::string_view json);
+
+/// Reads the same output: the length in bytes of the disk that the image is; 0 if `json` has none.
+std::uint64_t virtualSize(std::string_view json);
 
 /// Reads the output of `qemu-img map --output=json`: the offset in the file at which the image's
 /// data ends; nothing if `json` is no map.

@@ -1,11 +1,13 @@
 #include "platform/qemu/restore_image.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <expected>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -19,7 +21,7 @@
 namespace parlen::qemu {
 namespace {
 
-constexpr std::string_view rawFormat = "raw";
+constexpr const char* rawFormat = "raw";
 
 FileStamp stampFrom(const struct stat& status) {
   return {.device = status.st_dev,
@@ -103,7 +105,8 @@ void ImageExamination::askForFormat() {
 }
 
 /// Runs qemu-img and keeps what it prints, up to a length that no real output has.
-void ImageExamination::ask(std::vector<std::string> arguments, Subprocess::ExitHandler answered) {
+void ImageExamination::ask(std::vector<std::string> arguments, Subprocess::ExitHandler answered,
+                           Descriptors descriptors) {
   constexpr std::size_t maxOutput = 64UL * 1024UL * 1024UL;
   output_.clear();
   auto tool = requireProgram(imageTool);
@@ -115,7 +118,7 @@ void ImageExamination::ask(std::vector<std::string> arguments, Subprocess::ExitH
                                     [this](std::string_view bytes) {
                                       if (output_.size() < maxOutput) output_.append(bytes);
                                     },
-                                .descriptors = {}},
+                                .descriptors = std::move(descriptors)},
                                std::move(answered));
   if (!run) return finish(std::unexpected(std::move(run).error()));
   run_ = *std::move(run);
@@ -126,6 +129,7 @@ void ImageExamination::onFormat(const SubprocessExit& exit) {
   const auto format = usableFormat(output_);
   if (!format) return reject(format.error());
   format_ = *format;
+  diskLength_ = virtualSize(output_);
   // qemu-img takes a file of no known format for a raw image.
   if (format_ != rawFormat) return askWhetherWhole();
   if (!looksLikeDisk(header_.bytes)) return reject("is not a disk image");
@@ -155,7 +159,7 @@ void ImageExamination::onCheck(const SubprocessExit& exit) {
 void ImageExamination::askWhereDataEnds() {
   constexpr std::uint64_t sectorLength = 512;
   if (format_ == "qcow2") return walkTables();
-  if (format_ == "qed") return length() % sectorLength == 0 ? accept() : rejectEnd();
+  if (format_ == "qed") return length() % sectorLength == 0 ? askForDiskHeader() : rejectEnd();
   ask({"map", "--output=json", "-f", format_, "--", fileNode(path_)},
       [this](const SubprocessExit& exit) { onMap(exit); });
 }
@@ -164,7 +168,7 @@ void ImageExamination::onMap(const SubprocessExit& exit) {
   const auto end = exit.succeeded() ? endOfData(output_) : std::nullopt;
   if (!end) return reject("cannot be checked: " + exit.reason());
   if (*end > length()) return rejectEnd();
-  accept();
+  askForDiskHeader();
 }
 
 /// `qemu-img map` does not tell where compressed clusters are, and `qemu-img check` tells the end
@@ -183,13 +187,32 @@ void ImageExamination::readTable() {
   Qcow2Walk& tables = walk_->tables;
   if (tables.end() > length()) return rejectEnd();
   const auto range = tables.next();
-  if (!range) return accept();
+  if (!range) return askForDiskHeader();
   const auto table = read(walk_->file, *range);
   if (!table) return finish(linux::error(attemptToRead(path_), table.error()));
   tables.add(*table);
   loop_.post([this, alive = std::weak_ptr(walk_)] {
     if (!alive.expired()) readTable();
   });
+}
+
+/// A disk that lost its end before it was put into the image: all of the image is there. qemu-img
+/// writes to files only.
+void ImageExamination::askForDiskHeader() {
+  constexpr int inChild = 3;
+  diskHeader_ = posix::Descriptor(::memfd_create("disk header", MFD_CLOEXEC));
+  if (!diskHeader_) return finish(linux::error(attemptToRead(path_), errno));
+  ask({"dd", "-f", format_, "-O", rawFormat, "bs=" + std::to_string(imageHeaderLength), "count=1",
+       "if=" + fileNode(path_), "of=/proc/self/fd/" + std::to_string(inChild)},
+      [this](const SubprocessExit& exit) { onDiskHeader(exit); }, {{inChild, diskHeader_.get()}});
+}
+
+void ImageExamination::onDiskHeader(const SubprocessExit& exit) {
+  if (!exit.succeeded()) return reject("cannot be read: " + exit.reason());
+  const auto header = read(diskHeader_, {.offset = 0, .length = imageHeaderLength});
+  if (!header) return finish(linux::error(attemptToRead(path_), header.error()));
+  if (requiredLength(*header) > diskLength_) return rejectEnd();
+  accept();
 }
 
 void ImageExamination::accept() {

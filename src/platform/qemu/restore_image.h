@@ -91,7 +91,11 @@ class ImageExamination {
   void onCheck(const SubprocessExit& exit);
   void askWhereDataEnds();
   void onMap(const SubprocessExit& exit);
-  void ask(std::vector<std::string> arguments, Subprocess::ExitHandler answered);
+  void askForDiskHeader();
+  void onDiskHeader(const SubprocessExit& exit);
+  using Descriptors = std::vector<std::pair<int, int>>;  // as of a Subprocess
+  void ask(std::vector<std::string> arguments, Subprocess::ExitHandler answered,
+           Descriptors descriptors = {});
   void walkTables();
   void readTable();
   void accept();
@@ -114,7 +118,9 @@ class ImageExamination {
   std::function<void(Found)> done_;
   ImageHeader header_;
   std::string format_;
-  std::string output_;  // of the tool that runs
+  std::uint64_t diskLength_ = 0;  // in bytes, of the disk that the image is
+  posix::Descriptor diskHeader_;  // a file in memory
+  std::string output_;            // of the tool that runs
   std::unique_ptr<Subprocess> run_;
   std::shared_ptr<TableWalk> walk_;
 };
