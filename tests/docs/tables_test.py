@@ -178,17 +178,20 @@ DIAGNOSTICS = (
     "input: could not build a flagsChanged event for '[modifier]'",
     "underlying error: [description] ([domain] [code])",
 )
-# What is handed on as it is: what a library has logged, what this host lacks to run guests (which is on the page).
+# What is handed on as it is: what a library has logged, and why this host cannot run a guest (WHY_NOT_HERE).
 HANDED_ON = ("line", "platform.error().description", "model->platform().error().description")
+WHY_NOT_HERE = SOURCE / "src/platform/qemu/guest_platform.cpp"
+# Its sentence that only events have.
+OF_EVENTS = "X is not installed"
 
 
 def sources():
     return [path for end in ("*.cpp", "*.mm") for path in (SOURCE / "src").rglob(end)]
 
 
-def arguments_of_warnings(text):
-    """The argument of each call of `warn`, however that is named there."""
-    for call in re.finditer(r"\bwarn_?\(", text):
+def arguments_of(function, text):
+    """The argument of each call of the function, a regular expression of its name."""
+    for call in re.finditer(rf"\b{function}\(", text):
         depth, at, inside = 1, call.end(), False
         while depth:
             character = text[at]
@@ -210,6 +213,11 @@ def as_line(argument):
     return re.sub("X+", "X", "".join(fixed)) if len(parts) > 1 else None
 
 
+def patterns(lines):
+    """Regular expressions of the lines; [brackets] stand for what is not fixed."""
+    return [re.sub(r"\\\[[^]]*\\\]", ".+", re.escape(line)) for line in lines]
+
+
 class WarningsTest(unittest.TestCase):
     """The lines on standard error."""
 
@@ -223,9 +231,9 @@ class WarningsTest(unittest.TestCase):
             self.assertEqual([], missing, line)
 
     def test_of_the_sources_are_on_the_page_or_diagnostics(self):
-        known = [re.sub(r"\\\[[^]]*\\\]", ".+", re.escape(line)) for line in (*stable_lines(), *DIAGNOSTICS)]
+        known = patterns((*stable_lines(), *DIAGNOSTICS))
         declarations = re.compile(r"warn|std::move\(\w+\)|.*\b(std::string_view|WarningSink)\b.*")
-        calls = [(path.name, argument) for path in sources() for argument in arguments_of_warnings(path.read_text())
+        calls = [(path.name, argument) for path in sources() for argument in arguments_of("warn_?", path.read_text())
                  if not declarations.fullmatch(argument)]
         self.assertGreater(len(calls), 15)
         for name, argument in calls:
@@ -234,6 +242,15 @@ class WarningsTest(unittest.TestCase):
                 self.assertIn(argument, HANDED_ON, name)
             else:
                 self.assertTrue(any(re.fullmatch(pattern, line) for pattern in known), (name, line))
+
+    def test_of_why_a_guest_cannot_run_are_on_the_page(self):
+        known = patterns(stable_lines())
+        lines = [as_line(argument) for argument in arguments_of("error", WHY_NOT_HERE.read_text())]
+        lines = [line for line in lines if line is not None]
+        self.assertIn(OF_EVENTS, lines)
+        self.assertGreater(len(lines), 4)
+        for line in set(lines) - {OF_EVENTS}:
+            self.assertTrue(any(re.fullmatch(pattern, line) for pattern in known), line)
 
 
 if __name__ == "__main__":
