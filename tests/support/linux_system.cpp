@@ -10,7 +10,7 @@ std::unique_ptr<platform::System> makeRealSystem() { return std::make_unique<lin
 
 bool runUntil(platform::EventLoop& loop, const std::function<bool()>& condition) {
   struct Finished {};
-  constexpr std::chrono::minutes timeout{2};
+  constexpr std::chrono::minutes timeout{5};
   constexpr std::chrono::milliseconds interval{1};
   const auto deadline = loop.now() + timeout;
   bool late = false;

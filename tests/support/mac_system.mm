@@ -11,7 +11,7 @@ std::unique_ptr<platform::System> makeRealSystem() { return macos::makeSystem();
 // In slices, because the condition cannot leave the loop by throwing: exceptions must not pass
 // through the main queue's stack frames.
 bool runUntil(platform::EventLoop&, const std::function<bool()>& condition) {
-  constexpr NSTimeInterval timeout = 120;  // seconds
+  constexpr NSTimeInterval timeout = 300;  // seconds
   constexpr NSTimeInterval slice = 0.01;   // seconds
   NSDate* deadline = [NSDate dateWithTimeIntervalSinceNow:timeout];
   while (!condition()) {

@@ -7,7 +7,7 @@
 namespace parlen::test {
 
 /// Serves `loop`, a real main queue of this system, until `condition` holds, looking every few
-/// milliseconds; false if that takes longer than two minutes. Emulated guests on a busy machine
+/// milliseconds; false if that takes longer than five minutes. Emulated guests on a busy machine
 /// take long.
 bool runUntil(platform::EventLoop& loop, const std::function<bool()>& condition);
 
