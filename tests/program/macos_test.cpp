@@ -156,9 +156,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "contentRectForFrameRect:", "firstResponder", "frame", "initWithFrame:",
                     "keyEventWithType:location:modifierFlags:timestamp:windowNumber:context:"
                     "characters:charactersIgnoringModifiers:isARepeat:keyCode:",
-                    "layoutIfNeeded",
-                    "makeFirstResponder:", "makeKeyAndOrderFront:", "orderFrontRegardless",
-                    "screen", "sendEvent:", "setActivationPolicy:", "setContentAspectRatio:",
+                    "layoutIfNeeded", "makeFirstResponder:", "makeKeyAndOrderFront:",
+                    "orderFrontRegardless", "screen", "sendEvent:", "setContentAspectRatio:",
                     "setContentView:", "setFrame:display:", "setTitle:", "subviews", "visibleFrame",
                     "window", "windowNumber"),
     nameOf);
