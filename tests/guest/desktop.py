@@ -265,13 +265,17 @@ class Tool:
         return f"events: {self.events}; standard error: {self.errors}"
 
 
+def within(timeout, condition):
+    """What `condition` returns as soon as that is true, and after `timeout` seconds in any case."""
+    end = time.monotonic() + timeout
+    while not (value := condition()) and time.monotonic() <= end:
+        time.sleep(0.05)
+    return value
+
+
 def until(condition, what, timeout=TIMEOUT):
     """Waits at most `timeout` seconds until `condition` returns something true, and returns that."""
-    end = time.monotonic() + timeout
-    while True:
-        value = condition()
-        if value:
-            return value
-        if time.monotonic() > end:
-            raise AssertionError(f"{what} did not happen within {timeout} s")
-        time.sleep(0.05)
+    value = within(timeout, condition)
+    if not value:
+        raise AssertionError(f"{what} did not happen within {timeout} s")
+    return value
