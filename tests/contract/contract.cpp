@@ -51,8 +51,9 @@ void Contract::describe(Guest& guest) {
   auto& configuration = guest.configuration;
   configuration.bootLoader = platform::BootLoader::macOS;
   configuration.cpuCount = host().capabilities().limits().minimumCPUCount;
+  // With half of that the firmware for arm64 does not load a kernel, which is not compressed there.
   configuration.memorySize = std::max<std::uint64_t>(
-      256UL * 1024UL * 1024UL, host().capabilities().limits().minimumMemorySize);
+      512UL * 1024UL * 1024UL, host().capabilities().limits().minimumMemorySize);
   configuration.graphicsDevices = {
       {.displays = {{.widthInPixels = 1920, .heightInPixels = 1200, .pixelsPerInch = 80}}}};
   configuration.storageDevices = {{host().machines().attachDisk(guest.disk, false).value()}};
