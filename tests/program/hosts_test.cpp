@@ -141,10 +141,6 @@ Step signal(int number) { return {.sent = {}, .awaited = running, .signal = numb
 /// Runs a guest and stops it.
 std::vector<Step> stopped() { return {until(running), send(stop)}; }
 
-std::string script(const std::string& event) {
-  return R"({"script":[{"atMs":50,"event":")" + event + R"(","error":{"description":"gone"}}]})";
-}
-
 INSTANTIATE_TEST_SUITE_P(
     AGuest, TwoHosts,
     testing::Values(
@@ -178,7 +174,8 @@ INSTANTIATE_TEST_SUITE_P(
                 .scenario = R"({"script":[{"atMs":50,"event":"guest-stops"}]})",
                 .steps = {until(running)}},
         Session{.name = "StopsWithAnError",
-                .scenario = script("stops-with-error"),
+                .scenario = R"({"script":[{"atMs":50,"event":"stops-with-error",
+                                           "error":{"description":"gone"}}]})",
                 .steps = {until(running)}},
         Session{.name = "LosesItsNetwork",
                 .scenario = R"({"script":[{"atMs":50,"event":"network-disconnects",
