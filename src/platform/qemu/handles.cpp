@@ -172,9 +172,10 @@ std::shared_ptr<const HardwareModel> HardwareModel::parse(std::string_view bytes
   const auto architecture = value->text(architectureKey);
   const auto machineType = value->text(machineTypeKey);
   const auto firmware = value->text(firmwareKey);
+  if (!architecture || !machineType || !firmware) return nullptr;
   // The sentence that says why a guest is not supported has all three.
-  for (const auto& part : {architecture, machineType, firmware}) {
-    if (!part || text::hasControlCharacter(*part)) return nullptr;
+  for (const std::string_view part : {*architecture, *machineType, *firmware}) {
+    if (text::hasControlCharacter(part)) return nullptr;
   }
   return std::shared_ptr<const HardwareModel>(
       new HardwareModel(bytes, guestPlatform(*architecture, *machineType, *firmware, host)));
