@@ -20,6 +20,11 @@ project_version() {
   sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$1/CMakeLists.txt"
 }
 
+# needed <file>: the libraries that it is linked with.
+needed() {
+  readelf --wide --dynamic "$1" | sed -nE 's/.*\(NEEDED\).*\[(.*)\]/\1/p'
+}
+
 # make_guest_image <output>: the image, with one more try on a new package list, because an old one
 # may name a kernel that the archive no longer has.
 make_guest_image() {
