@@ -91,7 +91,7 @@ set(CPACK_RPM_CONFORMANCE_PACKAGE_NAME ${PROJECT_NAME}-conformance)
 set(CPACK_RPM_CONFORMANCE_PACKAGE_ARCHITECTURE noarch)
 set(CPACK_RPM_CONFORMANCE_PACKAGE_REQUIRES "${PROJECT_NAME} = ${PROJECT_VERSION}, python3 >= 3.11")
 # CPack has no variable for recommendations, ignores suggestions if rpmbuild has no option of that
-# name, and writes the same lines into the spec file of each package.
+# name, and gives rpmbuild the same lines for each package.
 set(weak "")
 foreach(package IN ITEMS ${rpm_guests} qemu-img passt)
   string(APPEND weak "Recommends: ${package}\n")

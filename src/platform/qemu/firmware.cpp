@@ -115,7 +115,7 @@ std::optional<Firmware> readDescriptor(std::string_view bytes, const Board& boar
 std::vector<std::string> descriptorFolders(std::string_view configHome, std::string_view home) {
   constexpr std::string_view folder = "/qemu/firmware";
   std::vector<std::string> folders{"/usr/share/qemu/firmware", "/etc/qemu/firmware"};
-  // XDG Base Directory Specification: a relative path is invalid and ignored.
+  // XDG base directories (freedesktop.org): a relative path is invalid and ignored.
   if (configHome.starts_with('/')) {
     folders.push_back(std::string(configHome).append(folder));
   } else if (!home.empty()) {

@@ -54,7 +54,7 @@ std::unexpected<platform::PlatformError> damaged(const std::string& path) {
   return error("the auxiliary storage " + path + " is damaged: it holds no firmware variables");
 }
 
-/// A variable store is a firmware volume (UEFI PI specification, volume 3,
+/// A variable store is a firmware volume (UEFI PI, volume 3,
 /// EFI_FIRMWARE_VOLUME_HEADER), whose signature is "_FVH" at offset 40. Until its guest is
 /// installed it has another one, so that nothing takes the file for a volume.
 constexpr std::size_t signatureOffset = 40;

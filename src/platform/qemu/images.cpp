@@ -19,7 +19,7 @@ bool holds(std::string_view header, std::size_t at, std::string_view bytes) {
   return at <= header.size() && header.substr(at).starts_with(bytes);
 }
 
-/// A VMDK descriptor (VMDK specification, "The Descriptor File") is a text. QEMU recognizes it by
+/// A VMDK descriptor (VMDK, "The Descriptor File") is a text. QEMU recognizes it by
 /// comments and empty lines, then "version=" (QEMU block/vmdk.c, vmdk_probe).
 bool isVmdkDescriptor(std::string_view header) {
   while (true) {
@@ -100,7 +100,7 @@ std::optional<std::string> reachesOutside(std::string_view header) {
       return "keeps its data in another file";
     }
   }
-  // VMDK specification, SparseExtentHeader: capacity at 12. QEMU obeys the embedded descriptor of
+  // VMDK, SparseExtentHeader: capacity at 12. QEMU obeys the embedded descriptor of
   // an extent with capacity 0 as it obeys a descriptor file (QEMU block/vmdk.c).
   constexpr std::size_t vmdkCapacity = 12;
   const bool isEmptyExtent = header.starts_with("KDMV") && bigEndian(header, vmdkCapacity) == 0;
@@ -126,7 +126,7 @@ bool looksLikeDisk(std::string_view header) {
 }
 
 std::uint64_t requiredLength(std::string_view header) {
-  // UEFI specification, 5.3.2: the header is in block 1, its signature at 0, LastUsableLBA at 48.
+  // UEFI, 5.3.2: the header is in block 1, its signature at 0, LastUsableLBA at 48.
   constexpr std::string_view signature = "EFI PART";
   constexpr std::size_t lastUsableBlock = 48;
   if (!isGptInForce(header)) return 0;
